@@ -1,0 +1,63 @@
+// DictTable: one table of the dictionary, a block of fixed-size records and its properties.
+//
+// Thread rule: written by the one thread that loads; afterwards read by any number of threads.
+#ifndef CPI_DICTINFO_DICTTABLE_H
+#define CPI_DICTINFO_DICTTABLE_H
+
+#include <cstdint>
+
+#include "cpi/dictinfo/stringtable.h"
+#include "cpi/runtime/export.h"
+
+namespace cpi {
+
+class DictionaryInfo;
+class DictTable;
+
+// Handles by which a table and a property are passed to MapTableProperty; they own nothing.
+struct DictTableRefBase {
+  DictTable* table = nullptr;
+};
+struct StringTableRef {
+  StringTable* strings = nullptr;
+};
+
+class CPI_API DictTable {
+ public:
+  DictTable() noexcept = default;
+  DictTable(const DictTable&) = delete;
+  DictTable& operator=(const DictTable&) = delete;
+  ~DictTable();
+
+  // Sizes the table: `rowCount` records of `recordSize` zero bytes. Nothing is allocated for 0
+  // bytes, and the row count then stays as it was. Called once, before any property is created;
+  // a later call replaces records and destroys the properties, whose rows are gone. Throws
+  // std::length_error beyond 4 GiB or 2^31 - 1 rows, and std::bad_alloc; the table is then as
+  // before.
+  void Create(std::uint32_t recordSize, std::uint32_t rowCount);
+  // Creates a property with a place for each row, adds it to the group and announces it to the
+  // owner through MapTableProperty. Throws as StringTable::Create does.
+  StringTableRef CreateProperty(const unsigned short* tableMemberName,
+                                const unsigned short* memberName, std::int32_t type,
+                                std::uint32_t initialSize);
+  // Sets a value of the property with both names. Throws KelParserException (CP_INTERNAL_ERROR)
+  // when there is no such property, and as StringTable::SetValue does.
+  void SetProperty(std::uint32_t row, const unsigned short* tableMemberName,
+                   const unsigned short* memberName, const unsigned short* text);
+  void SetIntProperty(std::uint32_t row, const unsigned short* tableMemberName,
+                      const unsigned short* memberName, std::int64_t value);
+
+  DictionaryInfo* owner = nullptr;   // told of every new property; may be null
+  unsigned char* records = nullptr;  // of cpMalloc; null while the table has no rows
+  std::int32_t rowCount = 0;
+  std::uint32_t size = 0;  // bytes of the record block
+  StringTableGroup properties;
+
+ private:
+  StringTable& property(const unsigned short* tableMemberName, const unsigned short* memberName,
+                        const char* operation) const;
+};
+
+}  // namespace cpi
+
+#endif  // CPI_DICTINFO_DICTTABLE_H

@@ -1,0 +1,232 @@
+// Storing items: the bounds that every item passes, and the conversion of each kind of column.
+#include <algorithm>
+#include <cstring>
+#include <limits>
+#include <memory>
+#include <stdexcept>
+#include <string>
+
+#include "cpi/dictinfo/stddi/load/loaderrors.h"
+#include "cpi/dictinfo/stddi/load/stddictionaryhandler.h"
+#include "cpi/runtime/datacnv.h"
+
+namespace cpi {
+
+namespace {
+
+// More rows than any model has, yet few enough that a short hostile stream cannot claim much.
+constexpr std::int64_t kMaximumRows = std::int64_t{1} << 24;
+// Every value at row 0 of a named-property section makes a property of the table's length.
+constexpr std::size_t kMaximumProperties = 1024;
+
+constexpr std::int32_t kDataTextLength = -1;  // texts end at their terminator
+
+DataCnv dictionaryConverter() {
+  return DataCnv(1200, EEndianLittle, EFloatFmtIEEE, 53, nullptr, nullptr, 0, true, 12, nullptr);
+}
+
+bool isTagClass(std::int32_t code) {
+  constexpr std::u16string_view kClasses = u"CEFMST";
+  return std::ranges::any_of(kClasses, [&](char16_t letter) { return letter == code; });
+}
+
+std::string describe(std::string_view what, std::int64_t id, std::string_view name) {
+  std::string text = std::string(what) + " " + std::to_string(id);
+  if (!name.empty()) text += " (" + std::string(name) + ")";
+  return text;
+}
+
+std::string_view columnName(const Section* section, std::int32_t id) {
+  const Column* const column = section == nullptr ? nullptr : findColumn(*section, id);
+  return column == nullptr ? std::string_view() : column->name;
+}
+
+}  // namespace
+
+void StdDictionaryHandler::refuse(const ItemPlace& place, const std::string& what) const {
+  std::string message = describe("section", section_, current_ == nullptr ? "" : current_->name);
+  message += ", " + describe("column", place.column, columnName(current_, place.column));
+  message += ", row " + std::to_string(place.row) + ": " + what;
+  throwConfigurationError({kHandlerSource, __LINE__, "StdDictionaryHandler::data"},
+                          CP_DICTIONARY_ERROR, message.c_str());
+}
+
+void StdDictionaryHandler::refuse(const std::string& what) const { refuse(openPlace(), what); }
+
+DictTable& StdDictionaryHandler::table(TableSlot slot) const noexcept {
+  // The references were bound to consecutive slots.
+  return (&owner_->identification_.table())[static_cast<std::size_t>(slot)];
+}
+
+unsigned char* StdDictionaryHandler::recordAt(const ItemPlace& place) const {
+  const DictTable& target = table(place.slot);
+  if (place.row < 0 || place.row >= target.rowCount) {
+    std::string what = "the row is outside the table, which has " +
+                       std::to_string(target.rowCount) + " rows";
+    if (target.rowCount == 0) what += "; the items that size the table must come first";
+    refuse(place, what);
+  }
+  const std::size_t recordSize = target.size / static_cast<std::uint32_t>(target.rowCount);
+  return target.records + static_cast<std::size_t>(place.row) * recordSize;
+}
+
+unsigned char* StdDictionaryHandler::recordAt(std::int32_t row) const {
+  return recordAt(ItemPlace{current_->slot, field_, row});
+}
+
+void StdDictionaryHandler::createTable(TableSlot slot, std::int64_t rowCount) {
+  DictTable& target = table(slot);
+  if (rowCount < 0 || rowCount > kMaximumRows) {
+    refuse("a table has 0 to " + std::to_string(kMaximumRows) + " rows, not " +
+           std::to_string(rowCount));
+  }
+  owner_->forEachReference([&](auto& reference) {
+    using Row = typename std::remove_reference_t<decltype(reference)>::Row;
+    if (&reference.table() != &target) return;
+    guarded([&] { target.Create(sizeof(Row), static_cast<std::uint32_t>(rowCount)); });
+    std::uninitialized_value_construct_n(reinterpret_cast<Row*>(target.records), rowCount);
+    if (!RecordText<Row>::exists) return;
+    guarded([&] { target.CreateProperty(CPI_VLS_TABMBR, CPI_StringMember, PTText, 0); });
+  });
+}
+
+void StdDictionaryHandler::createFromNumRows(const PWFData& value) {
+  const std::int32_t rowCount = integer(value);
+  if (openTable().rowCount != 0) {
+    refuse("the table already has " + std::to_string(openTable().rowCount) +
+           " rows; a table is sized once");
+  }
+  createTable(current_->slot, rowCount);
+}
+
+std::int32_t StdDictionaryHandler::integer(const PWFData& value) const {
+  std::int32_t number = 0;
+  guarded([&] { number = value.getInt32Value(); });
+  return number;
+}
+
+const unsigned short* StdDictionaryHandler::text(const PWFData& value) const {
+  if (value.getLogicalType() != LTString && value.getLogicalType() != LTDecimal) {
+    refuse("a text was expected, not a value of logical type " +
+           std::to_string(value.getLogicalType()));
+  }
+  return value.getStringValue();
+}
+
+void StdDictionaryHandler::collectText(std::vector<KelStringBase>& list, const PWFData& value) {
+  list.emplace_back(text(value));
+}
+
+void StdDictionaryHandler::storeItem(const Column& column, const PWFData& value) {
+  switch (column.kind) {
+    case ColumnKind::Integer: {
+      unsigned char* const record = recordAt(row_);
+      *reinterpret_cast<std::int32_t*>(record + column.offset) = integer(value);
+      break;
+    }
+    case ColumnKind::Text: storeText(row_, value); break;
+    default: break;  // kept nowhere
+  }
+}
+
+void StdDictionaryHandler::storeClass(const Column& column, const PWFData& value,
+                                      const ErrorSite& site) {
+  unsigned char* const record = recordAt(row_);
+  const unsigned short* const letters = text(value);
+  const std::int32_t code = letters == nullptr ? 0 : letters[0];
+  *reinterpret_cast<std::int32_t*>(record + column.offset) = code;
+  if (isTagClass(code)) return;
+  throwConfigurationError(site, CP_DICTIONARY_ERROR, "Invalid tag class", {code});
+}
+
+void StdDictionaryHandler::storeFlag(const Column& column, const PWFData& value,
+                                     const ErrorSite& site) {
+  unsigned char* const record = recordAt(row_);
+  const std::int32_t flag = integer(value);
+  if (flag != 0 && flag != 1) {
+    throwConfigurationError(site, CP_DICTIONARY_ERROR, "Invalid value for null permitted.",
+                            {flag});
+  }
+  *reinterpret_cast<bool*>(record + column.offset) = flag != 0;
+}
+
+void StdDictionaryHandler::copyFixedText(unsigned short* field, std::u16string_view text,
+                                         const ItemPlace& place) const {
+  if (text.size() >= kFixedTextUnits) {
+    refuse(place, "the text has " + std::to_string(text.size()) + " units; at most " +
+                      std::to_string(kFixedTextUnits - 1) + " fit");
+  }
+  std::memcpy(field, text.data(), text.size() * sizeof *field);
+  std::fill(field + text.size(), field + kFixedTextUnits, static_cast<unsigned short>(0));
+}
+
+void StdDictionaryHandler::storeFixedText(unsigned char* field, const PWFData& value) {
+  copyFixedText(reinterpret_cast<unsigned short*>(field), textView(text(value)), openPlace());
+}
+
+void StdDictionaryHandler::storeText(std::int32_t row, const PWFData& value) {
+  recordAt(row);
+  const unsigned short* const rowText = text(value);
+  guarded([&] {
+    openTable().SetProperty(static_cast<std::uint32_t>(row), CPI_VLS_TABMBR, CPI_StringMember,
+                            rowText);
+  });
+}
+
+void StdDictionaryHandler::storeCollected(TableSlot slot, std::int32_t column, std::size_t row,
+                                          const KelStringBase& text) {
+  recordAt(ItemPlace{slot, column, static_cast<std::int64_t>(row)});
+  guarded([&] {
+    table(slot).SetProperty(static_cast<std::uint32_t>(row), CPI_VLS_TABMBR, CPI_StringMember,
+                            text.getText());
+  });
+}
+
+// The value is converted before the row is touched, so that a refused item leaves the row whole.
+void StdDictionaryHandler::storeValue(SMD_VALUE_DEFINITION& record, const Column& column,
+                                      const PWFData& value) {
+  SMD_VALUE_DEFINITION::ValueUnion stored{};
+  switch (column.valueType) {
+    case LTString:
+    case LTDecimal:
+      storeText(valueRow_, value);
+      stored.Text = nullptr;  // refreshed by whoever reads the row
+      break;
+    case LTInteger: guarded([&] { stored.Integer = value.getInt64Value(); }); break;
+    case LTFloat: guarded([&] { stored.Float = value.getDoubleValue(); }); break;
+    case LTBoolean: stored.Boolean = integer(value) != 0; break;
+    case LTDateTime:
+      guarded([&] {
+        stored.DateTime = dictionaryConverter().StrToDateTime(
+            text(value), CPI_STD_DATETIME_FORMAT, kDataTextLength);
+      });
+      break;
+    default:
+      guarded([&] {
+        stored.Interval = dictionaryConverter().StrToInterval(text(value), kDataTextLength);
+      });
+      break;
+  }
+  record.Type = column.valueType;
+  record.Value = stored;
+}
+
+StringTable& StdDictionaryHandler::openProperty(std::int32_t type) {
+  recordAt(row_);
+  DictTable& target = openTable();
+  if (row_ == 0) {
+    if (target.properties.tables().size() >= kMaximumProperties) {
+      refuse("a table has at most " + std::to_string(kMaximumProperties) + " properties");
+    }
+    guarded([&] {
+      target.CreateProperty(propertyTableMemberName_.getText(), propertyMemberName_.getText(),
+                            type, 0);
+    });
+  }
+  StringTable* const found = target.properties.FindTable(propertyTableMemberName_.getText(),
+                                                         propertyMemberName_.getText());
+  if (found == nullptr) refuse("the first value of a named property must be at row 0");
+  return *found;
+}
+
+}  // namespace cpi

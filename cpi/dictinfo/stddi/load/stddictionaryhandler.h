@@ -1,0 +1,153 @@
+// StdDictionaryHandler: turns the event stream of one load into table rows.
+//
+// Exists from startMessage to endMessage of a dictionary. It tracks where in the stream it is
+// (section, column, row) and hands each data item to the function of the open section. Every row
+// that a stream names is checked before anything is written; what is refused leaves the tables as
+// they were before the item. Thread rule: used by the one thread that drives the load.
+#ifndef CPI_DICTINFO_STDDI_LOAD_STDDICTIONARYHANDLER_H
+#define CPI_DICTINFO_STDDI_LOAD_STDDICTIONARYHANDLER_H
+
+#include <cstdint>
+#include <exception>
+#include <new>
+#include <string>
+#include <vector>
+
+#include "cpi/dictinfo/stddi/schema.h"
+#include "cpi/dictinfo/stddi/stddictionaryinfo.h"
+
+namespace cpi {
+
+class StdDictionaryHandler {
+ public:
+  explicit StdDictionaryHandler(StdDictionaryInfo* owner);
+  StdDictionaryHandler(const StdDictionaryHandler&) = delete;
+  StdDictionaryHandler& operator=(const StdDictionaryHandler&) = delete;
+
+  // The events, as FIHandler describes them. They throw KelConfigurationException.
+  virtual void startMessage(const WorkerInfoPtr& worker);
+  virtual void endMessage(const WorkerInfoPtr& worker);
+  virtual void startElement(std::int32_t id, unsigned short kind, const WorkerInfoPtr& worker,
+                            std::int32_t index, std::int32_t extra);
+  virtual void endElement(std::int32_t id, const WorkerInfoPtr& worker);
+  virtual void data(const PWFData& value, const WorkerInfoPtr& worker);
+  virtual ~StdDictionaryHandler();
+
+  // The dictionary that is filled: the one through which the events come.
+  void setOwner(StdDictionaryInfo* owner) noexcept { owner_ = owner; }
+  StdDictionaryInfo* owner() const noexcept { return owner_; }
+
+ private:
+  using DataFunction = void (StdDictionaryHandler::*)(const PWFData&);
+
+  // One data function a section; they write the items of that section.
+  void dataIdentifications(const PWFData& value);
+  void dataMsgSetDefs(const PWFData& value);
+  void dataTagDefs(const PWFData& value);
+  void dataStructDefs(const PWFData& value);
+  void mbrIDToStructDefIndex(const PWFData& value);
+  void dataTypeDefs(const PWFData& value);
+  void dataPathBasedDefs(const PWFData& value);
+  void dataPathListDefs(const PWFData& value);
+  void dataValueSetDefs(const PWFData& value);
+  void dataValueDefs(const PWFData& value);
+  void dataNamespaceDefs(const PWFData& value);
+  void dataNamedProperty(const PWFData& value);
+  static DataFunction dataFunction(std::int32_t section) noexcept;
+
+  void startSection(std::int32_t id);
+  void endSection(std::int32_t id);
+  void buildDependencyTable();
+  void buildWireFormatTable();
+  void checkLevel(std::int32_t column, std::int32_t level) const;
+
+  // Where an item belongs; the row may lie outside the table.
+  struct ItemPlace {
+    TableSlot slot;
+    std::int32_t column;
+    std::int64_t row;
+  };
+  ItemPlace openPlace() const noexcept {
+    return {current_ == nullptr ? TableSlot::Identification : current_->slot, field_, row_};
+  }
+
+  // Tables.
+  DictTable& table(TableSlot slot) const noexcept;
+  DictTable& openTable() const noexcept { return table(current_->slot); }
+  // Creates a table with its defaults and, where it has one, its text property.
+  void createTable(TableSlot slot, std::int64_t rowCount);
+  void createFromNumRows(const PWFData& value);
+  void createFromKeys(const Column& key, const std::vector<std::int32_t>& keys);
+  // Sections whose table NumRows sizes: sizes it, or stores the item.
+  void storeCounted(const char* name, const PWFData& value);
+  // Sections that their key column sizes: collects it, sizes the table, stores the item.
+  void storeKeyed(const char* name, std::int32_t refusedClassLine, std::vector<std::int32_t>& keys,
+                  const PWFData& value);
+  // The named property of the open item; created by the item of row 0.
+  StringTable& openProperty(std::int32_t type);
+
+  // Items.
+  void collectText(std::vector<KelStringBase>& list, const PWFData& value);
+  void storeItem(const Column& column, const PWFData& value);
+  void storeClass(const Column& column, const PWFData& value, const ErrorSite& site);
+  void storeFlag(const Column& column, const PWFData& value, const ErrorSite& site);
+  void copyFixedText(unsigned short* field, std::u16string_view text,
+                     const ItemPlace& place) const;
+  void storeFixedText(unsigned char* field, const PWFData& value);
+  void storeText(std::int32_t row, const PWFData& value);
+  void storeCollected(TableSlot slot, std::int32_t column, std::size_t row,
+                      const KelStringBase& text);
+  void storeValue(SMD_VALUE_DEFINITION& record, const Column& column, const PWFData& value);
+  // The record of a row; refuses a row outside the table. Every item that is stored passes here:
+  // this is the one check that keeps a stream inside the tables.
+  unsigned char* recordAt(const ItemPlace& place) const;
+  unsigned char* recordAt(std::int32_t row) const;
+
+  // Typed reads that refuse an item of another kind. A null text stays null.
+  std::int32_t integer(const PWFData& value) const;
+  const unsigned short* text(const PWFData& value) const;
+  // Refuses an item: section, column, row and the reason make the message.
+  [[noreturn]] void refuse(const ItemPlace& place, const std::string& what) const;
+  [[noreturn]] void refuse(const std::string& what) const;
+  // Runs `step`, turning what tables and converters throw into a refusal of the open item.
+  template <class Step>
+  void guarded(Step step) const;
+
+  StdDictionaryInfo* owner_;
+  std::int32_t section_ = kNoSection;      // the open table section
+  std::int32_t dataSection_ = kNoSection;  // whose data function gets the items
+  std::int32_t field_ = kNoColumn;         // column of the open field item
+  std::int32_t row_ = kNone;               // row of the open field item
+  bool identificationSeen_ = false;
+  bool isFiltering_ = false;           // an old-style header is being skipped
+  std::int32_t valueRow_ = 0;          // next Values row
+  const Section* current_ = nullptr;   // of section_
+  KelStringBase propertyTableMemberName_;
+  KelStringBase propertyMemberName_;
+  std::vector<std::int32_t> tagIds_;
+  std::vector<std::int32_t> parentTypeIds_;
+  std::vector<KelStringBase> dependencies_;
+  std::vector<KelStringBase> formatNames_;
+  std::vector<KelStringBase> formatIds_;
+};
+
+template <class Step>
+void StdDictionaryHandler::guarded(Step step) const {
+  try {
+    step();
+  } catch (const std::bad_alloc&) {
+    throw;
+  } catch (const KelConfigurationException&) {
+    throw;
+  } catch (const KelException& error) {
+    std::string what = error.message();
+    for (const KelInsert& insert : error.inserts()) what += ", " + insert.text();
+    refuse(what);
+  } catch (const std::exception& error) {
+    refuse(error.what());
+  }
+}
+
+}  // namespace cpi
+
+#endif  // CPI_DICTINFO_STDDI_LOAD_STDDICTIONARYHANDLER_H

@@ -1,0 +1,125 @@
+// PositionSearch: the one loop that walks the members of the model forward from a position.
+//
+// Both searches of the iterator run it: the new-position search looks for a member that is the
+// element, the best-position search for a level that admits an element without a member. They share
+// how a candidate steps on, how a group is entered and how it is left, and differ in when they
+// stop, which each tests for itself.
+//
+// The candidate is a value; the stack changes only when a group is entered or left, and its top
+// always stands at the candidate's level.
+#ifndef CPI_DICTINFO_STDDI_NAVIGATE_SEARCH_H
+#define CPI_DICTINFO_STDDI_NAVIGATE_SEARCH_H
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "cpi/dictinfo/stddi/navigate/navigation.h"
+
+namespace cpi {
+
+// The stack depths at which a search has started a level over. Depths of real messages fit in one
+// word; only deeper ones cost an allocation.
+class RestartedLevels {
+ public:
+  // Adds a depth; false when it was there.
+  bool add(std::size_t depth) {
+    if (depth >= 64) {
+      if (std::find(deep_.begin(), deep_.end(), depth) != deep_.end()) return false;
+      deep_.push_back(depth);
+      return true;
+    }
+    const std::uint64_t bit = std::uint64_t{1} << depth;
+    const bool isNew = (shallow_ & bit) == 0;
+    shallow_ |= bit;
+    return isNew;
+  }
+
+ private:
+  std::uint64_t shallow_ = 0;
+  std::vector<std::size_t> deep_;
+};
+
+class PositionSearch {
+ public:
+  // `operation` names the search in errors and traces; `search` must outlive this object.
+  PositionSearch(StdDictionaryIterator& iterator, const char* operation, const SearchDef& search,
+                 bool matchCurrent, bool enforceRequired)
+      : iterator_(iterator),
+        operation_(operation),
+        search_(search),
+        matchCurrent_(matchCurrent),
+        enforceRequired_(enforceRequired),
+        start_(iterator.positionStack.back()),
+        candidate_(start_) {}
+
+  // The searches; see StdDictionaryIterator.
+  bool findNewPosition();
+  bool findBestPosition(bool replaceCurrent);
+
+ private:
+  // What a step led to.
+  enum class Step : std::uint8_t {
+    Candidate,   // another candidate, to be tested
+    Left,        // the entry of a group that was left: its level goes on behind it
+    GroupFound,  // the group that was asked for, at a new occurrence
+    Ended,       // the end of the level, and with it of the search: the parent is no group
+  };
+
+  // --- Shared by both searches ---
+  bool isExhausted() noexcept;
+  bool entersGroup();
+  bool isInsideItself() const noexcept;
+  Step advance();
+  std::int32_t nextMember(const SMD_TYPE_DEFINITION& parent);
+  bool isAlternativeTaken() const;
+  bool restartsLevel();
+  bool closesLevel() const;
+  Step leaveGroup();
+  void removeLeftEntries();
+  bool repeatsGroup() const;
+  void pushFirstMember();
+  const SMD_TYPE_DEFINITION* parentType() const;
+  const SMD_STRUCTURE_ELEMENT_DEFINITION* memberOf(const DictionaryPosition& position) const {
+    return dictionary().typeMembers().find(position.memberIndex);
+  }
+  std::int32_t occurrenceLimit() const;
+  void markMatched() noexcept;
+
+  // --- New position ---
+  bool isCandidateFound();
+  bool mayRepeat() const;
+  bool placeFound();
+  bool failNewPosition();
+  bool repeatStartEntry();
+  bool countRepeat();
+
+  // --- Best position ---
+  bool placeUndefined(bool replaceCurrent);
+  DictionaryPosition undefinedPosition(std::int32_t memberIndex) const;
+  bool failBestPosition();
+
+  DictionaryPosition& top() const { return iterator_.positionStack.back(); }
+  const StdDictionaryInfo& dictionary() const { return *iterator_.dictionaryInfo; }
+  bool isSearchFor(ESearchType type) const noexcept { return search_.searchType == type; }
+
+  StdDictionaryIterator& iterator_;
+  const char* const operation_;
+  const SearchDef& search_;
+  const bool matchCurrent_;
+  const bool enforceRequired_;
+  bool isBestPosition_ = false;
+  const DictionaryPosition start_;
+  DictionaryPosition candidate_;
+  bool isFirst_ = true;       // the candidate is still the start entry
+  bool isDescended_ = false;  // a group was entered since one was last left
+  bool isMatched_ = false;    // by the last test
+  bool isRepeat_ = false;     // by the last test: a match repeats the start entry
+  std::int32_t candidates_ = 0;
+  RestartedLevels restarted_;
+};
+
+}  // namespace cpi
+
+#endif  // CPI_DICTINFO_STDDI_NAVIGATE_SEARCH_H

@@ -1,0 +1,53 @@
+// The search moves of the iterator: their entry checks, and the stack when an exception leaves.
+#include "cpi/dictinfo/stddi/navigate/search.h"
+#include "cpi/dictinfo/stddi/navigate/stackguard.h"
+
+namespace cpi {
+
+namespace {
+
+constexpr const char* kNewPosition = "StdDictionaryIterator::moveToNewPosition";
+constexpr const char* kBestPosition = "StdDictionaryIterator::moveToBestPosition";
+
+void checkSearch(const StdDictionaryIterator& iterator, bool moveFwd, const char* operation) {
+  if (iterator.getCurrentPosition() == nullptr) {
+    throwParserError(nullptr, siteOf(kIteratorSource, operation), CP_DICT_ITERATOR_NOT_INITIALISED,
+                     "null dictionary pointer or no context set");
+  }
+  if (!moveFwd) {
+    throwParserError(&iterator, siteOf(kIteratorSource, operation), CP_INTERNAL_ERROR,
+                     "moveFwd false not supported");
+  }
+}
+
+}  // namespace
+
+bool StdDictionaryIterator::moveToNewPosition(SearchDef search, bool matchCurrent, bool moveFwd,
+                                              bool enforceRequired) {
+  if (positionStack.empty()) {
+    return searchNewPosition(search, matchCurrent, moveFwd, enforceRequired);  // which refuses it
+  }
+  StackGuard guard(positionStack, savedPositionStack, positionStackSaved);
+  return guard.run(
+      [&] { return searchNewPosition(search, matchCurrent, moveFwd, enforceRequired); });
+}
+
+// The search without the guard, for moves that have one of their own.
+bool StdDictionaryIterator::searchNewPosition(const SearchDef& search, bool matchCurrent,
+                                              bool moveFwd, bool enforceRequired) {
+  MoveOperation operation(this, kNewPosition, search, matchCurrent, moveFwd, enforceRequired);
+  checkSearch(*this, moveFwd, kNewPosition);
+  PositionSearch engine(*this, kNewPosition, search, matchCurrent, enforceRequired);
+  return operation.returns(engine.findNewPosition());
+}
+
+bool StdDictionaryIterator::moveToBestPosition(SearchDef search, bool replaceCurrent,
+                                               bool moveFwd) {
+  MoveOperation operation(this, kBestPosition, search, replaceCurrent, moveFwd);
+  checkSearch(*this, moveFwd, kBestPosition);
+  StackGuard guard(positionStack, savedPositionStack, positionStackSaved);
+  PositionSearch engine(*this, kBestPosition, search, false, false);
+  return operation.returns(guard.run([&] { return engine.findBestPosition(replaceCurrent); }));
+}
+
+}  // namespace cpi

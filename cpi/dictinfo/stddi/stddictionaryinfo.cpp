@@ -1,0 +1,114 @@
+#include "cpi/dictinfo/stddi/stddictionaryinfo.h"
+
+#include <limits>
+#include <stdexcept>
+
+#include "cpi/dictinfo/stddi/load/stddictionaryhandler.h"
+#include "cpi/dictinfo/stddi/schema.h"
+
+namespace cpi {
+
+namespace {
+
+int slotCount(int extraTables) {
+  if (extraTables < 0 || extraTables > std::numeric_limits<int>::max() - kTableCount) {
+    throw std::length_error("the number of extra tables must be 0 or more");
+  }
+  return extraTables + kTableCount;
+}
+
+}  // namespace
+
+StdDictionaryInfo::StdDictionaryInfo(int extraTables) : DictionaryInfo(slotCount(extraTables)) {
+  KelOperation operation(nullptr, "StdDictionaryInfo::StdDictionaryInfo", extraTables);
+  auto slot = static_cast<std::size_t>(extraTables);
+  forEachReference([&](auto& reference) {
+    using Reference = std::remove_reference_t<decltype(reference)>;
+    reference = Reference(tables()[slot++]);
+  });
+}
+
+// Member-wise: the references lead to the shared tables, and a load in progress is shared too.
+StdDictionaryInfo::StdDictionaryInfo(const StdDictionaryInfo& other) = default;
+
+StdDictionaryInfo::~StdDictionaryInfo() = default;
+
+void StdDictionaryInfo::release() { delete this; }
+
+StdDictionaryHandler* StdDictionaryInfo::loadHandler() {
+  if (loadHandler_ != nullptr && loadHandler_->owner() != this) {
+    loadHandler_->setOwner(this);
+    adoptTables();
+  }
+  return loadHandler_.get();
+}
+
+void StdDictionaryInfo::startMessage(WorkerInfoPtr worker) {
+  KelOperation operation(nullptr, "StdDictionaryInfo::startMessage");
+  loadHandler_ = std::make_shared<StdDictionaryHandler>(this);
+  adoptTables();
+  loadHandler_->startMessage(worker);
+}
+
+void StdDictionaryInfo::endMessage(WorkerInfoPtr worker) {
+  KelOperation operation(nullptr, "StdDictionaryInfo::endMessage");
+  StdDictionaryHandler* const handler = loadHandler();
+  if (handler == nullptr) return;
+  handler->endMessage(worker);
+  loadHandler_.reset();
+  freeze();
+}
+
+void StdDictionaryInfo::startElement(std::int32_t id, unsigned short kind, WorkerInfoPtr worker,
+                                     std::int32_t index, std::int32_t extra) {
+  if (StdDictionaryHandler* const handler = loadHandler(); handler != nullptr) {
+    handler->startElement(id, kind, worker, index, extra);
+  }
+}
+
+void StdDictionaryInfo::endElement(std::int32_t id, WorkerInfoPtr worker) {
+  if (StdDictionaryHandler* const handler = loadHandler(); handler != nullptr) {
+    handler->endElement(id, worker);
+  }
+}
+
+void StdDictionaryInfo::data(const PWFData& value, WorkerInfoPtr worker) {
+  if (StdDictionaryHandler* const handler = loadHandler(); handler != nullptr) {
+    handler->data(value, worker);
+  }
+}
+
+void StdDictionaryInfo::MapTableProperty(DictTableRefBase table, StringTableRef strings) {
+  KelOperation operation(nullptr, "StdDictionaryInfo::MapTableProperty");
+  DictionaryInfo::MapTableProperty(table, strings);
+  if (strings.strings->tableMemberName.view() != textView(CPI_VLS_TABMBR) ||
+      strings.strings->memberName.view() != textView(CPI_StringMember)) {
+    return;
+  }
+  forEachReference([&](auto& reference) {
+    using Row = typename std::remove_reference_t<decltype(reference)>::Row;
+    if (RecordText<Row>::exists && &reference.table() == table.table) {
+      reference.mapStrings(strings.strings);
+    }
+  });
+}
+
+void StdDictionaryInfo::freeze() noexcept {
+  forEachReference([](auto& reference) {
+    for (std::int32_t row = 0; row < reference.rowCount(); ++row) reference.row(row);
+  });
+}
+
+std::u16string_view StdDictionaryInfo::namespaceText(std::int32_t namespaceIndex) const noexcept {
+  return namespaces_.contains(namespaceIndex) ? textView(namespaces_.text(namespaceIndex))
+                                              : std::u16string_view();
+}
+
+bool StdDictionaryInfo::isInNamespace(std::int32_t namespaceIndex,
+                                      const KelStringBase& namespaceURI) const noexcept {
+  if (namespaceIndex == kNone && namespaceURI.isEmpty()) return true;
+  return namespaces_.contains(namespaceIndex) &&
+         namespaceText(namespaceIndex) == namespaceURI.view();
+}
+
+}  // namespace cpi

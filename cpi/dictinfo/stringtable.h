@@ -1,0 +1,95 @@
+// StringTable and StringTableGroup: the named properties of a table, one value a row.
+//
+// A property keeps its values in one growing buffer: an array of 32-bit offsets, one a row, and
+// behind it the values in the order in which they were set. Offset 0 means that a row has no
+// value. Thread rule: written by the one thread that loads; afterwards read by any number.
+#ifndef CPI_DICTINFO_STRINGTABLE_H
+#define CPI_DICTINFO_STRINGTABLE_H
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include "cpi/runtime/export.h"
+#include "cpi/runtime/kelstring.h"
+
+namespace cpi {
+
+// The kinds of property value.
+enum PropertyType : std::int32_t {
+  PTNone = -1,    // not created yet
+  PTText = 2,     // zero-terminated UTF-16
+  PTInteger = 4,  // 64-bit signed integer, low 32-bit word first
+};
+
+class CPI_API StringTable {
+ public:
+  StringTable() noexcept = default;
+  StringTable(const StringTable&) = delete;
+  StringTable& operator=(const StringTable&) = delete;
+  virtual ~StringTable();
+
+  // Names the property and makes room for `rowCount` offsets, or `initialSize` bytes when that is
+  // not 0 and leaves room for them. Throws std::length_error beyond 4 GiB, and std::bad_alloc; the
+  // property is then as before.
+  void Create(const unsigned short* tableMemberName, const unsigned short* memberName,
+              std::int32_t type, std::uint32_t rowCount, std::uint32_t initialSize);
+  // Appends a value and points the row at it; an older value of the row stays unused in the
+  // buffer. Throws KelParserException (CP_INTERNAL_ERROR) when the property has no such row or is
+  // of the other kind, std::length_error when the buffer would pass 4 GiB, std::bad_alloc; the
+  // property is then as before. Pointers from GetValue are invalid after a successful call.
+  void SetValue(std::uint32_t row, const unsigned short* text);
+  void SetIntValue(std::uint32_t row, std::int64_t value);
+  // The row's text, or null when it has none, is out of range or the property holds integers.
+  // Valid until the next value is set in this property. Never throws.
+  const unsigned short* GetValue(std::uint32_t row) const noexcept {
+    if (type != PTText) return nullptr;
+    const std::uint32_t offset = offsetOf(row);
+    return offset == 0 ? nullptr : reinterpret_cast<const unsigned short*>(buffer + offset);
+  }
+  // The row's integer, or nothing when it has none or the property holds texts.
+  std::optional<std::int64_t> GetIntValue(std::uint32_t row) const noexcept;
+  template <Char16 C>
+  void SetValue(std::uint32_t row, const C* text) {
+    SetValue(row, asUnits(text));
+  }
+
+  KelStringBase tableMemberName;
+  KelStringBase memberName;
+  std::int32_t type = PTNone;
+  unsigned char* buffer = nullptr;  // of cpMalloc; null when the property has no rows
+  std::uint32_t bufferSize = 0;     // capacity in bytes
+  std::uint32_t rowCount = 0;       // rows of the table when the property was created
+  std::uint32_t bufferUsed = 0;     // bytes in use, the offsets included
+
+ private:
+  std::uint32_t offsetOf(std::uint32_t row) const noexcept {
+    return row < rowCount ? reinterpret_cast<const std::uint32_t*>(buffer)[row] : 0;
+  }
+  // Makes room for `needed` more bytes and checks the row.
+  void reserve(std::uint32_t row, std::int32_t valueType, std::uint64_t needed);
+};
+
+// The properties of one table, in ascending order of memberName. Owns them.
+class CPI_API StringTableGroup {
+ public:
+  // Inserts `table` before those of an equal memberName and takes it over. Throws std::bad_alloc,
+  // `table` is then destroyed.
+  void AddTable(std::unique_ptr<StringTable> table);
+  // The first property with both names, or null. A null `tableMemberName` takes the first with
+  // an equal or greater memberName. Never throws.
+  StringTable* FindTable(const unsigned short* tableMemberName,
+                         const unsigned short* memberName) const noexcept;
+  const std::vector<std::unique_ptr<StringTable>>& tables() const noexcept { return tables_; }
+  // Destroys all properties.
+  void clear() noexcept { tables_.clear(); }
+
+ private:
+  std::vector<std::unique_ptr<StringTable>> tables_;
+};
+
+}  // namespace cpi
+
+#endif  // CPI_DICTINFO_STRINGTABLE_H
