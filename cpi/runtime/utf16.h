@@ -6,10 +6,9 @@
 #ifndef CPI_RUNTIME_UTF16_H
 #define CPI_RUNTIME_UTF16_H
 
-#include <unicode/ustring.h>
-
 #include <concepts>
 #include <cstddef>
+#include <string>
 #include <string_view>
 
 namespace cpi {
@@ -31,7 +30,7 @@ inline const char16_t* asChars(const unsigned short* text) noexcept {
 
 // Length in code units of a zero-terminated text; 0 for null.
 inline std::size_t textLength(const unsigned short* text) noexcept {
-  return text == nullptr ? 0 : static_cast<std::size_t>(u_strlen(asChars(text)));
+  return text == nullptr ? 0 : std::char_traits<char16_t>::length(asChars(text));
 }
 
 // A view of a zero-terminated text; empty for null. Valid as long as the text.

@@ -50,6 +50,12 @@ class StackGuard {
   }
 
  private:
+  // Caches that were filled meanwhile stay: they are true of the entry.
+  static bool isSameOccurrence(const DictionaryPosition& a, const DictionaryPosition& b) noexcept {
+    return a.memberIndex == b.memberIndex && a.tagIndex == b.tagIndex &&
+           a.typeIndex == b.typeIndex && a.repeatIndex == b.repeatIndex;
+  }
+
   void restore() {
     if (!whole_.empty()) {
       stack_.swap(whole_);
@@ -57,9 +63,10 @@ class StackGuard {
       const std::size_t below = size_ - (hasMarker_ ? 2 : 1);
       const Stack& source = isSaved_ && saved_.size() >= below ? saved_ : stack_;
       if (&source != &stack_) stack_.assign(source.begin(), source.end());
-      const std::size_t kept = std::min(below, stack_.size());
+      const bool isKept = stack_.size() > below && isSameOccurrence(stack_[below], settled_);
+      const std::size_t kept = std::min(below + (isKept ? 1 : 0), stack_.size());
       stack_.erase(stack_.begin() + static_cast<std::ptrdiff_t>(kept), stack_.end());
-      stack_.push_back(settled_);
+      if (!isKept) stack_.push_back(settled_);
       if (hasMarker_) stack_.push_back(marker_);
     }
     isSaved_ = false;

@@ -1,4 +1,6 @@
 // The values of one value set, one after another.
+#include <limits>
+
 #include "cpi/dictinfo/stddi/stddictionaryiterator.h"
 
 namespace cpi {
@@ -61,11 +63,8 @@ std::int32_t StdValueIterator::getValue(PWFData& value, std::int32_t& role) cons
 
 void StdValueIterator::moveToNextValue() {
   if (currentRow < 0) return;
-  if (!isAtValue()) {
-    currentRow = kNone;  // a set that never had a value
-    return;
-  }
-  ++currentRow;
+  // The last row that the type can count is in no table: nothing follows it.
+  if (currentRow < std::numeric_limits<std::int32_t>::max()) ++currentRow;
   if (!isAtValue()) currentRow = kNone;
 }
 
