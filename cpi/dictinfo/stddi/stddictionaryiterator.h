@@ -301,6 +301,7 @@ class CPI_API StdDictionaryIterator : public KelOwnedLogSource {
 
   bool searchNewPosition(const SearchDef& search, bool matchCurrent, bool moveFwd,
                          bool enforceRequired);
+  bool searchBestPosition(const SearchDef& search, bool replaceCurrent, bool moveFwd);
   bool isParentAnonymous() const;
   bool resolveTagName(SearchDef& search) const;
   bool isMessageAllowed(const char* operation) const;

@@ -95,7 +95,7 @@ bool StdDictionaryIterator::isFirstChildMember(const SearchDef& search,
   const std::int32_t first = firstMember(*dictionaryInfo, type);
   if (search.searchType == STSelfDef || first < 0) return false;
   positionStack.emplace_back(dictionaryInfo, first);
-  return moveToNewPosition(search, true, true, enforceRequired);
+  return searchNewPosition(search, true, true, enforceRequired);
 }
 
 // Stage 2: as an element that the model does not define here.
@@ -119,7 +119,7 @@ bool StdDictionaryIterator::placeFirstChild(SearchDef& search, const SMD_TYPE_DE
                                NTMessage);
     return true;
   }
-  if (moveToBestPosition(search, pushProbe(search, type), true)) return true;
+  if (searchBestPosition(search, pushProbe(search, type), true)) return true;
   DictionaryPosition child = undefinedChild(search, kNone);
   if (search.searchType == STSelfDef) child.nodeType = NTStructure;
   positionStack.push_back(child);

@@ -32,7 +32,7 @@ bool StdDictionaryIterator::moveToNewPosition(SearchDef search, bool matchCurren
       [&] { return searchNewPosition(search, matchCurrent, moveFwd, enforceRequired); });
 }
 
-// The search without the guard, for moves that have one of their own.
+// The searches without the guard, for moves that have one of their own.
 bool StdDictionaryIterator::searchNewPosition(const SearchDef& search, bool matchCurrent,
                                               bool moveFwd, bool enforceRequired) {
   MoveOperation operation(this, kNewPosition, search, matchCurrent, moveFwd, enforceRequired);
@@ -43,11 +43,19 @@ bool StdDictionaryIterator::searchNewPosition(const SearchDef& search, bool matc
 
 bool StdDictionaryIterator::moveToBestPosition(SearchDef search, bool replaceCurrent,
                                                bool moveFwd) {
+  if (positionStack.empty()) {
+    return searchBestPosition(search, replaceCurrent, moveFwd);  // which refuses it
+  }
+  StackGuard guard(positionStack, savedPositionStack, positionStackSaved);
+  return guard.run([&] { return searchBestPosition(search, replaceCurrent, moveFwd); });
+}
+
+bool StdDictionaryIterator::searchBestPosition(const SearchDef& search, bool replaceCurrent,
+                                               bool moveFwd) {
   MoveOperation operation(this, kBestPosition, search, replaceCurrent, moveFwd);
   checkSearch(*this, moveFwd, kBestPosition);
-  StackGuard guard(positionStack, savedPositionStack, positionStackSaved);
   PositionSearch engine(*this, kBestPosition, search, false, false);
-  return operation.returns(guard.run([&] { return engine.findBestPosition(replaceCurrent); }));
+  return operation.returns(engine.findBestPosition(replaceCurrent));
 }
 
 }  // namespace cpi

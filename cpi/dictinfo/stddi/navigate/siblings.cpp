@@ -83,7 +83,7 @@ bool StdDictionaryIterator::moveToSibling(SearchDef search, bool moveFwd, bool a
     const SMD_TYPE_DEFINITION* const parent = dictionaryInfo->types().find(getParentTypeIndex());
     if (parent == nullptr) return moveWithoutModel(search, allowUndefined);
     const bool isFirstChildMarker = settleCurrentEntry(*parent);
-    return moveToNewPosition(search, false, true, enforceRequired) ||
+    return searchNewPosition(search, false, true, enforceRequired) ||
            (allowUndefined && placeSibling(search, isFirstChildMarker));
   }));
 }
@@ -159,7 +159,7 @@ bool StdDictionaryIterator::placeSibling(SearchDef& search, bool isFirstChildMar
     }
   }
   if (search.searchType == STSelfDef) checkNamedMessage(search);
-  if (moveToBestPosition(search, isFirstChildMarker, true)) return true;
+  if (searchBestPosition(search, isFirstChildMarker, true)) return true;
   return pushSibling(search, isFirstChildMarker);
 }
 
