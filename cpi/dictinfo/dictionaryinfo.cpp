@@ -1,6 +1,7 @@
 #include "cpi/dictinfo/dictionaryinfo.h"
 
 #include <algorithm>
+#include <mutex>
 #include <stdexcept>
 #include <vector>
 
@@ -9,8 +10,8 @@ namespace cpi {
 const unsigned short* const CPI_VLS_TABMBR = asUnits(u"VLS_TABMBR");
 const unsigned short* const CPI_StringMember = asUnits(u"StringMember");
 
-// The tables, with the dictionaries that share them. A property is announced to one dictionary
-// alone, its tables' owner; when that one goes, another sharer takes its place.
+// The tables, with the dictionaries that share them. The tables' owner is one of these; when it
+// goes, another takes its place.
 struct DictionaryInfo::Storage {
   explicit Storage(std::size_t slots) : tables(slots) {}
 
@@ -20,6 +21,7 @@ struct DictionaryInfo::Storage {
 
   std::vector<DictTable> tables;
   std::vector<DictionaryInfo*> sharers;
+  std::mutex mutex;  // of sharers: copies are made and destroyed by any thread
 };
 
 DictionaryInfo::DictionaryInfo(int tableSlots) {
@@ -32,10 +34,12 @@ DictionaryInfo::DictionaryInfo(int tableSlots) {
 DictionaryInfo::DictionaryInfo(const DictionaryInfo& other)
     : FIHandler(other), msgSetID(other.msgSetID), formatID(other.formatID),
       storage_(other.storage_) {
+  const std::lock_guard lock(storage_->mutex);
   storage_->sharers.push_back(this);
 }
 
 DictionaryInfo::~DictionaryInfo() {
+  const std::lock_guard lock(storage_->mutex);
   std::erase(storage_->sharers, this);
   if (!storage_->sharers.empty() && !storage_->tables.empty() &&
       storage_->tables.front().owner == this) {
@@ -45,6 +49,18 @@ DictionaryInfo::~DictionaryInfo() {
 
 std::span<DictTable> DictionaryInfo::tables() noexcept { return storage_->tables; }
 std::span<const DictTable> DictionaryInfo::tables() const noexcept { return storage_->tables; }
+
+void DictionaryInfo::announceProperty(DictTableRefBase table, StringTableRef strings) {
+  MapTableProperty(table, strings);
+  std::vector<DictionaryInfo*> sharers;
+  {
+    const std::lock_guard lock(storage_->mutex);
+    sharers = storage_->sharers;
+  }
+  for (DictionaryInfo* const sharer : sharers) {
+    if (sharer != this) sharer->MapTableProperty(table, strings);
+  }
+}
 
 void DictionaryInfo::adoptTables() noexcept { storage_->setOwner(this); }
 

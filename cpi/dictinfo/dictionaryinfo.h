@@ -25,7 +25,7 @@ class CPI_API DictionaryInfo : public FIHandler {
  public:
   // Throws std::bad_alloc, and std::length_error for a negative count.
   explicit DictionaryInfo(int tableSlots);
-  // Shares the tables of `other`, and copies its two id texts.
+  // Shares the tables of `other`, and copies its two id texts. Safe beside other copies.
   DictionaryInfo(const DictionaryInfo& other);
   DictionaryInfo& operator=(const DictionaryInfo&) = delete;
   ~DictionaryInfo() override;
@@ -48,6 +48,8 @@ class CPI_API DictionaryInfo : public FIHandler {
   friend class DictTable;
   // Called for every new property of a table of this dictionary. The base does nothing.
   virtual void MapTableProperty(DictTableRefBase table, StringTableRef strings);
+  // Announces a new property to this dictionary and to those that share its tables.
+  void announceProperty(DictTableRefBase table, StringTableRef strings);
   // Makes this dictionary the one that its tables announce new properties to.
   void adoptTables() noexcept;
 

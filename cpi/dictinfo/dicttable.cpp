@@ -19,14 +19,10 @@ void DictTable::Create(std::uint32_t recordSize, std::uint32_t newRowCount) {
       newRowCount > static_cast<std::uint32_t>(std::numeric_limits<std::int32_t>::max())) {
     throw std::length_error("a table cannot hold more than 4 GiB of records or 2147483647 rows");
   }
-  if (bytes == 0) {
-    size = 0;
-    return;
-  }
+  if (rowCount != 0) throw std::logic_error("a table is sized once");
+  if (bytes == 0) return;
   void* const block = cpMalloc(bytes);
   std::memset(block, 0, bytes);
-  properties.clear();
-  cpFree(records);
   records = static_cast<unsigned char*>(block);
   rowCount = static_cast<std::int32_t>(newRowCount);
   size = static_cast<std::uint32_t>(bytes);
@@ -40,14 +36,15 @@ StringTableRef DictTable::CreateProperty(const unsigned short* tableMemberName,
                   initialSize);
   const StringTableRef reference{created.get()};
   properties.AddTable(std::move(created));
-  if (owner != nullptr) owner->MapTableProperty({this}, reference);
+  if (owner != nullptr) owner->announceProperty({this}, reference);
   return reference;
 }
 
 StringTable& DictTable::property(const unsigned short* tableMemberName,
                                  const unsigned short* memberName, const char* operation) const {
   StringTable* const found = properties.FindTable(tableMemberName, memberName);
-  if (found == nullptr) {
+  // The group may hand out a neighbour with another member name.
+  if (found == nullptr || found->memberName.view() != textView(memberName)) {
     throwParserError(nullptr, {"cpi/dictinfo/dicttable", __LINE__, operation}, CP_INTERNAL_ERROR,
                      "the table has no such property", {tableMemberName, memberName});
   }

@@ -29,14 +29,13 @@ class CPI_API DictTable {
   DictTable& operator=(const DictTable&) = delete;
   ~DictTable();
 
-  // Sizes the table: `rowCount` records of `recordSize` zero bytes. Nothing is allocated for 0
-  // bytes, and the row count then stays as it was. Called once, before any property is created;
-  // a later call replaces records and destroys the properties, whose rows are gone. Throws
-  // std::length_error beyond 4 GiB or 2^31 - 1 rows, and std::bad_alloc; the table is then as
-  // before.
+  // Sizes the table: `rowCount` records of `recordSize` zero bytes. For 0 bytes nothing happens.
+  // Called once, before any property that is to have rows. Throws std::length_error beyond 4 GiB
+  // or 2^31 - 1 rows, std::logic_error when the table has rows already, and std::bad_alloc; the
+  // table is then as before.
   void Create(std::uint32_t recordSize, std::uint32_t rowCount);
-  // Creates a property with a place for each row, adds it to the group and announces it to the
-  // owner through MapTableProperty. Throws as StringTable::Create does.
+  // Creates a property with a place for each row, adds it to the group and announces it through
+  // MapTableProperty to the owner, and to the dictionaries that share its tables. Throws as StringTable::Create does.
   StringTableRef CreateProperty(const unsigned short* tableMemberName,
                                 const unsigned short* memberName, std::int32_t type,
                                 std::uint32_t initialSize);

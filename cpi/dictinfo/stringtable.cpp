@@ -4,6 +4,7 @@
 #include <cstring>
 #include <limits>
 #include <stdexcept>
+#include <utility>
 
 #include "cpi/runtime/kelexception.h"
 #include "cpi/runtime/memory.h"
@@ -55,7 +56,7 @@ void StringTable::Create(const unsigned short* newTableMemberName,
   bufferUsed = offsets;
 }
 
-void StringTable::reserve(std::uint32_t row, std::int32_t valueType, std::uint64_t needed) {
+StringTable::OldBuffer StringTable::reserve(std::uint32_t row, std::int32_t valueType, std::uint64_t needed) {
   if (row >= rowCount || type != valueType) {
     throwParserError(nullptr, {kSourcePath, __LINE__, "StringTable::SetValue"}, CP_INTERNAL_ERROR,
                      row >= rowCount ? "the property has no such row"
@@ -63,20 +64,20 @@ void StringTable::reserve(std::uint32_t row, std::int32_t valueType, std::uint64
                      {row, rowCount, memberName});
   }
   const std::uint64_t end = bufferUsed + needed;
-  if (bufferSize >= end) return;
+  if (bufferSize >= end) return nullptr;
   std::uint64_t capacity = std::uint64_t{bufferSize} + bufferSize / 4;
   if (capacity < end || capacity > std::numeric_limits<std::uint32_t>::max()) capacity = end;
   const std::uint32_t newSize = checkedSize(capacity);
   auto* const block = static_cast<unsigned char*>(cpMalloc(newSize));
   std::memcpy(block, buffer, bufferUsed);
-  cpFree(buffer);
-  buffer = block;
+  OldBuffer old(std::exchange(buffer, block));
   bufferSize = newSize;
+  return old;
 }
 
 void StringTable::SetValue(std::uint32_t row, const unsigned short* text) {
   const std::uint64_t bytes = (std::uint64_t{textLength(text)} + 1) * sizeof(unsigned short);
-  reserve(row, PTText, bytes);
+  const OldBuffer old = reserve(row, PTText, bytes);  // `text` may stand in it
   if (text == nullptr) return;  // a null text is no value
   std::memcpy(buffer + bufferUsed, text, bytes);
   std::memcpy(buffer + std::size_t{4} * row, &bufferUsed, sizeof bufferUsed);

@@ -14,6 +14,7 @@
 
 #include "cpi/runtime/export.h"
 #include "cpi/runtime/kelstring.h"
+#include "cpi/runtime/memory.h"
 
 namespace cpi {
 
@@ -68,8 +69,12 @@ class CPI_API StringTable {
   std::uint32_t offsetOf(std::uint32_t row) const noexcept {
     return row < rowCount ? reinterpret_cast<const std::uint32_t*>(buffer)[row] : 0;
   }
-  // Makes room for `needed` more bytes and checks the row.
-  void reserve(std::uint32_t row, std::int32_t valueType, std::uint64_t needed);
+  struct Free {
+    void operator()(unsigned char* block) const noexcept { cpFree(block); }
+  };
+  using OldBuffer = std::unique_ptr<unsigned char, Free>;
+  // Checks the row and makes room for `needed` more bytes; gives back the buffer that was outgrown.
+  OldBuffer reserve(std::uint32_t row, std::int32_t valueType, std::uint64_t needed);
 };
 
 // The properties of one table, in ascending order of memberName. Owns them.

@@ -8,6 +8,14 @@ namespace {
 
 constexpr const char* kInternalErrorText = "CPI Internal Error";
 
+// Control characters of a message's own texts would break the one line of what().
+std::string onOneLine(std::string text) {
+  for (char& c : text) {
+    if (static_cast<unsigned char>(c) < 0x20) c = ' ';
+  }
+  return text;
+}
+
 void traceThrow(const KelLogSource* source, const ErrorSite& site, const ErrorCode& code,
                 const char* text, const std::vector<KelInsert>& inserts) {
   if (!KelLog::isOn(LLTrace)) return;
@@ -29,7 +37,7 @@ KelException::KelException(const char* file, std::int32_t line, const char* oper
       message_(message) {
   char number[16];
   std::snprintf(number, sizeof number, "0x%08X", static_cast<unsigned>(messageNumber));
-  what_ = operation_ + ": " + message_ + " (" + number + ", " + file_ + ":" +
+  what_ = operation_ + ": " + onOneLine(message_) + " (" + number + ", " + file_ + ":" +
           std::to_string(line_) + ")";
 }
 
@@ -39,7 +47,7 @@ KelConfigurationException::~KelConfigurationException() = default;
 
 void KelException::appendInsert(const KelInsert& insert) {
   inserts_.push_back(insert);
-  what_ += (inserts_.size() == 1 ? ": " : ", ") + insert.text();
+  what_ += (inserts_.size() == 1 ? ": " : ", ") + onOneLine(insert.text());
 }
 
 void throwParserError(const KelLogSource* source, const ErrorSite& site, const ErrorCode& code,

@@ -58,7 +58,7 @@ void KelOperation::enter(std::initializer_list<KelInsert> arguments) noexcept {
 }
 
 void KelOperation::leave() noexcept {
-  if (std::uncaught_exceptions() > exceptions_) return;
+  if (std::uncaught_exceptions() > exceptions_ || !KelLog::isOn(LLDebug)) return;
   std::span<const KelInsert> inserts;
   if (result_.has_value()) inserts = {&*result_, 1};
   KelLog::write({LogKind::DebugExit, source_, name_, failure_, inserts});

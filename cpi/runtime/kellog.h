@@ -118,7 +118,7 @@ class CPI_API KelLog {
   // Hands an item to the sink, if there is one; tests no level. Never throws.
   static void write(const KelLogItem& item) noexcept;
 
-  // Writes an item when the filter admits its level. `op` and `text` are literals.
+  // Writes an item; callers ask isOn first, so that inserts cost nothing while it is off.
   static void trace(const KelLogSource* source, const char* op, const char* text,
                     std::initializer_list<KelInsert> inserts = {}) noexcept {
     write({LogKind::Trace, source, op, text, {inserts.begin(), inserts.size()}});

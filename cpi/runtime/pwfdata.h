@@ -5,6 +5,7 @@
 #ifndef CPI_RUNTIME_PWFDATA_H
 #define CPI_RUNTIME_PWFDATA_H
 
+#include <concepts>
 #include <cstdint>
 #include <variant>
 
@@ -75,7 +76,9 @@ class CPI_API PWFData {
   // An integer value. `isUnsigned` says that the 64 bits are to be read without a sign.
   PWFData(std::int64_t value, bool isUnsigned) noexcept;
   explicit PWFData(double value) noexcept;
-  explicit PWFData(bool value) noexcept;
+  // Exactly a bool: a pointer would convert to one.
+  template <std::same_as<bool> Flag>
+  explicit PWFData(Flag value) noexcept : logicalType_(LTBoolean), value_(value) {}
   explicit PWFData(const PWFDateTime& value) noexcept;
   explicit PWFData(const PWFInterval& value) noexcept;
 

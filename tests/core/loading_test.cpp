@@ -55,6 +55,9 @@ const RefusedCase kRefused[] = {
     {"NameRowOutside", "1000{ 100001:1=x", "row 1: the row is outside the table, which has 1"},
     {"PropertyNotFromRow0", "21{ 2000:0=#2 1001{ 100101:0=T 100102:0=M 100104:1=x",
      "the first value of a named property must be at row 0"},
+    {"PropertyBesideTheTextColumn",
+     "21{ 2000:0=#2 2102:1=Name 1001{ 100101:0=VLS_TABMBR 100102:0=Mine 100104:1=x",
+     "the first value of a named property must be at row 0"},
     {"PropertyWithoutRows", "21{ 1001{ 100104:0=x", "the row is outside the table, which has 0"},
     {"PropertyOfTheOtherKind",
      "21{ 2000:0=#2 1001{ 100101:0=T 100102:0=M 100104:0=x 100105:1=#5",
@@ -157,6 +160,25 @@ TEST(Loading, ACopyGoesOnWithTheLoad) {
   const StdDictionaryInfo second(copy);
   EXPECT_EQ(second.getTypeDefIndex(5), 0);
   EXPECT_EQ(&second.types().row(0), &copy.types().row(0)) << "the very same tables";
+}
+
+TEST(Loading, ACopyMadeBeforeTheTextsReadsThem) {
+  StdDictionaryInfo source(0);
+  feedText(source, "( 1000{ 100002:0=S }");
+  const StdDictionaryInfo copy(source);
+  feedText(source, "2{ 201:0=#1 202:0=A } )");
+  EXPECT_EQ(copy.getTagDefIndexFromName(u"A"), 0);
+  EXPECT_EQ(toUtf8(textView(source.tags().row(0).TextIdentifier)), "A");
+  EXPECT_FALSE(copy.isLoading());
+}
+
+TEST(Loading, ATableOfNoRowsIsSizedAgain) {
+  StdDictionaryInfo dictionary(0);
+  ASSERT_EQ(errorOf(dictionary,
+                    "( 1000{ } 21{ 2000:0=#0 2000:0=#0 2000:0=#0 2000:0=#1 2102:0=T } )"),
+            "");
+  EXPECT_EQ(toUtf8(textView(dictionary.types().row(0).Identifier)), "T");
+  EXPECT_EQ(dictionary.types().table().properties.tables().size(), 2u);
 }
 
 TEST(Loading, AnUnfinishedLoadIsCleanedUp) {

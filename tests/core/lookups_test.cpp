@@ -67,9 +67,9 @@ TEST(IdLookups, GiveTheRowThatTheProbingReaches) {
 const std::string& namesStream() {
   static const std::string text =
       "( 1000{ 100002:0=S } 2{ " + column(201, {1, 2, 3, 4, 5, 6}) +
-      "202:0=A 202:1=A 202:2=B_ 202:4=A 202:5=" + std::string(256, 'n') + " " +
+      "202:0=A 202:1=A 202:2=B+ 202:4=A 202:5=" + std::string(256, 'n') + " " +
       column(212, {-1, 0, -1, -1, 9, -1}) + "} " + sized(21, 3) + column(2101, {1, 2, 3}) +
-      "2102:0=A 2102:1=A 2102:2=_ " + column(2108, {0, -1, -1}) + "} " + sized(26, 1) +
+      "2102:0=A 2102:1=A 2102:2=+ " + column(2108, {0, -1, -1}) + "} " + sized(26, 1) +
       "2601:0=urn:x } )";
   return text;
 }

@@ -114,6 +114,17 @@ TEST(NavigationGuards, GroupThatContainsItself) {
   EXPECT_EQ(walk(iterator, "!>Known >B *"), "no\nR/B\nno");
 }
 
+// Groups nested deeper than any model: the search gives up within its cost instead of never.
+TEST(NavigationGuards, ManyNestedGroups) {
+  std::string model = "A";
+  for (int depth = 0; depth < 3000; ++depth) model = "(2 " + model + ")";
+  const auto dictionary = buildModel(parseModel("R(6 " + model + ")"), {"Known"});
+  OpenIterator iterator(nullptr, dictionary.get(), u"R", KelStringBase());
+  EXPECT_EQ(walk(iterator, "!>Known"), "no");
+  EXPECT_NE(walk(iterator, ">A"), "no");
+  EXPECT_EQ(iterator.positionStack.size(), 3002u);
+}
+
 // A failed move, and one that an exception leaves, change nothing of the stack.
 TEST(NavigationState, FailureLeavesTheStack) {
   const auto dictionary = buildModel(parseModel("R(6 A (6 B{0,1} C){0,2} S(9 X Y))"), {"Known"});

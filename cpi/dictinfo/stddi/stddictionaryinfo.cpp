@@ -33,9 +33,17 @@ StdDictionaryInfo::StdDictionaryInfo(const StdDictionaryInfo& other) = default;
 
 StdDictionaryInfo::~StdDictionaryInfo() = default;
 
-void StdDictionaryInfo::release() { delete this; }
+void StdDictionaryInfo::release() {
+  KelOperation operation(nullptr, "StdDictionaryInfo::release");
+  delete this;
+}
+
+bool StdDictionaryInfo::isLoading() const noexcept {
+  return loadHandler_ != nullptr && !loadHandler_->isFinished();
+}
 
 StdDictionaryHandler* StdDictionaryInfo::loadHandler() {
+  if (!isLoading()) loadHandler_.reset();  // perhaps ended by a dictionary that shares the load
   if (loadHandler_ != nullptr && loadHandler_->owner() != this) {
     loadHandler_->setOwner(this);
     adoptTables();
@@ -55,31 +63,36 @@ void StdDictionaryInfo::endMessage(WorkerInfoPtr worker) {
   StdDictionaryHandler* const handler = loadHandler();
   if (handler == nullptr) return;
   handler->endMessage(worker);
+  handler->finish();
   loadHandler_.reset();
   freeze();
 }
 
 void StdDictionaryInfo::startElement(std::int32_t id, unsigned short kind, WorkerInfoPtr worker,
                                      std::int32_t index, std::int32_t extra) {
+  KelOperation operation(nullptr, "StdDictionaryInfo::startElement", id, kind, index, extra);
   if (StdDictionaryHandler* const handler = loadHandler(); handler != nullptr) {
     handler->startElement(id, kind, worker, index, extra);
   }
 }
 
 void StdDictionaryInfo::endElement(std::int32_t id, WorkerInfoPtr worker) {
+  KelOperation operation(nullptr, "StdDictionaryInfo::endElement", id);
   if (StdDictionaryHandler* const handler = loadHandler(); handler != nullptr) {
     handler->endElement(id, worker);
   }
 }
 
 void StdDictionaryInfo::data(const PWFData& value, WorkerInfoPtr worker) {
+  KelOperation operation(nullptr, "StdDictionaryInfo::data", value.getLogicalType());
   if (StdDictionaryHandler* const handler = loadHandler(); handler != nullptr) {
     handler->data(value, worker);
   }
 }
 
 void StdDictionaryInfo::MapTableProperty(DictTableRefBase table, StringTableRef strings) {
-  KelOperation operation(nullptr, "StdDictionaryInfo::MapTableProperty");
+  KelOperation operation(nullptr, "StdDictionaryInfo::MapTableProperty",
+                         strings.strings->tableMemberName, strings.strings->memberName);
   DictionaryInfo::MapTableProperty(table, strings);
   if (strings.strings->tableMemberName.view() != textView(CPI_VLS_TABMBR) ||
       strings.strings->memberName.view() != textView(CPI_StringMember)) {

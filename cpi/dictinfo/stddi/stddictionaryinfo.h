@@ -8,10 +8,10 @@
 //     cpi::readExtract("order.json", dictionary);
 //     const std::int32_t row = dictionary.getTagDefIndexFromName(u"Order");
 //
-// Thread rule: loaded by one thread; afterwards every `const` operation is safe to call from any
-// number of threads at once.
+// Thread rule: loaded by one thread; once the load has ended every `const` operation is safe to
+// call from any number of threads at once. A dictionary whose load failed answers one thread.
 //
-// Queries never throw: they return -1 or a result code (records.h), and write their out-parameters
+// Queries throw nothing for what they are asked: they return -1 or a result code (records.h), and write their out-parameters
 // only on success unless told otherwise. Records and texts that they hand out point into the
 // dictionary, stay valid until it is destroyed and must not be freed or written to.
 #ifndef CPI_DICTINFO_STDDI_STDDICTIONARYINFO_H
@@ -76,14 +76,18 @@ class CPI_API StdDictionaryInfo : public DictionaryInfo {
   void endElement(std::int32_t id, WorkerInfoPtr worker) override;
   void data(const PWFData& value, WorkerInfoPtr worker) override;
 
-  // Writes every table as a plain-text report in UTF-8. Ignores output errors; throws
+  // Writes every table as a plain-text report, its texts in UTF-8. Ignores output errors; throws
   // KelParserException at a Values row of unknown kind, where the report then ends.
   void DumpContents(std::FILE* stream) const override;
-  // Destroys and frees the object, which must be on the heap; does nothing through null.
+  // Destroys and frees the object, which must be on the heap.
   virtual void release();
+  // The same for a pointer that may be null, through which it does nothing.
+  static void release(StdDictionaryInfo* dictionary) {
+    if (dictionary != nullptr) dictionary->release();
+  }
 
   // Whether a load is in progress.
-  bool isLoading() const noexcept { return loadHandler_ != nullptr; }
+  bool isLoading() const noexcept;
 
   // --- Ids to rows ---------------------------------------------------------------------------
   // The row, or -1. Rows are expected in ascending order of id.

@@ -125,7 +125,7 @@ class CPI_API SearchDef {
   ESearchType searchType;
   std::int32_t value = kNone;            // row index, logical type or -1
   const unsigned short* name = nullptr;  // of STTagName and STSelfDef
-  std::uint32_t nameLength = 0;
+  std::size_t nameLength = 0;
   KelStringBase namespaceURI;
 };
 
@@ -172,7 +172,8 @@ class CPI_API StdDictionaryIterator : public KelOwnedLogSource {
   bool hasContext() const noexcept { return !positionStack.empty(); }
 
   // --- The current element -------------------------------------------------------------------
-  // Without context they answer as for an element without definition. Never throw.
+  // Without context they answer as for an element without definition. They throw nothing but
+  // std::bad_alloc, where they make a text.
   StdDictionaryInfo const* getDictionaryInfo() const noexcept { return dictionaryInfo; }
   // The current entry, or null without dictionary or context. Valid until the iterator changes.
   DictionaryPosition const* getCurrentPosition() const noexcept;
@@ -269,7 +270,7 @@ class CPI_API StdDictionaryIterator : public KelOwnedLogSource {
   void clearContext();
 
   bool canHaveChildren() const;
-  std::int32_t getParentStackIndex() const noexcept;  // -1: none
+  std::int32_t getParentStackIndex() const;           // -1: none
   std::int32_t getParentTagIndex() const;             // -3: none; throws without dictionary
   std::int32_t getParentTagId() const;
   KelStringBase getTraceName(SearchDef search) const;
@@ -280,7 +281,7 @@ class CPI_API StdDictionaryIterator : public KelOwnedLogSource {
   void restorePositionStackFromSaved();
   // The deepest entry, up to the parent, at which this path and the saved one run through the
   // same occurrences; -1 when there is none or the saved path ends there.
-  std::int32_t getCommonParentWithSavedStackIndex() const noexcept;
+  std::int32_t getCommonParentWithSavedStackIndex() const;
 
   bool isElementMatched(SearchDef const& search, DictionaryPosition const& position,
                         bool atStartEntry, bool matchCurrent) const;
@@ -299,6 +300,10 @@ class CPI_API StdDictionaryIterator : public KelOwnedLogSource {
  private:
   friend class PositionSearch;
 
+  // The same without log items, for the searches.
+  std::int32_t parentIndex() const noexcept;
+  std::int32_t commonParentIndex() const noexcept;
+  KelStringBase traceNameOfSearch(const SearchDef& search) const;
   bool searchNewPosition(const SearchDef& search, bool matchCurrent, bool moveFwd,
                          bool enforceRequired);
   bool searchBestPosition(const SearchDef& search, bool replaceCurrent, bool moveFwd);
@@ -339,7 +344,8 @@ class CPI_API StdValueIterator : public KelOwnedLogSource {
   // without a set, select nothing.
   void setContext(std::int32_t tagIndex, std::int32_t pathBasedInfoIndex);
   // 0 with the current value and its role, or -1 at the end, with nothing written. Texts in
-  // `value` refer to the dictionary. Throws KelParserException (CP_DICTIONARY_ERROR) at a value of
+  // `value` refer to the dictionary. A row that leads to no value gives -1 too, and a step goes on
+  // behind it. Throws KelParserException (CP_DICTIONARY_ERROR) at a value of
   // unknown kind; `role` is then written.
   std::int32_t getValue(PWFData& value, std::int32_t& role) const;
   void moveToNextValue();

@@ -33,7 +33,7 @@ void sendValue(FIHandler& handler, std::string_view text) {
     handler.data(PWFData(std::stod(std::string(text.substr(1)))), nullptr);
   } else {
     std::string spaced(text);
-    std::replace(spaced.begin(), spaced.end(), '_', ' ');
+    std::replace(spaced.begin(), spaced.end(), '+', ' ');
     const KelStringBase units = KelStringBase::fromUtf8(spaced);
     handler.data(PWFData(units.getText(), -1, LTString, EOReference), nullptr);
   }

@@ -5,7 +5,7 @@
 // `N{` starts a section, `}` ends the innermost one, `}N` sends the end of element N whatever is
 // open. `C:R=V` is a field item: start of column C at row R, the value, end of C. `C:R` starts an
 // item without value or end, `=V` sends a bare value. `#123` is an integer, `~` a null text, `%1.5`
-// a double, anything else up to the next space a text ('_' stands for a space). `(` is
+// a double, anything else up to the next space a text ('+' stands for a space). `(` is
 // startMessage, `)` is endMessage.
 #ifndef STDDI_TESTS_CORE_SUPPORT_EVENTTEXT_H
 #define STDDI_TESTS_CORE_SUPPORT_EVENTTEXT_H

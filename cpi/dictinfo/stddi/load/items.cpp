@@ -16,8 +16,10 @@ namespace {
 
 // More rows than any model has, yet few enough that a short hostile stream cannot claim much.
 constexpr std::int64_t kMaximumRows = std::int64_t{1} << 24;
-// Every value at row 0 of a named-property section makes a property of the table's length.
+// Every value at row 0 of a named-property section makes a property of the table's length, so
+// their number and the bytes that tables and properties claim up front are bounded too.
 constexpr std::size_t kMaximumProperties = 1024;
+constexpr std::int64_t kMaximumClaimedBytes = std::int64_t{1} << 31;
 
 constexpr std::int32_t kDataTextLength = -1;  // texts end at their terminator
 
@@ -47,7 +49,7 @@ void StdDictionaryHandler::refuse(const ItemPlace& place, const std::string& wha
   std::string message = describe("section", section_, current_ == nullptr ? "" : current_->name);
   message += ", " + describe("column", place.column, columnName(current_, place.column));
   message += ", row " + std::to_string(place.row) + ": " + what;
-  throwConfigurationError({kHandlerSource, __LINE__, "StdDictionaryHandler::data"},
+  throwConfigurationError({kHandlerSource, __LINE__, operation_},
                           CP_DICTIONARY_ERROR, message.c_str());
 }
 
@@ -83,11 +85,21 @@ void StdDictionaryHandler::createTable(TableSlot slot, std::int64_t rowCount) {
   owner_->forEachReference([&](auto& reference) {
     using Row = typename std::remove_reference_t<decltype(reference)>::Row;
     if (&reference.table() != &target) return;
+    // A table sized to no rows more than once needs one text property.
+    if (rowCount == 0 && reference.strings() != nullptr) return;
+    claim(rowCount * static_cast<std::int64_t>(sizeof(Row) + sizeof(std::uint32_t)));
     guarded([&] { target.Create(sizeof(Row), static_cast<std::uint32_t>(rowCount)); });
     std::uninitialized_value_construct_n(reinterpret_cast<Row*>(target.records), rowCount);
     if (!RecordText<Row>::exists) return;
     guarded([&] { target.CreateProperty(CPI_VLS_TABMBR, CPI_StringMember, PTText, 0); });
   });
+}
+
+void StdDictionaryHandler::claim(std::int64_t bytes) {
+  if (bytes > kMaximumClaimedBytes - claimedBytes_) {
+    refuse("the tables would claim more than " + std::to_string(kMaximumClaimedBytes) + " bytes");
+  }
+  claimedBytes_ += bytes;
 }
 
 void StdDictionaryHandler::createFromNumRows(const PWFData& value) {
@@ -218,6 +230,7 @@ StringTable& StdDictionaryHandler::openProperty(std::int32_t type) {
     if (target.properties.tables().size() >= kMaximumProperties) {
       refuse("a table has at most " + std::to_string(kMaximumProperties) + " properties");
     }
+    claim(target.rowCount * static_cast<std::int64_t>(sizeof(std::uint32_t)));
     guarded([&] {
       target.CreateProperty(propertyTableMemberName_.getText(), propertyMemberName_.getText(),
                             type, 0);
@@ -225,7 +238,9 @@ StringTable& StdDictionaryHandler::openProperty(std::int32_t type) {
   }
   StringTable* const found = target.properties.FindTable(propertyTableMemberName_.getText(),
                                                          propertyMemberName_.getText());
-  if (found == nullptr) refuse("the first value of a named property must be at row 0");
+  if (found == nullptr || found->memberName.view() != propertyMemberName_.view()) {
+    refuse("the first value of a named property must be at row 0");
+  }
   return *found;
 }
 

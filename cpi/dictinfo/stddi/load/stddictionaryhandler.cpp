@@ -75,6 +75,7 @@ void StdDictionaryHandler::startSection(std::int32_t id) {
 void StdDictionaryHandler::endElement(std::int32_t id, const WorkerInfoPtr&) {
   constexpr const char* kOperation = "StdDictionaryHandler::endElement";
   KelOperation operation(nullptr, kOperation, id);
+  operation_ = kOperation;
   if (isFiltering_) {
     if (id == kOldHeaderEnd) isFiltering_ = false;
   } else if (id == field_) {
@@ -124,6 +125,7 @@ void StdDictionaryHandler::data(const PWFData& value, const WorkerInfoPtr&) {
   KelOperation operation(
       nullptr, kOperation,
       isDebug ? KelStringBase(value.getDebugString().getStringValue()) : KelStringBase());
+  operation_ = kOperation;
   if (const DataFunction function = dataFunction(dataSection_); function != nullptr) {
     (this->*function)(value);
   } else if (isDebug) {

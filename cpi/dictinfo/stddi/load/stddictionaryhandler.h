@@ -2,8 +2,8 @@
 //
 // Exists from startMessage to endMessage of a dictionary. It tracks where in the stream it is
 // (section, column, row) and hands each data item to the function of the open section. Every row
-// that a stream names is checked before anything is written; what is refused leaves the tables as
-// they were before the item. Thread rule: used by the one thread that drives the load.
+// that a stream names is checked before anything is written, and what was loaded stays readable
+// when an item is refused. Thread rule: used by the one thread that drives the load.
 #ifndef CPI_DICTINFO_STDDI_LOAD_STDDICTIONARYHANDLER_H
 #define CPI_DICTINFO_STDDI_LOAD_STDDICTIONARYHANDLER_H
 
@@ -36,6 +36,9 @@ class StdDictionaryHandler {
   // The dictionary that is filled: the one through which the events come.
   void setOwner(StdDictionaryInfo* owner) noexcept { owner_ = owner; }
   StdDictionaryInfo* owner() const noexcept { return owner_; }
+  // Whether the load has ended; copies of the dictionary may still hold this object.
+  bool isFinished() const noexcept { return isFinished_; }
+  void finish() noexcept { isFinished_ = true; }
 
  private:
   using DataFunction = void (StdDictionaryHandler::*)(const PWFData&);
@@ -77,6 +80,7 @@ class StdDictionaryHandler {
   // Creates a table with its defaults and, where it has one, its text property.
   void createTable(TableSlot slot, std::int64_t rowCount);
   void createFromNumRows(const PWFData& value);
+  void claim(std::int64_t bytes);
   void createFromKeys(const Column& key, const std::vector<std::int32_t>& keys);
   // Sections whose table NumRows sizes: sizes it, or stores the item.
   void storeCounted(const char* name, const PWFData& value);
@@ -120,6 +124,9 @@ class StdDictionaryHandler {
   std::int32_t row_ = kNone;               // row of the open field item
   bool identificationSeen_ = false;
   bool isFiltering_ = false;           // an old-style header is being skipped
+  bool isFinished_ = false;
+  const char* operation_ = "";          // the event in progress
+  std::int64_t claimedBytes_ = 0;      // of all tables and properties so far
   std::int32_t valueRow_ = 0;          // next Values row
   const Section* current_ = nullptr;   // of section_
   KelStringBase propertyTableMemberName_;

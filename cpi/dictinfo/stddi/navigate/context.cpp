@@ -21,11 +21,6 @@ void checkDictionary(StdDictionaryInfo const* dictionary, const char* operation)
                    "null dictionary pointer.");
 }
 
-// The entry that the current-element queries read; null without context or dictionary.
-DictionaryPosition const* currentEntry(StdDictionaryIterator const& iterator) noexcept {
-  return iterator.getCurrentPosition();
-}
-
 }  // namespace
 
 StdDictionaryIterator::StdDictionaryIterator(KelNamedLogSource const* owner,
@@ -54,6 +49,7 @@ StdDictionaryIterator::~StdDictionaryIterator() {
 }
 
 void StdDictionaryIterator::clearContext() {
+  KelOperation operation(this, "StdDictionaryIterator::clearContext");
   positionStackSaved = false;
   positionStack.clear();
 }
@@ -170,18 +166,22 @@ KelStringBase StdDictionaryIterator::getNamespaceURI() const {
 }
 
 SMD_TAG_DEFINITION const* StdDictionaryIterator::getTagDef() const {
-  DictionaryPosition const* const at = currentEntry(*this);
-  return at == nullptr ? nullptr : dictionaryInfo->tags().find(at->tagIndex);
+  KelOperation operation(this, "StdDictionaryIterator::getTagDef");
+  DictionaryPosition const* const at = getCurrentPosition();
+  return operation.returns(at == nullptr ? nullptr : dictionaryInfo->tags().find(at->tagIndex));
 }
 
 SMD_STRUCTURE_ELEMENT_DEFINITION const* StdDictionaryIterator::getMemberDef() const {
-  DictionaryPosition const* const at = currentEntry(*this);
-  return at == nullptr ? nullptr : dictionaryInfo->typeMembers().find(at->memberIndex);
+  KelOperation operation(this, "StdDictionaryIterator::getMemberDef");
+  DictionaryPosition const* const at = getCurrentPosition();
+  return operation.returns(
+      at == nullptr ? nullptr : dictionaryInfo->typeMembers().find(at->memberIndex));
 }
 
 SMD_TYPE_DEFINITION const* StdDictionaryIterator::getTypeDef() const {
-  DictionaryPosition const* const at = currentEntry(*this);
-  return at == nullptr ? nullptr : dictionaryInfo->types().find(at->typeIndex);
+  KelOperation operation(this, "StdDictionaryIterator::getTypeDef");
+  DictionaryPosition const* const at = getCurrentPosition();
+  return operation.returns(at == nullptr ? nullptr : dictionaryInfo->types().find(at->typeIndex));
 }
 
 SMD_VALUE_SET_DEFINITION const* StdDictionaryIterator::getValues() const {

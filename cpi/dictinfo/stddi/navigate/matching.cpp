@@ -48,22 +48,22 @@ bool isDefinedTag(const StdDictionaryInfo& dictionary, const SearchDef& search) 
 bool StdDictionaryIterator::isElementMatched(SearchDef const& search,
                                              DictionaryPosition const& position, bool atStartEntry,
                                              bool matchCurrent) const {
-  KelOperation operation(this, "StdDictionaryIterator::isElementMatched", atStartEntry,
-                         matchCurrent);
+  MoveOperation operation(this, "StdDictionaryIterator::isElementMatched", search,
+                          position.memberIndex, atStartEntry, matchCurrent);
   return operation.returns(dictionaryInfo != nullptr && isMatched(*dictionaryInfo, search,
                                                                   position, atStartEntry,
                                                                   matchCurrent));
 }
 
 bool StdDictionaryIterator::isTypeContentMatched(SearchDef const& search) const {
-  KelOperation operation(this, "StdDictionaryIterator::isTypeContentMatched");
+  MoveOperation operation(this, "StdDictionaryIterator::isTypeContentMatched", search);
   const std::int32_t typeIndex = getParentTypeIndex();
   const SMD_TYPE_DEFINITION* const type =
       dictionaryInfo == nullptr ? nullptr : dictionaryInfo->types().find(typeIndex);
   if (type == nullptr) return operation.returns(true);
   const bool isChoice = type->Composition == TYPE_CHOICE || type->Composition == TYPE_MESSAGE;
   if (isChoice && positionStack.back().repeatIndex >= 0 &&
-      getCommonParentWithSavedStackIndex() == getParentStackIndex()) {
+      commonParentIndex() == parentIndex()) {
     return operation.returns(false);  // the one alternative has been taken
   }
   if (type->Content == CONTENT_CLOSED) return operation.returns(false);

@@ -28,7 +28,7 @@ bool isAnonymousGroup(const DictionaryPosition& entry) noexcept {
 
 }  // namespace
 
-std::int32_t StdDictionaryIterator::getParentStackIndex() const noexcept {
+std::int32_t StdDictionaryIterator::parentIndex() const noexcept {
   const auto size = static_cast<std::int32_t>(positionStack.size());
   if (size == 0) return kNone;
   // A marker stands on top of the member that it follows, and that one on the parent.
@@ -36,45 +36,55 @@ std::int32_t StdDictionaryIterator::getParentStackIndex() const noexcept {
   return size < 2 ? kNone : size - 2;
 }
 
+std::int32_t StdDictionaryIterator::getParentStackIndex() const {
+  KelOperation operation(this, "StdDictionaryIterator::getParentStackIndex");
+  return operation.returns(parentIndex());
+}
+
 std::int32_t StdDictionaryIterator::getParentTagIndex() const {
+  KelOperation operation(this, "StdDictionaryIterator::getParentTagIndex");
   if (dictionaryInfo == nullptr) {
     throwParserError(nullptr, siteOf(kIteratorHeader, "StdDictionaryIterator::getParentTagIndex"),
                      CP_DICTIONARY_ERROR, "null dictionary pointer");
   }
-  const std::int32_t parent = getParentStackIndex();
-  return parent < 0 ? kNoParentTag : positionStack[static_cast<std::size_t>(parent)].tagIndex;
+  const std::int32_t parent = parentIndex();
+  return operation.returns(
+      parent < 0 ? kNoParentTag : positionStack[static_cast<std::size_t>(parent)].tagIndex);
 }
 
 std::int32_t StdDictionaryIterator::getParentTagId() const {
+  KelOperation operation(this, "StdDictionaryIterator::getParentTagId");
   const std::int32_t tagIndex = getParentTagIndex();
   if (const auto* const tag = dictionaryInfo->tags().find(tagIndex); tag != nullptr) {
-    return tag->Id;
+    return operation.returns(tag->Id);
   }
-  return tagIndex == kNone ? 0 : kNone;
+  return operation.returns(tagIndex == kNone ? 0 : kNone);
 }
 
 std::int32_t StdDictionaryIterator::getParentMinOccurs() const {
-  const std::int32_t parent = getParentStackIndex();
-  if (parent < 0 || dictionaryInfo == nullptr) return 0;
+  KelOperation operation(this, "StdDictionaryIterator::getParentMinOccurs");
+  const std::int32_t parent = parentIndex();
+  if (parent < 0 || dictionaryInfo == nullptr) return operation.returns(0);
   const auto* const member = dictionaryInfo->typeMembers().find(
       positionStack[static_cast<std::size_t>(parent)].memberIndex);
-  return member == nullptr ? 0 : member->MinOccurs;
+  return operation.returns(member == nullptr ? 0 : member->MinOccurs);
 }
 
 std::int32_t StdDictionaryIterator::getParentTypeIndex() const {
-  const std::int32_t index = getParentStackIndex();
-  if (index < 0 || dictionaryInfo == nullptr) return kNoParentType;
+  KelOperation operation(this, kGetParentTypeIndex);
+  const std::int32_t index = parentIndex();
+  if (index < 0 || dictionaryInfo == nullptr) return operation.returns(kNoParentType);
   const DictionaryPosition& parent = positionStack[static_cast<std::size_t>(index)];
   switch (parent.whereDefined()) {
     case WDMember: {
       const auto* const member = dictionaryInfo->typeMembers().find(parent.memberIndex);
-      return member == nullptr ? kNone : member->toTypeIndex;
+      return operation.returns(member == nullptr ? kNone : member->toTypeIndex);
     }
     case WDTag: {
       const auto* const tag = dictionaryInfo->tags().find(parent.tagIndex);
-      return tag == nullptr ? kNone : tag->ToTypeIndexField;
+      return operation.returns(tag == nullptr ? kNone : tag->ToTypeIndexField);
     }
-    case WDSelf: return kNone;
+    case WDSelf: return operation.returns(kNone);
     default: break;
   }
   traceItem(this, kGetParentTypeIndex, "envalid dicationary context",
@@ -84,27 +94,36 @@ std::int32_t StdDictionaryIterator::getParentTypeIndex() const {
 }
 
 std::int32_t StdDictionaryIterator::getParentTrcRptInd() const {
-  const std::int32_t parent = getParentStackIndex();
-  return parent < 0 ? kNoParentRepeat
-                    : positionStack[static_cast<std::size_t>(parent)].repeatIndex;
+  KelOperation operation(this, "StdDictionaryIterator::getParentTrcRptInd");
+  const std::int32_t parent = parentIndex();
+  return operation.returns(parent < 0
+                               ? kNoParentRepeat
+                               : positionStack[static_cast<std::size_t>(parent)].repeatIndex);
 }
 
 KelStringBase StdDictionaryIterator::getParentTrcName() const {
+  KelOperation operation(this, "StdDictionaryIterator::getParentTrcName");
   const std::int32_t tagIndex = getParentTagIndex();
   if (const auto* const tag = dictionaryInfo->tags().find(tagIndex); tag != nullptr) {
-    return traceNameOf(*dictionaryInfo, *tag);
+    return operation.returns(traceNameOf(*dictionaryInfo, *tag));
   }
-  if (tagIndex != kNone) return KelStringBase();
+  if (tagIndex != kNone) return operation.returns(KelStringBase());
   const auto* const type = dictionaryInfo->types().find(getParentTypeIndex());
-  return type == nullptr ? KelStringBase() : KelStringBase(type->Identifier);
+  return operation.returns(type == nullptr ? KelStringBase() : KelStringBase(type->Identifier));
 }
 
 KelStringBase StdDictionaryIterator::getTraceName() const {
+  KelOperation operation(this, "StdDictionaryIterator::getTraceName");
   const SMD_TAG_DEFINITION* const tag = getTagDef();
-  return tag == nullptr ? KelStringBase() : traceNameOf(*dictionaryInfo, *tag);
+  return operation.returns(tag == nullptr ? KelStringBase() : traceNameOf(*dictionaryInfo, *tag));
 }
 
 KelStringBase StdDictionaryIterator::getTraceName(SearchDef search) const {
+  MoveOperation operation(this, "StdDictionaryIterator::getTraceName", search);
+  return operation.returns(traceNameOfSearch(search));
+}
+
+KelStringBase StdDictionaryIterator::traceNameOfSearch(const SearchDef& search) const {
   if (search.searchType == STTagName || search.searchType == STSelfDef) {
     return KelStringBase(search.name);
   }
@@ -125,10 +144,12 @@ KelStringBase StdDictionaryIterator::getTraceName(SearchDef search) const {
 }
 
 KelStringBase StdDictionaryIterator::getTraceParentTypeName() const {
+  KelOperation operation(this, "StdDictionaryIterator::getTraceParentTypeName");
   const std::int32_t parent = getParentTypeIndex();
-  if (dictionaryInfo == nullptr || parent < 0) return KelStringBase(u"NONE");
-  const auto* const type = dictionaryInfo->types().find(parent);
-  return type == nullptr ? KelStringBase(u"NONE") : KelStringBase(type->Identifier);
+  const auto* const type =
+      dictionaryInfo == nullptr ? nullptr : dictionaryInfo->types().find(parent);
+  return operation.returns(type == nullptr ? KelStringBase(u"NONE")
+                                           : KelStringBase(type->Identifier));
 }
 
 std::int32_t StdDictionaryIterator::getMemberPath(std::vector<std::int32_t>& path) const {
@@ -145,7 +166,7 @@ std::int32_t StdDictionaryIterator::getMemberPath(std::vector<std::int32_t>& pat
 std::int32_t StdDictionaryIterator::getPartialMemberPath(std::vector<MbrPathItem>& path) const {
   KelOperation operation(this, "StdDictionaryIterator::getPartialMemberPath");
   path.clear();
-  const std::int32_t parent = getParentStackIndex();
+  const std::int32_t parent = parentIndex();
   if (parent < 0 || dictionaryInfo == nullptr) return operation.returns(0);
   const auto end = positionStack.begin() + parent + 1;
   auto start = end;

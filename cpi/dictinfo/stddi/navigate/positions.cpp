@@ -66,7 +66,7 @@ SearchDef::SearchDef(ESearchType searchType, const unsigned short* name,
                      const KelStringBase& namespaceURI)
     : searchType(searchType),
       name(name),
-      nameLength(static_cast<std::uint32_t>(textLength(name))),
+      nameLength(textLength(name)),
       namespaceURI(namespaceURI) {
   if (nameLength != 0) return;
   throwParserError(nullptr, siteOf(kIteratorHeader, kSearchDef), CP_INTERNAL_ERROR,

@@ -4,11 +4,13 @@
 namespace cpi {
 
 void StdDictionaryIterator::ensurePositionStackSaved() {
+  KelOperation operation(this, "StdDictionaryIterator::ensurePositionStackSaved");
   if (!positionStackSaved) savedPositionStack = positionStack;
   positionStackSaved = true;
 }
 
 void StdDictionaryIterator::restorePositionStackFromSaved() {
+  KelOperation operation(this, "StdDictionaryIterator::restorePositionStackFromSaved");
   if (positionStackSaved) positionStack = savedPositionStack;
   positionStackSaved = false;
   if (positionStack.empty()) return;
@@ -22,8 +24,13 @@ void StdDictionaryIterator::restorePositionStackFromSaved() {
   }
 }
 
-std::int32_t StdDictionaryIterator::getCommonParentWithSavedStackIndex() const noexcept {
-  const std::int32_t parent = getParentStackIndex();
+std::int32_t StdDictionaryIterator::getCommonParentWithSavedStackIndex() const {
+  KelOperation operation(this, "StdDictionaryIterator::getCommonParentWithSavedStackIndex");
+  return operation.returns(commonParentIndex());
+}
+
+std::int32_t StdDictionaryIterator::commonParentIndex() const noexcept {
+  const std::int32_t parent = parentIndex();
   if (parent < 0 || !positionStackSaved) return parent;
   const std::size_t limit = static_cast<std::size_t>(parent) + 1;
   std::size_t agreeing = 0;

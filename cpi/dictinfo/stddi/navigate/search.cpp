@@ -5,7 +5,8 @@
 //    group again, for ever.
 //  - A group is not entered from inside itself while nothing of it was matched, so a model whose
 //    groups contain themselves does not grow the stack without end.
-//  - The number of candidates is capped, far beyond what any sane model needs.
+//  - The cost of a search is capped, far beyond what any sane model needs: a million candidates at
+//    a moderate depth.
 #include "cpi/dictinfo/stddi/navigate/search.h"
 
 #include <limits>
@@ -14,7 +15,8 @@ namespace cpi {
 
 namespace {
 
-constexpr std::int32_t kMaximumCandidates = 1'000'000;
+constexpr std::int64_t kCandidateCost = 64;  // beside one for each stack entry below it
+constexpr std::int64_t kMaximumCost = 100'000'000;
 
 void increaseRepeat(DictionaryPosition& position) noexcept {
   if (position.repeatIndex < std::numeric_limits<std::int32_t>::max()) ++position.repeatIndex;
@@ -34,7 +36,10 @@ const char* matchText(ESearchType searchType) noexcept {
 
 // --- Shared by both searches -------------------------------------------------------------------
 
-bool PositionSearch::isExhausted() noexcept { return ++candidates_ > kMaximumCandidates; }
+bool PositionSearch::isExhausted() noexcept {
+  cost_ += kCandidateCost + static_cast<std::int64_t>(iterator_.positionStack.size());
+  return cost_ > kMaximumCost;
+}
 
 const SMD_TYPE_DEFINITION* PositionSearch::parentType() const {
   return dictionary().types().find(iterator_.getParentTypeIndex());
@@ -60,10 +65,11 @@ bool PositionSearch::entersGroup() {
 }
 
 // Looks at the groups around the candidate as far as they are unmatched.
-bool PositionSearch::isInsideItself() const noexcept {
+bool PositionSearch::isInsideItself() noexcept {
   const auto& stack = iterator_.positionStack;
   for (std::size_t i = stack.size() - 1; i-- > 0;) {
     const DictionaryPosition& entry = stack[i];
+    ++cost_;
     if (entry.memberIndex < 0 || entry.tagIndex != kNone || entry.repeatIndex >= 0) return false;
     if (entry.memberIndex == candidate_.memberIndex) return true;
   }
@@ -107,7 +113,7 @@ std::int32_t PositionSearch::nextMember(const SMD_TYPE_DEFINITION& parent) {
 // One alternative of this very occurrence of the parent was matched before.
 bool PositionSearch::isAlternativeTaken() const {
   return candidate_.repeatIndex >= 0 && !isSearchFor(STMember) &&
-         iterator_.getCommonParentWithSavedStackIndex() == iterator_.getParentStackIndex();
+         iterator_.commonParentIndex() == iterator_.parentIndex();
 }
 
 bool PositionSearch::restartsLevel() {

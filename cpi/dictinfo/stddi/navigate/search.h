@@ -10,7 +10,6 @@
 #ifndef CPI_DICTINFO_STDDI_NAVIGATE_SEARCH_H
 #define CPI_DICTINFO_STDDI_NAVIGATE_SEARCH_H
 
-#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <vector>
@@ -26,8 +25,9 @@ class RestartedLevels {
   // Adds a depth; false when it was there.
   bool add(std::size_t depth) {
     if (depth >= 64) {
-      if (std::find(deep_.begin(), deep_.end(), depth) != deep_.end()) return false;
-      deep_.push_back(depth);
+      if (depth >= deep_.size()) deep_.resize(depth + 1);
+      if (deep_[depth]) return false;
+      deep_[depth] = true;
       return true;
     }
     const std::uint64_t bit = std::uint64_t{1} << depth;
@@ -38,7 +38,7 @@ class RestartedLevels {
 
  private:
   std::uint64_t shallow_ = 0;
-  std::vector<std::size_t> deep_;
+  std::vector<bool> deep_;
 };
 
 class PositionSearch {
@@ -70,7 +70,7 @@ class PositionSearch {
   // --- Shared by both searches ---
   bool isExhausted() noexcept;
   bool entersGroup();
-  bool isInsideItself() const noexcept;
+  bool isInsideItself() noexcept;
   Step advance();
   std::int32_t nextMember(const SMD_TYPE_DEFINITION& parent);
   bool isAlternativeTaken() const;
@@ -116,7 +116,7 @@ class PositionSearch {
   bool isDescended_ = false;  // a group was entered since one was last left
   bool isMatched_ = false;    // by the last test
   bool isRepeat_ = false;     // by the last test: a match repeats the start entry
-  std::int32_t candidates_ = 0;
+  std::int64_t cost_ = 0;  // of the search so far
   RestartedLevels restarted_;
 };
 

@@ -90,7 +90,7 @@ bool StdDictionaryIterator::moveToSibling(SearchDef search, bool moveFwd, bool a
 
 // Inside a message composition that has a tag there is room for one message.
 void StdDictionaryIterator::checkNamedMessage(const SearchDef& search) const {
-  const std::int32_t index = getParentStackIndex();
+  const std::int32_t index = parentIndex();
   if (index < 0 || positionStack[static_cast<std::size_t>(index)].tagIndex < 0) return;
   const SMD_TYPE_DEFINITION* const parent = dictionaryInfo->types().find(getParentTypeIndex());
   if (parent == nullptr || parent->Composition != TYPE_MESSAGE) return;

@@ -144,6 +144,7 @@ std::int32_t StdDictionaryInfo::getStructDefFromMbrID(
 PWFData StdDictValueDefs::getData(std::int32_t row) const {
   constexpr const char* kOperation = "StdDictValueDefs::getData";
   constexpr std::int32_t kLine = 170;  // fixed: part of the error as callers know it
+  KelOperation operation(nullptr, kOperation, row);
   const SMD_VALUE_DEFINITION* const record = find(row);
   switch (record == nullptr ? kNone : record->Type) {
     case LTString:

@@ -209,7 +209,8 @@ void dumpNamespaces(const Report& out, const StdDictionaryInfo& dictionary) {
 }  // namespace
 
 void StdDictionaryInfo::DumpContents(std::FILE* stream) const {
-  KelOperation operation(nullptr, "StdDictionaryInfo::DumpContents");
+  KelOperation operation(nullptr, "StdDictionaryInfo::DumpContents",
+                         static_cast<const void*>(stream));
   const Report out(stream);
   out.print("StdDictionaryInfo::DumpContents\n\n");
   DumpContentsName(stream);

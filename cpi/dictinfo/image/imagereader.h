@@ -1,0 +1,18 @@
+// Opening an image.
+#ifndef CPI_DICTINFO_IMAGE_IMAGEREADER_H
+#define CPI_DICTINFO_IMAGE_IMAGEREADER_H
+
+#include <span>
+
+#include "cpi/dictinfo/image/imagelayout.h"
+
+namespace cpi {
+
+// The contents of the image, verified, for a dictionary with a slot for each of `rules`. Nothing
+// that holds no value is taken over. Memory and time are bounded by the size of the image. Throws
+// ImageError and std::bad_alloc.
+ImageContents readImage(std::span<const unsigned char> image, const SlotRules& rules);
+
+}  // namespace cpi
+
+#endif  // CPI_DICTINFO_IMAGE_IMAGEREADER_H

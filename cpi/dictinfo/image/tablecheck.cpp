@@ -1,0 +1,115 @@
+#include "cpi/dictinfo/image/tablecheck.h"
+
+#include <cstddef>
+#include <cstring>
+#include <limits>
+
+#include "cpi/runtime/utf16.h"
+
+namespace cpi {
+
+namespace {
+
+constexpr std::uint64_t kUnitBytes = sizeof(unsigned short);
+constexpr std::uint64_t kOffsetBytes = sizeof(std::uint32_t);
+
+std::string number(std::uint64_t value) { return std::to_string(value); }
+
+std::string bounds(std::uint64_t low, std::uint64_t high) {
+  return low == high ? number(low) : number(low) + " to " + number(high);
+}
+
+std::uint32_t offsetAt(const StringTable& property, std::uint32_t row) {
+  std::uint32_t offset = 0;
+  std::memcpy(&offset, property.buffer + kOffsetBytes * row, sizeof offset);
+  return offset;
+}
+
+Fault offsetFault(std::uint32_t row, std::uint32_t offset, const std::string& expected) {
+  return {kOffsetBytes * row, "offset " + number(offset) + " for row " + number(row), expected};
+}
+
+std::optional<Fault> findIntegerFault(const StringTable& property, std::uint64_t start) {
+  constexpr std::uint64_t kIntegerBytes = sizeof(std::int64_t);
+  for (std::uint32_t row = 0; row < property.rowCount; ++row) {
+    const std::uint32_t offset = offsetAt(property, row);
+    if (offset == 0) continue;
+    if (offset < start || offset + kIntegerBytes > property.bufferUsed) {
+      return offsetFault(row, offset, "0, or 8 bytes from byte " + number(start) + " to byte " +
+                                          number(property.bufferUsed));
+    }
+  }
+  return std::nullopt;
+}
+
+// With a terminator at the very end every text ends inside the buffer.
+std::optional<Fault> findEndFault(const StringTable& property, std::uint64_t start) {
+  const std::uint64_t used = property.bufferUsed;
+  if (used % kUnitBytes != 0) {
+    return Fault{0, "a buffer of " + number(used) + " bytes of text", "whole UTF-16 units"};
+  }
+  if (used == start) return std::nullopt;
+  unsigned short last = 0;
+  std::memcpy(&last, property.buffer + used - kUnitBytes, sizeof last);
+  if (last == 0) return std::nullopt;
+  return Fault{used - kUnitBytes, "unit " + number(last), "the terminator of the last text"};
+}
+
+std::optional<Fault> findTextFault(const StringTable& property, std::uint64_t start) {
+  if (auto fault = findEndFault(property, start)) return fault;
+  // Texts lie side by side. Were many rows to share a long one, reading all rows could take the
+  // square of the image's size.
+  std::uint64_t left = property.bufferUsed - start;
+  for (std::uint32_t row = 0; row < property.rowCount; ++row) {
+    const std::uint32_t offset = offsetAt(property, row);
+    if (offset == 0) continue;
+    if (offset < start || offset >= property.bufferUsed || offset % kUnitBytes != 0) {
+      return offsetFault(row, offset, "0, or an even number from " + number(start) +
+                                          " to less than " + number(property.bufferUsed));
+    }
+    const auto* const text = reinterpret_cast<const unsigned short*>(property.buffer + offset);
+    const std::uint64_t bytes = (textLength(text) + 1) * kUnitBytes;
+    if (bytes > left) return offsetFault(row, offset, "a text that no other row shares");
+    left -= bytes;
+  }
+  return std::nullopt;
+}
+
+}  // namespace
+
+std::optional<Fault> findSizeFault(std::uint32_t recordSize, std::uint32_t rowCount,
+                                   const RecordRules* rules) {
+  constexpr std::uint64_t kMaximumRows = std::numeric_limits<std::int32_t>::max();
+  constexpr std::uint64_t kMaximumBytes = std::numeric_limits<std::uint32_t>::max();
+  const std::uint64_t low = rules == nullptr ? 0 : rules->minimumRows;
+  const std::uint64_t high = rules == nullptr ? kMaximumRows : rules->maximumRows;
+  const std::string found = number(rowCount) + " rows of " + number(recordSize) + " bytes";
+  if (rowCount < low || rowCount > high) return Fault{0, found, bounds(low, high) + " rows"};
+  if ((recordSize == 0) != (rowCount == 0) || std::uint64_t{recordSize} * rowCount > kMaximumBytes) {
+    return Fault{0, found, "neither, or both and at most 4 GiB"};
+  }
+  if (rules == nullptr || rowCount == 0 || recordSize == rules->recordSize) return std::nullopt;
+  return Fault{0, found, "records of " + number(rules->recordSize) + " bytes"};
+}
+
+std::optional<Fault> findKindFault(std::int32_t type, std::uint32_t propertyRows,
+                                   std::uint32_t rowCount) {
+  if (type != PTText && type != PTInteger) {
+    return Fault{0, "a property of type " + std::to_string(type), "2 or 4"};
+  }
+  if (propertyRows == rowCount) return std::nullopt;
+  return Fault{0, "a property of " + number(propertyRows) + " rows",
+               number(rowCount) + ", as the table has"};
+}
+
+std::optional<Fault> findBufferFault(const StringTable& property) {
+  const std::uint64_t start = kOffsetBytes * property.rowCount;
+  if (property.bufferUsed < start || property.bufferUsed > property.bufferSize) {
+    return Fault{0, number(property.bufferUsed) + " used bytes of a property",
+                 bounds(start, property.bufferSize)};
+  }
+  return property.type == PTText ? findTextFault(property, start)
+                                 : findIntegerFault(property, start);
+}
+
+}  // namespace cpi
