@@ -54,13 +54,13 @@ struct RecordFault {
 // What the base has to know of one table's records to keep them in an image. `records` is a whole
 // number of records; nothing is known of its alignment, and for `findFault` of its bytes.
 struct RecordRules {
-  std::uint32_t recordSize;  // in bytes
+  std::uint32_t recordSize = 0;  // in bytes
   std::uint32_t minimumRows = 0;
   std::uint32_t maximumRows = std::numeric_limits<std::int32_t>::max();
   // Sets what holds no value to zero: pointers, padding, the rest of a short value.
-  void (*clearUnused)(std::span<unsigned char> records);
+  void (*clearUnused)(std::span<unsigned char> records) = nullptr;
   // The first fault, or nothing. Bytes that hold no value are not looked at.
-  std::optional<RecordFault> (*findFault)(std::span<const unsigned char> records);
+  std::optional<RecordFault> (*findFault)(std::span<const unsigned char> records) = nullptr;
 };
 
 }  // namespace cpi

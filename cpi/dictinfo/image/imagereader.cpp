@@ -166,7 +166,7 @@ std::uint64_t imageSize(std::span<const unsigned char> bytes) {
   return head.size;
 }
 
-ImageContents readImage(std::span<const unsigned char> image, const SlotRules& rules) {
+ImageContents decodeImage(std::span<const unsigned char> image, const SlotRules& rules) {
   if (const std::uint64_t size = imageSize(image); size != image.size()) {
     throw ImageError(offsetof(ImageHead, size), "an image size of " + number(size),
                      number(image.size()) + ", the bytes that there are");

@@ -11,7 +11,7 @@ namespace cpi {
 // The contents of the image, verified, for a dictionary with a slot for each of `rules`. Nothing
 // that holds no value is taken over. Memory and time are bounded by the size of the image. Throws
 // ImageError and std::bad_alloc.
-ImageContents readImage(std::span<const unsigned char> image, const SlotRules& rules);
+ImageContents decodeImage(std::span<const unsigned char> image, const SlotRules& rules);
 
 }  // namespace cpi
 

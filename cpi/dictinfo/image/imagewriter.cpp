@@ -108,7 +108,7 @@ void putTable(ImageWriter& writer, const DictTable& table, const RecordRules* ru
 
 }  // namespace
 
-std::vector<unsigned char> writeImage(const KelStringBase& msgSetID, const KelStringBase& formatID,
+std::vector<unsigned char> encodeImage(const KelStringBase& msgSetID, const KelStringBase& formatID,
                                       std::span<const DictTable> tables, const SlotRules& rules) {
   std::uint64_t size = sizeof(ImageHead) + sizeof(ImageContentsHead);
   size += bytesOf(msgSetID) + bytesOf(formatID);

@@ -56,7 +56,23 @@ class StackGuard {
            a.typeIndex == b.typeIndex && a.repeatIndex == b.repeatIndex;
   }
 
+  // Whether nothing but caches changed; the saved copy is then in force as it was, too.
+  bool isUnchanged() const {
+    if (stack_.size() != size_) return false;
+    const std::size_t below = size_ - (hasMarker_ ? 2 : 1);
+    const Stack& before = !whole_.empty() ? whole_ : isSaved_ ? saved_ : stack_;
+    const std::size_t compared = whole_.empty() ? below : size_;
+    if (before.size() < compared ||
+        !std::equal(before.begin(), before.begin() + static_cast<std::ptrdiff_t>(compared),
+                    stack_.begin(), isSameOccurrence)) {
+      return false;
+    }
+    return !whole_.empty() || (isSameOccurrence(stack_[below], settled_) &&
+                               (!hasMarker_ || isSameOccurrence(stack_.back(), marker_)));
+  }
+
   void restore() {
+    if (isUnchanged()) return;
     if (!whole_.empty()) {
       stack_.swap(whole_);
     } else {

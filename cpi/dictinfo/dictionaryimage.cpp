@@ -1,0 +1,103 @@
+// The base dictionary's operations on whole tables.
+#include "cpi/dictinfo/dictionaryimage.h"
+
+#include <stdexcept>
+#include <utility>
+
+#include "cpi/dictinfo/dictionaryinfo.h"
+#include "cpi/dictinfo/image/imagereader.h"
+#include "cpi/dictinfo/image/imagewriter.h"
+
+namespace cpi {
+
+ImageError::ImageError(std::uint64_t offset, const std::string& found, const std::string& expected)
+    : std::runtime_error("found " + found + " at byte " + std::to_string(offset) + "; expected " +
+                         expected),
+      offset_(offset),
+      found_(found),
+      expected_(expected) {}
+
+ImageError::~ImageError() = default;
+
+ExtractSource::~ExtractSource() = default;
+
+namespace {
+
+void swapContents(DictTable& a, DictTable& b) noexcept {
+  std::swap(a.records, b.records);
+  std::swap(a.rowCount, b.rowCount);
+  std::swap(a.size, b.size);
+  std::swap(a.properties, b.properties);
+}
+
+}  // namespace
+
+DictTable& DictionaryInfo::slotTable(int slot) {
+  if (slot < 0 || static_cast<std::size_t>(slot) >= tables().size()) {
+    throw std::out_of_range("the dictionary has no table slot " + std::to_string(slot));
+  }
+  return tables()[static_cast<std::size_t>(slot)];
+}
+
+void DictionaryInfo::CreateTable(int slot, std::uint32_t recordSize, std::uint32_t rowCount) {
+  DictTable& table = slotTable(slot);
+  const RecordRules* const rules = recordRules(slot);
+  if (rules != nullptr && rules->recordSize != recordSize) {
+    throw std::invalid_argument("the records of slot " + std::to_string(slot) + " have " +
+                                std::to_string(rules->recordSize) + " bytes, not " +
+                                std::to_string(recordSize));
+  }
+  table.Create(recordSize, rowCount);
+}
+
+void DictionaryInfo::RepairTable(int slot) {
+  DictTable& table = slotTable(slot);
+  announceProperty({&table}, {nullptr});
+  // The newest of equal names comes first in the group, and is announced last, as when created.
+  const auto& properties = table.properties.tables();
+  for (auto property = properties.rbegin(); property != properties.rend(); ++property) {
+    announceProperty({&table}, {property->get()});
+  }
+}
+
+void DictionaryInfo::FromExtractFormat(ExtractSource& source) {
+  source.drive(*this);
+  postProcessDictionary();
+}
+
+void DictionaryInfo::FromDictionary(const DictionaryInfo& other) {
+  std::vector<unsigned char> image;
+  other.ToQLBuffer(image);
+  FromQLBuffer(image);
+}
+
+std::vector<const RecordRules*> DictionaryInfo::allRecordRules() const {
+  std::vector<const RecordRules*> rules;
+  for (std::size_t slot = 0; slot < tables().size(); ++slot) {
+    rules.push_back(recordRules(static_cast<int>(slot)));
+  }
+  return rules;
+}
+
+void DictionaryInfo::ToQLBuffer(std::vector<unsigned char>& image) const {
+  image = encodeImage(msgSetID, formatID, tables(), allRecordRules());
+}
+
+void DictionaryInfo::FromQLBuffer(std::span<const unsigned char> image) {
+  ImageContents contents = decodeImage(image, allRecordRules());
+  const std::vector<DictionaryInfo*> readers = sharers();
+  // Nothing fails from here on. The old tables go last, when no reader points at them any more.
+  std::swap(msgSetID, contents.msgSetID);
+  std::swap(formatID, contents.formatID);
+  for (std::size_t slot = 0; slot < contents.tables.size(); ++slot) {
+    swapContents(tables()[slot], contents.tables[slot]);
+    RepairTable(static_cast<int>(slot));
+  }
+  for (DictionaryInfo* const reader : readers) reader->postProcessDictionary();
+}
+
+void DictionaryInfo::postProcessDictionary() {}
+
+const RecordRules* DictionaryInfo::recordRules(int) const { return nullptr; }
+
+}  // namespace cpi
