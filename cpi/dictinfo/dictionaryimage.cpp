@@ -32,6 +32,18 @@ void swapContents(DictTable& a, DictTable& b) noexcept {
 
 }  // namespace
 
+// Tells each reader anew of the properties of a table. The newest of equal names comes first in
+// the group, and is told last, as when it was created.
+void DictionaryInfo::announceTable(std::span<DictionaryInfo* const> readers, DictTable& table) {
+  const auto& properties = table.properties.tables();
+  for (DictionaryInfo* const reader : readers) {
+    reader->MapTableProperty({&table}, {nullptr});
+    for (auto property = properties.rbegin(); property != properties.rend(); ++property) {
+      reader->MapTableProperty({&table}, {property->get()});
+    }
+  }
+}
+
 DictTable& DictionaryInfo::slotTable(int slot) {
   if (slot < 0 || static_cast<std::size_t>(slot) >= tables().size()) {
     throw std::out_of_range("the dictionary has no table slot " + std::to_string(slot));
@@ -50,15 +62,7 @@ void DictionaryInfo::CreateTable(int slot, std::uint32_t recordSize, std::uint32
   table.Create(recordSize, rowCount);
 }
 
-void DictionaryInfo::RepairTable(int slot) {
-  DictTable& table = slotTable(slot);
-  announceProperty({&table}, {nullptr});
-  // The newest of equal names comes first in the group, and is announced last, as when created.
-  const auto& properties = table.properties.tables();
-  for (auto property = properties.rbegin(); property != properties.rend(); ++property) {
-    announceProperty({&table}, {property->get()});
-  }
-}
+void DictionaryInfo::RepairTable(int slot) { announceTable(sharers(), slotTable(slot)); }
 
 void DictionaryInfo::FromExtractFormat(ExtractSource& source) {
   source.drive(*this);
@@ -91,7 +95,7 @@ void DictionaryInfo::FromQLBuffer(std::span<const unsigned char> image) {
   std::swap(formatID, contents.formatID);
   for (std::size_t slot = 0; slot < contents.tables.size(); ++slot) {
     swapContents(tables()[slot], contents.tables[slot]);
-    RepairTable(static_cast<int>(slot));
+    announceTable(readers, tables()[slot]);
   }
   for (DictionaryInfo* const reader : readers) reader->postProcessDictionary();
 }

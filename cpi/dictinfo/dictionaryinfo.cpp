@@ -7,8 +7,17 @@
 
 namespace cpi {
 
-const unsigned short* const CPI_VLS_TABMBR = asUnits(u"VLS_TABMBR");
-const unsigned short* const CPI_StringMember = asUnits(u"StringMember");
+namespace {
+
+// Spelt in units, so that the constants are there before any code runs.
+constexpr unsigned short kTableMember[] = {'V', 'L', 'S', '_', 'T', 'A', 'B', 'M', 'B', 'R', 0};
+constexpr unsigned short kStringMember[] = {'S', 't', 'r', 'i', 'n', 'g', 'M',
+                                            'e', 'm', 'b', 'e', 'r', 0};
+
+}  // namespace
+
+constinit const unsigned short* const CPI_VLS_TABMBR = kTableMember;
+constinit const unsigned short* const CPI_StringMember = kStringMember;
 
 // The tables, with the dictionaries that share them. The tables' owner is one of these; when it
 // goes, another takes its place.
@@ -32,7 +41,9 @@ DictionaryInfo::DictionaryInfo(int tableSlots) {
 }
 
 DictionaryInfo::DictionaryInfo(const DictionaryInfo& other)
-    : FIHandler(other), msgSetID(other.msgSetID), formatID(other.formatID),
+    : FIHandler(other),
+      msgSetID(other.msgSetID),
+      formatID(other.formatID),
       storage_(other.storage_) {
   const std::lock_guard lock(storage_->mutex);
   storage_->sharers.push_back(this);
@@ -50,14 +61,14 @@ DictionaryInfo::~DictionaryInfo() {
 std::span<DictTable> DictionaryInfo::tables() noexcept { return storage_->tables; }
 std::span<const DictTable> DictionaryInfo::tables() const noexcept { return storage_->tables; }
 
+std::vector<DictionaryInfo*> DictionaryInfo::sharers() const {
+  const std::lock_guard lock(storage_->mutex);
+  return storage_->sharers;
+}
+
 void DictionaryInfo::announceProperty(DictTableRefBase table, StringTableRef strings) {
   MapTableProperty(table, strings);
-  std::vector<DictionaryInfo*> sharers;
-  {
-    const std::lock_guard lock(storage_->mutex);
-    sharers = storage_->sharers;
-  }
-  for (DictionaryInfo* const sharer : sharers) {
+  for (DictionaryInfo* const sharer : sharers()) {
     if (sharer != this) sharer->MapTableProperty(table, strings);
   }
 }

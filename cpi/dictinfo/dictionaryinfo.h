@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <memory>
 #include <span>
+#include <vector>
 
 #include "cpi/dictinfo/dicttable.h"
 #include "cpi/runtime/export.h"
@@ -21,6 +22,16 @@ namespace cpi {
 CPI_API extern const unsigned short* const CPI_VLS_TABMBR;
 CPI_API extern const unsigned short* const CPI_StringMember;
 
+struct RecordRules;
+
+// Something that a dictionary's parse events come from: a file, a compiler, a test.
+class CPI_API ExtractSource {
+ public:
+  // Sends the events of one dictionary to `handler`, from startMessage to endMessage.
+  virtual void drive(FIHandler& handler) = 0;
+  virtual ~ExtractSource();
+};
+
 class CPI_API DictionaryInfo : public FIHandler {
  public:
   // Throws std::bad_alloc, and std::length_error for a negative count.
@@ -30,6 +41,38 @@ class CPI_API DictionaryInfo : public FIHandler {
   DictionaryInfo& operator=(const DictionaryInfo&) = delete;
   ~DictionaryInfo() override;
 
+  std::span<DictTable> tables() noexcept;
+  std::span<const DictTable> tables() const noexcept;
+
+ protected:
+  friend class DictTable;
+  // Called for every new property of a table of this dictionary, and with null strings when the
+  // properties that a table had are about to be announced again or gone. Must not throw. The base
+  // does nothing.
+  virtual void MapTableProperty(DictTableRefBase table, StringTableRef strings);
+
+ public:
+  // Sizes the table in `slot`, as DictTable::Create does. Throws what that throws,
+  // std::out_of_range when there is no such slot, and std::invalid_argument when the records of
+  // the slot have another size.
+  virtual void CreateTable(int slot, std::uint32_t recordSize, std::uint32_t rowCount);
+  // Announces the properties of the table in `slot` again, to this dictionary and to those that
+  // share its tables. Throws std::out_of_range when there is no such slot.
+  virtual void RepairTable(int slot);
+  // Loads the dictionary from the events of `source`. Throws what the source and the load throw.
+  virtual void FromExtractFormat(ExtractSource& source);
+  // Makes this dictionary a copy of a finished one, with tables of its own. Throws what ToQLBuffer
+  // of `other` and FromQLBuffer throw; this dictionary is then as before.
+  virtual void FromDictionary(const DictionaryInfo& other);
+  // Replaces all tables and the two id texts by those in the image; docs/image-format.md describes
+  // it. Everything in it is verified first. Dictionaries that share the tables see the new ones;
+  // records and texts handed out before are gone. Throws ImageError (dictionaryimage.h) for what
+  // is no image of a dictionary of this kind, and std::bad_alloc; all is then as before.
+  virtual void FromQLBuffer(std::span<const unsigned char> image);
+  // Replaces the contents of `image` by the image of the finished tables. The same events make the
+  // same bytes. Throws std::invalid_argument for tables that FromQLBuffer would refuse, and
+  // std::bad_alloc; `image` is then as before.
+  virtual void ToQLBuffer(std::vector<unsigned char>& image) const;
   // Writes the message set id and the format id.
   virtual void DumpContentsName(std::FILE* stream) const;
   // Writes the contents; the base writes the ids alone.
@@ -37,17 +80,17 @@ class CPI_API DictionaryInfo : public FIHandler {
   // Lists a table's named properties other than its text column: a line with the two names and
   // the type of each, then one line a row that has a value. Nothing when there are none.
   virtual void DumpTableProperties(std::FILE* stream, const DictTableRefBase& table) const;
-
-  std::span<DictTable> tables() noexcept;
-  std::span<const DictTable> tables() const noexcept;
+  // Called when a From... operation has completed the tables. Must not throw. The base does
+  // nothing.
+  virtual void postProcessDictionary();
 
   KelStringBase msgSetID;  // message set id: the name that the dictionary's file gives it
   KelStringBase formatID;  // identifier of the first wire format; empty when there is none
 
  protected:
-  friend class DictTable;
-  // Called for every new property of a table of this dictionary. The base does nothing.
-  virtual void MapTableProperty(DictTableRefBase table, StringTableRef strings);
+  // What images need to know of the records in a slot: null, as the base has it, when they have
+  // neither pointers nor padding and may hold anything. The rules outlive the dictionary.
+  virtual const RecordRules* recordRules(int slot) const;
   // Announces a new property to this dictionary and to those that share its tables.
   void announceProperty(DictTableRefBase table, StringTableRef strings);
   // Makes this dictionary the one that its tables announce new properties to.
@@ -55,6 +98,11 @@ class CPI_API DictionaryInfo : public FIHandler {
 
  private:
   struct Storage;
+  std::vector<DictionaryInfo*> sharers() const;
+  static void announceTable(std::span<DictionaryInfo* const> readers, DictTable& table);
+  DictTable& slotTable(int slot);
+  std::vector<const RecordRules*> allRecordRules() const;
+
   std::shared_ptr<Storage> storage_;
 };
 

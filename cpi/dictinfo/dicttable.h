@@ -35,7 +35,8 @@ class CPI_API DictTable {
   // table is then as before.
   void Create(std::uint32_t recordSize, std::uint32_t rowCount);
   // Creates a property with a place for each row, adds it to the group and announces it through
-  // MapTableProperty to the owner, and to the dictionaries that share its tables. Throws as StringTable::Create does.
+  // MapTableProperty to the owner, and to the dictionaries that share its tables. Throws as
+  // StringTable::Create does.
   StringTableRef CreateProperty(const unsigned short* tableMemberName,
                                 const unsigned short* memberName, std::int32_t type,
                                 std::uint32_t initialSize);

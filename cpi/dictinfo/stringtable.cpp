@@ -56,8 +56,11 @@ void StringTable::Create(const unsigned short* newTableMemberName,
   bufferUsed = offsets;
 }
 
-StringTable::OldBuffer StringTable::reserve(std::uint32_t row, std::int32_t valueType, std::uint64_t needed) {
-  if (row >= rowCount || type != valueType) {
+StringTable::OldBuffer StringTable::reserve(std::uint32_t row, std::int32_t valueType,
+                                            std::uint64_t needed) {
+  // A text among integers reads as none; an integer among texts would be a text without end.
+  const bool isMisfit = type != valueType && valueType == PTInteger;
+  if (row >= rowCount || isMisfit) {
     throwParserError(nullptr, {kSourcePath, __LINE__, "StringTable::SetValue"}, CP_INTERNAL_ERROR,
                      row >= rowCount ? "the property has no such row"
                                      : "the property holds values of another kind",
@@ -78,7 +81,7 @@ StringTable::OldBuffer StringTable::reserve(std::uint32_t row, std::int32_t valu
 void StringTable::SetValue(std::uint32_t row, const unsigned short* text) {
   const std::uint64_t bytes = (std::uint64_t{textLength(text)} + 1) * sizeof(unsigned short);
   const OldBuffer old = reserve(row, PTText, bytes);  // `text` may stand in it
-  if (text == nullptr) return;  // a null text is no value
+  if (text == nullptr) return;                        // a null text is no value
   std::memcpy(buffer + bufferUsed, text, bytes);
   std::memcpy(buffer + std::size_t{4} * row, &bufferUsed, sizeof bufferUsed);
   bufferUsed += static_cast<std::uint32_t>(bytes);
@@ -93,15 +96,15 @@ void StringTable::SetIntValue(std::uint32_t row, std::int64_t value) {
 
 std::optional<std::int64_t> StringTable::GetIntValue(std::uint32_t row) const noexcept {
   const std::uint32_t offset = type == PTInteger ? offsetOf(row) : 0;
-  if (offset == 0) return std::nullopt;
+  if (offset == 0 || bufferUsed - offset < sizeof(std::int64_t)) return std::nullopt;
   std::int64_t value = 0;
   std::memcpy(&value, buffer + offset, sizeof value);
   return value;
 }
 
 void StringTableGroup::AddTable(std::unique_ptr<StringTable> table) {
-  const auto place = std::lower_bound(tables_.begin(), tables_.end(), table->memberName.view(),
-                                      isNameLess);
+  const auto place =
+      std::lower_bound(tables_.begin(), tables_.end(), table->memberName.view(), isNameLess);
   tables_.insert(place, std::move(table));
 }
 

@@ -38,8 +38,9 @@ class CPI_API StringTable {
   void Create(const unsigned short* tableMemberName, const unsigned short* memberName,
               std::int32_t type, std::uint32_t rowCount, std::uint32_t initialSize);
   // Appends a value and points the row at it; an older value of the row stays unused in the
-  // buffer. Throws KelParserException (CP_INTERNAL_ERROR) when the property has no such row or is
-  // of the other kind, std::length_error when the buffer would pass 4 GiB, std::bad_alloc; the
+  // buffer. A text in a property of integers is kept but never found. Throws KelParserException
+  // (CP_INTERNAL_ERROR) when the property has no such row, or for an integer when it is not one of
+  // integers, std::length_error when the buffer would pass 4 GiB, std::bad_alloc; the
   // property is then as before. Pointers from GetValue are invalid after a successful call.
   void SetValue(std::uint32_t row, const unsigned short* text);
   void SetIntValue(std::uint32_t row, std::int64_t value);

@@ -30,8 +30,8 @@ class Scanner {
   Scanner(const char* what, std::u16string_view text) : what_(what), text_(text) {}
 
   [[noreturn]] void fail(std::size_t offset, const std::string& reason) const {
-    throw DataCnvError(std::string(what_) + " " + quoted(text_) + ": " + reason +
-                       " at offset " + std::to_string(offset));
+    throw DataCnvError(std::string(what_) + " " + quoted(text_) + ": " + reason + " at offset " +
+                       std::to_string(offset));
   }
   std::size_t offset() const noexcept { return offset_; }
   bool isAtEnd() const noexcept { return offset_ == text_.size(); }
@@ -102,9 +102,7 @@ class Scanner {
   std::size_t offset_ = 0;
 };
 
-bool isLeapYear(std::int32_t year) {
-  return year % 4 == 0 && (year % 100 != 0 || year % 400 == 0);
-}
+bool isLeapYear(std::int32_t year) { return year % 4 == 0 && (year % 100 != 0 || year % 400 == 0); }
 
 std::int32_t daysIn(std::int32_t year, std::int32_t month) {
   constexpr std::int32_t kDays[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
@@ -190,8 +188,7 @@ void readUnits(Scanner& in, const IntervalUnit (&units)[N], const char* expected
   } while (in.isDigit());
 }
 
-std::u16string_view checkedView(const char* what, const unsigned short* text,
-                                std::int32_t length) {
+std::u16string_view checkedView(const char* what, const unsigned short* text, std::int32_t length) {
   if (text == nullptr) throw DataCnvError(std::string(what) + ": a text was expected, not null");
   if (length < 0) return textView(text);
   return {asChars(text), static_cast<std::size_t>(length)};

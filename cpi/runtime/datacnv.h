@@ -38,8 +38,9 @@ class CPI_API DataCnv {
 
   // Reads [-]YYYY-MM-DDThh:mm:ss[.f...][Z|+hh:mm|-hh:mm] (24:00:00 is midnight's other name and is
   // kept as read); also a date or a time alone, the missing fields being 0. A year may have more
-  // digits; a zone lies up to 14:00 from UTC. Fractions beyond microseconds are cut. `length` counts code units, -1: up to the terminator. `format` must be
-  // CPI_STD_DATETIME_FORMAT's text. Throws DataCnvError.
+  // digits; a zone lies up to 14:00 from UTC. Fractions beyond microseconds are cut. `length`
+  // counts code units, -1: up to the terminator. `format` must be CPI_STD_DATETIME_FORMAT's text.
+  // Throws DataCnvError.
   PWFDateTime StrToDateTime(const unsigned short* text, const unsigned short* format,
                             std::int32_t length) const;
   // Reads [-]PnYnMnWnDTnHnMn[.f...]S: at least one unit, units in that order. A week is seven

@@ -54,8 +54,8 @@ void throwParserError(const KelLogSource* source, const ErrorSite& site, const E
                       const char* message, std::initializer_list<KelInsert> inserts) {
   const bool isInternal = code.number == CP_INTERNAL_ERROR.number;
   const char* const text = isInternal ? kInternalErrorText : message;
-  KelParserException error(source, site.file, site.line, site.operation,
-                           KelLog::iDefaultLogSource, code.number, text);
+  KelParserException error(source, site.file, site.line, site.operation, KelLog::iDefaultLogSource,
+                           code.number, text);
   if (isInternal) error.appendInsert(message);
   for (const KelInsert& insert : inserts) error.appendInsert(insert);
   traceThrow(source, site, code, text, error.inserts());
@@ -64,8 +64,8 @@ void throwParserError(const KelLogSource* source, const ErrorSite& site, const E
 
 void throwConfigurationError(const ErrorSite& site, const ErrorCode& code, const char* message,
                              std::initializer_list<KelInsert> inserts) {
-  KelConfigurationException error(site.file, site.line, site.operation,
-                                  KelLog::iDefaultLogSource, code.number, message);
+  KelConfigurationException error(site.file, site.line, site.operation, KelLog::iDefaultLogSource,
+                                  code.number, message);
   for (const KelInsert& insert : inserts) error.appendInsert(insert);
   traceThrow(nullptr, site, code, message, error.inserts());
   error.throwThis();

@@ -26,8 +26,8 @@ struct ErrorCode {
 inline constexpr ErrorCode CP_DICTIONARY_ERROR{0xC000158E, "CP_DICTIONARY_ERROR"};
 inline constexpr ErrorCode CP_INCOMPATIBLE_DICTIONARY{0xC00014AD, "CP_INCOMPATIBLE_DICTIONARY"};
 inline constexpr ErrorCode CP_INTERNAL_ERROR{0xC000157E, "CP_INTERNAL_ERROR"};
-inline constexpr ErrorCode CP_DICT_SET_CONTEXT_FROM_TAG_ERROR{
-    0xC00014CB, "CP_DICT_SET_CONTEXT_FROM_TAG_ERROR"};
+inline constexpr ErrorCode CP_DICT_SET_CONTEXT_FROM_TAG_ERROR{0xC00014CB,
+                                                              "CP_DICT_SET_CONTEXT_FROM_TAG_ERROR"};
 inline constexpr ErrorCode CP_DICT_ITERATOR_NOT_INITIALISED{0xC000158E,
                                                             "CP_DICT_ITERATOR_NOT_INITIALISED"};
 inline constexpr ErrorCode CP_DICT_EMBEDDED_MESSAGE_NOT_ALLOWED{
@@ -71,8 +71,8 @@ class CPI_API KelParserException final : public KelException {
   using KelException::KelException;
   // `source` is the log source object that raised the error; it is only named, never used after.
   KelParserException(const KelLogSource* source, const char* file, std::int32_t line,
-                     const char* operation, const char* logSourceName,
-                     std::uint32_t messageNumber, const char* message)
+                     const char* operation, const char* logSourceName, std::uint32_t messageNumber,
+                     const char* message)
       : KelException(file, line, operation, logSourceName, messageNumber, message),
         logSource_(source) {}
   ~KelParserException() override;
@@ -103,9 +103,9 @@ struct ErrorSite {
 // Writes the trace item "Throwing exception" (path, line, error name, message, inserts) under
 // `source` and throws. CP_INTERNAL_ERROR carries the text "CPI Internal Error", and `message`
 // becomes its first insert. With `source` given, the exception names it as its log source object.
-[[noreturn]] CPI_API void throwParserError(
-    const KelLogSource* source, const ErrorSite& site, const ErrorCode& code, const char* message,
-    std::initializer_list<KelInsert> inserts = {});
+[[noreturn]] CPI_API void throwParserError(const KelLogSource* source, const ErrorSite& site,
+                                           const ErrorCode& code, const char* message,
+                                           std::initializer_list<KelInsert> inserts = {});
 [[noreturn]] CPI_API void throwConfigurationError(const ErrorSite& site, const ErrorCode& code,
                                                   const char* message,
                                                   std::initializer_list<KelInsert> inserts = {});

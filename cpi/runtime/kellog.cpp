@@ -53,8 +53,7 @@ void KelLog::write(const KelLogItem& item) noexcept {
 
 void KelOperation::enter(std::initializer_list<KelInsert> arguments) noexcept {
   exceptions_ = std::uncaught_exceptions();
-  KelLog::write(
-      {LogKind::DebugEntry, source_, name_, "", {arguments.begin(), arguments.size()}});
+  KelLog::write({LogKind::DebugEntry, source_, name_, "", {arguments.begin(), arguments.size()}});
 }
 
 void KelOperation::leave() noexcept {

@@ -71,13 +71,15 @@ class CPI_API KelInsert {
   KelInsert(std::string text) : value_(std::move(text)) {}                           // NOLINT
   KelInsert(const KelStringBase& text) : value_(text) {}                             // NOLINT
   KelInsert(const unsigned short* text) : value_(KelStringBase(text)) {}             // NOLINT
-  KelInsert(bool flag) : value_(flag) {}                                             // NOLINT
+  template <Char16 C>
+  KelInsert(const C* text) : KelInsert(asUnits(text)) {}  // NOLINT
+  KelInsert(bool flag) : value_(flag) {}                  // NOLINT
   template <std::integral I>
   KelInsert(I number) : value_(static_cast<std::int64_t>(number)) {}  // NOLINT
   template <class E>
-    requires std::is_enum_v<E>
-  KelInsert(E code) : value_(static_cast<std::int64_t>(code)) {}  // NOLINT
-  KelInsert(const void* pointer) : value_(pointer) {}             // NOLINT
+  requires std::is_enum_v<E> KelInsert(E code)
+      : value_(static_cast<std::int64_t>(code)) {}     // NOLINT
+  KelInsert(const void* pointer) : value_(pointer) {}  // NOLINT
 
   const Value& value() const noexcept { return value_; }
   // The insert as UTF-8 text: numbers in decimal, flags as "true"/"false", pointers as 0x hex.

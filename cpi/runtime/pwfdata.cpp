@@ -33,8 +33,8 @@ class Writer {
     length_ += static_cast<std::size_t>(written);
   }
   void shortest(double value) {
-    length_ = static_cast<std::size_t>(std::to_chars(text_, text_ + sizeof text_, value).ptr -
-                                       text_);
+    length_ =
+        static_cast<std::size_t>(std::to_chars(text_, text_ + sizeof text_, value).ptr - text_);
   }
   // A decimal point and the microseconds without the zeros at their end; nothing for 0.
   void fraction(std::int32_t microsecond) {

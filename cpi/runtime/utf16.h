@@ -35,7 +35,8 @@ inline std::size_t textLength(const unsigned short* text) noexcept {
 
 // A view of a zero-terminated text; empty for null. Valid as long as the text.
 inline std::u16string_view textView(const unsigned short* text) noexcept {
-  return text == nullptr ? std::u16string_view() : std::u16string_view(asChars(text), textLength(text));
+  return text == nullptr ? std::u16string_view()
+                         : std::u16string_view(asChars(text), textLength(text));
 }
 
 }  // namespace cpi

@@ -33,12 +33,14 @@ TEST_P(Refused, WithItsReasonAndWhatWasLoadedStays) {
 const RefusedCase kRefused[] = {
     {"FirstLevelTooOld", "1000{ 100008:0=#1", "Format Level error. File format too old to parse."},
     {"LevelTooNew", "1000{ 100009:0=#9", "This parser does not support this newer dictionary."},
-    {"TagClass", "2{ 201:0=#1 204:0=X", "Invalid tag class (0xC000158E, cpi/dictinfo/stddi/"
-                                        "stddictionaryhandler:475): 88"},
+    {"TagClass", "2{ 201:0=#1 204:0=X",
+     "Invalid tag class (0xC000158E, cpi/dictinfo/stddi/"
+     "stddictionaryhandler:475): 88"},
     {"TagClassWholeUnit", "2{ 201:0=#1 204:0=\xC5\x86", "475): 326"},
     {"MemberClass", "4{ 401:0=#1 404:0=x", "stddictionaryhandler:564): 120"},
-    {"Flag", "2{ 201:0=#1 207:0=#2", "Invalid value for null permitted. (0xC000158E, cpi/"
-                                     "dictinfo/stddi/stddictionaryhandler:494): 2"},
+    {"Flag", "2{ 201:0=#1 207:0=#2",
+     "Invalid value for null permitted. (0xC000158E, cpi/"
+     "dictinfo/stddi/stddictionaryhandler:494): 2"},
     {"RowBeyondTable", "2{ 201:0=#1 203:0=#5 203:1=#6",
      "section 2 (Tags), column 203 (Type), row 1: the row is outside the table, which has 1 rows"},
     {"NegativeRow", "21{ 2000:0=#1 2101:-1=#6", "row -1: the row is outside the table"},
@@ -59,8 +61,7 @@ const RefusedCase kRefused[] = {
      "21{ 2000:0=#2 2102:1=Name 1001{ 100101:0=VLS_TABMBR 100102:0=Mine 100104:1=x",
      "the first value of a named property must be at row 0"},
     {"PropertyWithoutRows", "21{ 1001{ 100104:0=x", "the row is outside the table, which has 0"},
-    {"PropertyOfTheOtherKind",
-     "21{ 2000:0=#2 1001{ 100101:0=T 100102:0=M 100104:0=x 100105:1=#5",
+    {"PropertyOfTheOtherKind", "21{ 2000:0=#2 1001{ 100101:0=T 100102:0=M 100104:0=x 100105:1=#5",
      "the property holds values of another kind"},
 };
 INSTANTIATE_TEST_SUITE_P(All, Refused, testing::ValuesIn(kRefused),
@@ -174,9 +175,9 @@ TEST(Loading, ACopyMadeBeforeTheTextsReadsThem) {
 
 TEST(Loading, ATableOfNoRowsIsSizedAgain) {
   StdDictionaryInfo dictionary(0);
-  ASSERT_EQ(errorOf(dictionary,
-                    "( 1000{ } 21{ 2000:0=#0 2000:0=#0 2000:0=#0 2000:0=#1 2102:0=T } )"),
-            "");
+  ASSERT_EQ(
+      errorOf(dictionary, "( 1000{ } 21{ 2000:0=#0 2000:0=#0 2000:0=#0 2000:0=#1 2102:0=T } )"),
+      "");
   EXPECT_EQ(toUtf8(textView(dictionary.types().row(0).Identifier)), "T");
   EXPECT_EQ(dictionary.types().table().properties.tables().size(), 2u);
 }
@@ -212,11 +213,13 @@ TEST(Loading, WritesItsTraces) {
   EXPECT_TRUE(wrote("WARNING: ignoring tag from struct 1000 9"));
   EXPECT_TRUE(wrote("StdDictionaryHandler::startElement 3 0 0 0"));
   ASSERT_EQ(sink.traces.size(), 2u);
-  EXPECT_EQ(sink.traces[0], "Format Level error. Read in file format level =  1 "
-                            "STD_MINIMUM_FORMAT_DICTIONARY_LEVEL =  2");
-  EXPECT_EQ(sink.traces[1], "Throwing exception cpi/dictinfo/stddi/stddictionaryhandler 377 "
-                            "CP_INCOMPATIBLE_DICTIONARY Format Level error. File format too old "
-                            "to parse.");
+  EXPECT_EQ(sink.traces[0],
+            "Format Level error. Read in file format level =  1 "
+            "STD_MINIMUM_FORMAT_DICTIONARY_LEVEL =  2");
+  EXPECT_EQ(sink.traces[1],
+            "Throwing exception cpi/dictinfo/stddi/stddictionaryhandler 377 "
+            "CP_INCOMPATIBLE_DICTIONARY Format Level error. File format too old "
+            "to parse.");
 }
 
 }  // namespace

@@ -13,7 +13,8 @@ namespace {
 std::string column(int id, const std::vector<std::int32_t>& values) {
   std::string text;
   for (std::size_t row = 0; row < values.size(); ++row) {
-    text += std::to_string(id) + ":" + std::to_string(row) + "=#" + std::to_string(values[row]) + " ";
+    text +=
+        std::to_string(id) + ":" + std::to_string(row) + "=#" + std::to_string(values[row]) + " ";
   }
   return text;
 }
@@ -48,12 +49,12 @@ TEST(IdLookups, GiveTheRowThatTheProbingReaches) {
     StdDictionaryInfo dictionary(0);
     std::vector<std::int32_t> rows(ids.size());
     for (std::size_t i = 0; i < rows.size(); ++i) rows[i] = static_cast<std::int32_t>(i);
-    ASSERT_EQ(errorOf(dictionary, "( 1000{ 100002:0=S } 2{ " + column(201, ids) +
-                                      (ids.empty() ? "" : "202:0=x ") + "} " +
-                                      sized(21, ids.size()) + column(2101, ids) + "} " +
-                                      sized(20, ids.size()) + column(2001, ids) +
-                                      column(2002, rows) + "} )"),
-              "");
+    ASSERT_EQ(
+        errorOf(dictionary, "( 1000{ 100002:0=S } 2{ " + column(201, ids) +
+                                (ids.empty() ? "" : "202:0=x ") + "} " + sized(21, ids.size()) +
+                                column(2101, ids) + "} " + sized(20, ids.size()) +
+                                column(2001, ids) + column(2002, rows) + "} )"),
+        "");
     for (std::int32_t wanted = -5; wanted < 30; ++wanted) {
       const std::int32_t expected = probe(ids, wanted);
       ASSERT_EQ(dictionary.getTagDefIndex(wanted), expected) << "round " << round;
@@ -63,7 +64,8 @@ TEST(IdLookups, GiveTheRowThatTheProbingReaches) {
   }
 }
 
-// Tags: 1 A none, 2 A urn:x, 3 "B " none, 4 without text, 5 A with a dangling namespace, 6 256 units.
+// Tags: 1 A none, 2 A urn:x, 3 "B " none, 4 without text, 5 A with a dangling namespace, 6 256
+// units.
 const std::string& namesStream() {
   static const std::string text =
       "( 1000{ 100002:0=S } 2{ " + column(201, {1, 2, 3, 4, 5, 6}) +
@@ -86,12 +88,18 @@ TEST(NameLookups, TheFirstRowOfNameAndNamespaceWins) {
   };
   const std::u16string longest(256, u'n');
   const Case kCases[] = {
-      {u"A", u"", false, 0, 0},           {u"A", u"urn:x", false, 1, 0},
-      {u"A", u"urn:y", false, -1, 10025}, {u"A", u"urn:y", true, 0, 0},
-      {u"A  ", u"", false, 0, 0},         {u" A", u"", true, -1, 10025},
-      {u"B", u"", false, 2, 0},           {u"a", u"", true, -1, 10025},
-      {u"", u"", true, -1, 10025},        {u"  ", u"", true, -1, 10025},
-      {longest, u"", true, 5, 0},         {longest + u" ", u"", true, 5, 10030},
+      {u"A", u"", false, 0, 0},
+      {u"A", u"urn:x", false, 1, 0},
+      {u"A", u"urn:y", false, -1, 10025},
+      {u"A", u"urn:y", true, 0, 0},
+      {u"A  ", u"", false, 0, 0},
+      {u" A", u"", true, -1, 10025},
+      {u"B", u"", false, 2, 0},
+      {u"a", u"", true, -1, 10025},
+      {u"", u"", true, -1, 10025},
+      {u"  ", u"", true, -1, 10025},
+      {longest, u"", true, 5, 0},
+      {longest + u" ", u"", true, 5, 10030},
       {longest + u"n", u"", true, -1, 10030},
   };
   for (const Case& c : kCases) {
@@ -170,8 +178,8 @@ TEST(Queries, PropertiesFromOverrideOrTag) {
   struct Case {
     std::int32_t tag, path, code, minLength;
   };
-  for (const Case& c : {Case{-1, 1, 0, 8}, Case{0, 1, 0, 8}, Case{0, -1, 0, 3}, Case{-1, -1, 10016, 0},
-                        Case{2, -1, 10020, 0}, Case{0, 2, 10020, 0}}) {
+  for (const Case& c : {Case{-1, 1, 0, 8}, Case{0, 1, 0, 8}, Case{0, -1, 0, 3},
+                        Case{-1, -1, 10016, 0}, Case{2, -1, 10020, 0}, Case{0, 2, 10020, 0}}) {
     std::int32_t length = 0;
     EXPECT_EQ(dictionary.getMinLength(c.tag, c.path, length), c.code);
     EXPECT_EQ(length, c.minLength);

@@ -40,15 +40,13 @@ const WalkCase kSequences[] = {
 
 const WalkCase kGroups[] = {
     {"IntoAndOut", "R(6 (6 A B) C)", ">A B C", "R/()/A\nR/()/B\nR/C"},
-    {"GroupStartsAgain", "R(6 (6 A B){1,3})", ">A B A B",
-     "R/()/A\nR/()/B\nR/()[1]/A\nR/()[1]/B"},
+    {"GroupStartsAgain", "R(6 (6 A B){1,3})", ">A B A B", "R/()/A\nR/()/B\nR/()[1]/A\nR/()[1]/B"},
     {"GroupKeepsItsLimit", "R(6 (6 A B){1,2})", ">A B A !A", "R/()/A\nR/()/B\nR/()[1]/A\nno"},
     {"AnyGoesToTheInnermost", "R(6 (6 (6 A) B) C)", ">* * *", "R/()/()/A\nR/()/B\nR/C"},
     {"ParentOfGroupMemberIsTheElement", "R(6 S(6 (2 A B)) C)", ">S >B ^ C",
      "R/S\nR/S/()/B\nR/S\nR/C"},
     {"ChoiceOfGroups", "R(2 (6 A B) (6 C D))", ">C D", "R/()/C\nR/()/D"},
-    {"RepeatedChoice", "R(6 (2 A B){0,*})", ">B A A B",
-     "R/()/B\nR/()[1]/A\nR/()[2]/A\nR/()[3]/B"},
+    {"RepeatedChoice", "R(6 (2 A B){0,*})", ">B A A B", "R/()/B\nR/()[1]/A\nR/()[2]/A\nR/()[3]/B"},
 };
 
 const WalkCase kOtherCompositions[] = {
@@ -70,8 +68,7 @@ const WalkCase kUndefined[] = {
     {"TagDefinedInOpenContent", "R(6! A B)", ">Known A Known", "R/+Known\nR/A\nR/A/^+Known"},
     {"DefinedContentTakesTagsOnly", "R(6? A B)", ">A Known Zed", "R/A\nR/A/^+Known\nR/A/^?"},
     {"MarkerGoesWithItsMember", "R(6! A B)", ">A Zed ^", "R/A\nR/A/^?\nR"},
-    {"ChildrenOfSelfDefined", "R(6! A)", ">Zed >Known Zed ^ ^",
-     "R/?\nR/?/+Known\nR/?/?\nR/?\nR"},
+    {"ChildrenOfSelfDefined", "R(6! A)", ">Zed >Known Zed ^ ^", "R/?\nR/?/+Known\nR/?/?\nR/?\nR"},
     {"NotAllowed", "R(6! A)", "!>Known !>Zed", "no\nno"},
     {"SimpleTypeHasNoChildren", "R(6 A)", ">A >Known", "R/A\nno"},
     {"EmptyType", "R(6!)", ">Known Known", "R/+Known\nR/+Known"},
@@ -204,8 +201,7 @@ TEST(NavigationState, IteratorWithoutContext) {
 TEST(NavigationState, PathsAndNames) {
   const auto dictionary = buildModel(parseModel("R(6 S(6 (6 (2 A B) C){1,2}))"));
   OpenIterator iterator(nullptr, dictionary.get(), u"R", KelStringBase());
-  EXPECT_EQ(walk(iterator, ">S >B C B"),
-            "R/S\nR/S/()/()/B\nR/S/()/C\nR/S/()[1]/()/B");
+  EXPECT_EQ(walk(iterator, ">S >B C B"), "R/S\nR/S/()/()/B\nR/S/()/C\nR/S/()[1]/()/B");
   std::vector<std::int32_t> path;
   EXPECT_EQ(iterator.getMemberPath(path), 4);
   const std::vector<MbrPathItem> partial = iterator.getPartialMemberPath();

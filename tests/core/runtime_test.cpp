@@ -118,10 +118,8 @@ TEST(KelLog, OperationWritesEntryAndExit) {
   EXPECT_EQ(measured(nullptr, 0), -1);
   EXPECT_THROW(measured(&named, -1), std::invalid_argument);
   const std::vector<std::string> expected{
-      "entry app.part Thing::measure [] 4 text true",
-      "exit app.part Thing::measure [] 8",
-      "entry - Thing::measure [] 0 text true",
-      "exit - Thing::measure [nothing there] -1",
+      "entry app.part Thing::measure [] 4 text true",  "exit app.part Thing::measure [] 8",
+      "entry - Thing::measure [] 0 text true",         "exit - Thing::measure [nothing there] -1",
       "entry app.part Thing::measure [] -1 text true",
   };
   EXPECT_EQ(log.lines, expected);
@@ -188,8 +186,7 @@ TEST(KelException, CarriesAllFieldsInOneLine) {
     EXPECT_EQ(error.messageNumber(), 0xC000158EU);
     EXPECT_EQ(error.message(), "went wrong");
     ASSERT_EQ(error.inserts().size(), 2U);
-    EXPECT_STREQ(error.what(),
-                 "Class::move: went wrong (0xC000158E, cpi/file:42): 7, name");
+    EXPECT_STREQ(error.what(), "Class::move: went wrong (0xC000158E, cpi/file:42): 7, name");
   }
   const std::vector<std::string> expected{
       "trace app Class::move [Throwing exception] cpi/file 42 CP_DICTIONARY_ERROR went wrong 7 "
@@ -293,11 +290,20 @@ TEST(PWFData, NumbersOfEveryKind) {
 
 TEST(PWFData, WhatIsNoNumberIsRefused) {
   const PWFData values[] = {
-      PWFData(),           textValue(nullptr),     textValue(u""),     textValue(u"x"),
-      textValue(u"1 "),    textValue(u"+-1"),      textValue(u"0x10"), textValue(u"1.5"),
-      PWFData(2.5),        PWFData(1e30),          textValue(u"\u0661"),
+      PWFData(),
+      textValue(nullptr),
+      textValue(u""),
+      textValue(u"x"),
+      textValue(u"1 "),
+      textValue(u"+-1"),
+      textValue(u"0x10"),
+      textValue(u"1.5"),
+      PWFData(2.5),
+      PWFData(1e30),
+      textValue(u"\u0661"),
       PWFData(std::numeric_limits<double>::quiet_NaN()),
-      PWFData(std::int64_t{-1}, true),             textValue(u"9223372036854775808"),
+      PWFData(std::int64_t{-1}, true),
+      textValue(u"9223372036854775808"),
       PWFData(PWFDateTime{}),
   };
   for (const PWFData& value : values) {
@@ -345,7 +351,8 @@ TEST(DataCnv, ReadsDateTimes) {
       {"2000-02-29T00:00:00Z", {2000, 2, 29, 0, 0, 0, 0, 0, 1}, ""},
       {"-0001-12-31T12:30:15.5+14:00", {-1, 12, 31, 12, 30, 15, 500000, 840, 1}, ""},
       {"12345-01-01T24:00:00-00:30", {12345, 1, 1, 24, 0, 0, 0, -30, 1}, ""},
-      {"2024-01-01T00:00:00.1234567", {2024, 1, 1, 0, 0, 0, 123456, 0, 0},
+      {"2024-01-01T00:00:00.1234567",
+       {2024, 1, 1, 0, 0, 0, 123456, 0, 0},
        "2024-01-01T00:00:00.123456"},
       {"2024-06-30", {2024, 6, 30, 0, 0, 0, 0, 0, 0}, "2024-06-30T00:00:00"},
       {"2024-06-30+01:00", {2024, 6, 30, 0, 0, 0, 0, 60, 1}, "2024-06-30T00:00:00+01:00"},
@@ -447,8 +454,7 @@ TEST(DataCnv, LengthFormatAndNullTexts) {
   EXPECT_EQ(cnv.StrToDateTime(asUnits(u"2024-01-31junk"), CPI_STD_DATETIME_FORMAT, 10).day, 31);
   EXPECT_THROW(cnv.StrToInterval(null, -1), DataCnvError);
   EXPECT_THROW(cnv.StrToDateTime(null, CPI_STD_DATETIME_FORMAT, -1), DataCnvError);
-  EXPECT_THROW(cnv.StrToDateTime(asUnits(u"2024-01-31"), asUnits(u"DD.MM.YYYY"), -1),
-               DataCnvError);
+  EXPECT_THROW(cnv.StrToDateTime(asUnits(u"2024-01-31"), asUnits(u"DD.MM.YYYY"), -1), DataCnvError);
   const std::string longText(100000, '9');
   EXPECT_EQ(refusalOf(intervalOf, longText),
             "interval \"" + std::string(64, '9') + "\"...: 'P' expected at offset 0");

@@ -58,9 +58,8 @@ TEST(Sharing, ManyThreadsReadOneDictionary) {
       const KelStringBase copy(name);
       if (!walkMessage(at, spare)) ++wrong;
       for (std::int32_t id = -1; id < 20; ++id) {
-        if (dictionary->getTagDefIndex(id) != (id >= 1 && id <= dictionary->tags().rowCount()
-                                                   ? id - 1
-                                                   : -1)) {
+        if (dictionary->getTagDefIndex(id) !=
+            (id >= 1 && id <= dictionary->tags().rowCount() ? id - 1 : -1)) {
           ++wrong;
         }
       }

@@ -46,7 +46,7 @@ TEST(Storage, RowsWithoutValue) {
 TEST(Storage, PropertiesAreFoundByBothNames) {
   DictTable table;
   table.Create(4, 1);
-  const char16_t* const kNames[][2] = {{u"T", u"b"}, {u"U", u"b"}, {u"T", u"a"},
+  const char16_t* const kNames[][2] = {{u"T", u"b"},  {u"U", u"b"}, {u"T", u"a"},
                                        {u"T", u"ab"}, {u"T", u"b"}, {u"T", u"\uFFFF"}};
   for (const auto& names : kNames) table.CreateProperty(u(names[0]), u(names[1]), PTText, 0);
   std::u16string order;
@@ -69,6 +69,9 @@ TEST(Storage, RefusesWhatDoesNotFit) {
   table.CreateProperty(u(u"T"), u(u"M"), PTText, 0);
   EXPECT_THROW(table.SetProperty(1, u(u"T"), u(u"M"), u(u"x")), KelParserException);
   EXPECT_THROW(table.SetIntProperty(0, u(u"T"), u(u"M"), 1), KelParserException);
+  StringTable& numbers = *table.CreateProperty(u(u"T"), u(u"N"), PTInteger, 0).strings;
+  numbers.SetValue(0, u"x");
+  EXPECT_EQ(numbers.GetIntValue(0), std::nullopt) << "a text is no integer";
 }
 
 }  // namespace

@@ -173,20 +173,13 @@ class Feed {
   }
   void value(std::int32_t type, const Json& content) {
     switch (type) {
-      case 2:
-        return textValue(2501, content);
-      case 4:
-        return item(2502, 0, PWFData(wholeNumber(content), false));
-      case 6:
-        return item(2503, 0, PWFData(realNumber(content)));
-      case 12:
-        return item(2505, 0, PWFData(std::int64_t{content.get<bool>()}, false));
-      case 14:
-        return textValue(2508, content);
-      case 15:
-        return textValue(2506, content);
-      case 16:
-        return textValue(2507, content);
+      case 2: return textValue(2501, content);
+      case 4: return item(2502, 0, PWFData(wholeNumber(content), false));
+      case 6: return item(2503, 0, PWFData(realNumber(content)));
+      case 12: return item(2505, 0, PWFData(std::int64_t{content.get<bool>()}, false));
+      case 14: return textValue(2508, content);
+      case 15: return textValue(2506, content);
+      case 16: return textValue(2507, content);
       default:
         throw InputError("expected a Values row of a known type, found " + std::to_string(type));
     }

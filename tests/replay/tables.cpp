@@ -118,20 +118,13 @@ Json rowJson(const NamespaceRow& row) { return {{"Space", fromText(row.Space)}};
 Json storedValue(const SMD_VALUE_DEFINITION& row) {
   switch (row.Type) {
     case LTString:
-    case LTDecimal:
-      return fromText(row.Value.Text);
-    case LTInteger:
-      return std::to_string(row.Value.Integer);
-    case LTFloat:
-      return bitsOf(row.Value.Float);
-    case LTBoolean:
-      return row.Value.Boolean;
-    case LTDateTime:
-      return valueJson(PWFData(row.Value.DateTime));
-    case LTInterval:
-      return valueJson(PWFData(row.Value.Interval));
-    default:
-      return nullptr;
+    case LTDecimal: return fromText(row.Value.Text);
+    case LTInteger: return std::to_string(row.Value.Integer);
+    case LTFloat: return bitsOf(row.Value.Float);
+    case LTBoolean: return row.Value.Boolean;
+    case LTDateTime: return valueJson(PWFData(row.Value.DateTime));
+    case LTInterval: return valueJson(PWFData(row.Value.Interval));
+    default: return nullptr;
   }
 }
 
@@ -234,19 +227,13 @@ Json expectedTables(Json tables) {
 Json valueJson(const PWFData& value) {
   switch (value.getLogicalType()) {
     case LTString:
-    case LTDecimal:
-      return fromText(value.getStringValue());
-    case LTInteger:
-      return std::to_string(value.getInt64Value());
-    case LTFloat:
-      return bitsOf(value.getDoubleValue());
-    case LTBoolean:
-      return value.getBooleanValue();
+    case LTDecimal: return fromText(value.getStringValue());
+    case LTInteger: return std::to_string(value.getInt64Value());
+    case LTFloat: return bitsOf(value.getDoubleValue());
+    case LTBoolean: return value.getBooleanValue();
     case LTDateTime:
-    case LTInterval:
-      return fromText(value.getDebugString().getStringValue());
-    default:
-      return nullptr;
+    case LTInterval: return fromText(value.getDebugString().getStringValue());
+    default: return nullptr;
   }
 }
 

@@ -1,8 +1,10 @@
 #include "cpi/dictinfo/image/imagewriter.h"
 
 #include <cstring>
+#include <limits>
 #include <stdexcept>
 #include <string>
+#include <utility>
 
 #include "cpi/dictinfo/image/tablecheck.h"
 
@@ -109,7 +111,7 @@ void putTable(ImageWriter& writer, const DictTable& table, const RecordRules* ru
 }  // namespace
 
 std::vector<unsigned char> encodeImage(const KelStringBase& msgSetID, const KelStringBase& formatID,
-                                      std::span<const DictTable> tables, const SlotRules& rules) {
+                                       std::span<const DictTable> tables, const SlotRules& rules) {
   std::uint64_t size = sizeof(ImageHead) + sizeof(ImageContentsHead);
   size += bytesOf(msgSetID) + bytesOf(formatID);
   for (std::size_t slot = 0; slot < tables.size(); ++slot) {

@@ -9,11 +9,11 @@
 
 namespace cpi {
 
-// The image of the tables. Equal tables and texts make equal bytes, whatever was unused in them.
+// The image of the tables, the same bytes for the same fields and buffers, whatever was unused.
 // Throws std::invalid_argument for tables that could not be opened again, naming slot, fault and
 // what was expected, and std::bad_alloc.
 std::vector<unsigned char> encodeImage(const KelStringBase& msgSetID, const KelStringBase& formatID,
-                                      std::span<const DictTable> tables, const SlotRules& rules);
+                                       std::span<const DictTable> tables, const SlotRules& rules);
 
 }  // namespace cpi
 

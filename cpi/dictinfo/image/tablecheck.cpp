@@ -35,8 +35,9 @@ std::optional<Fault> findIntegerFault(const StringTable& property, std::uint64_t
     const std::uint32_t offset = offsetAt(property, row);
     if (offset == 0) continue;
     if (offset < start || offset + kIntegerBytes > property.bufferUsed) {
-      return offsetFault(row, offset, "0, or 8 bytes from byte " + number(start) + " to byte " +
-                                          number(property.bufferUsed));
+      return offsetFault(
+          row, offset,
+          "0, or 8 bytes from byte " + number(start) + " to byte " + number(property.bufferUsed));
     }
   }
   return std::nullopt;
@@ -64,8 +65,9 @@ std::optional<Fault> findTextFault(const StringTable& property, std::uint64_t st
     const std::uint32_t offset = offsetAt(property, row);
     if (offset == 0) continue;
     if (offset < start || offset >= property.bufferUsed || offset % kUnitBytes != 0) {
-      return offsetFault(row, offset, "0, or an even number from " + number(start) +
-                                          " to less than " + number(property.bufferUsed));
+      return offsetFault(row, offset,
+                         "0, or an even number from " + number(start) + " to less than " +
+                             number(property.bufferUsed));
     }
     const auto* const text = reinterpret_cast<const unsigned short*>(property.buffer + offset);
     const std::uint64_t bytes = (textLength(text) + 1) * kUnitBytes;
@@ -85,7 +87,8 @@ std::optional<Fault> findSizeFault(std::uint32_t recordSize, std::uint32_t rowCo
   const std::uint64_t high = rules == nullptr ? kMaximumRows : rules->maximumRows;
   const std::string found = number(rowCount) + " rows of " + number(recordSize) + " bytes";
   if (rowCount < low || rowCount > high) return Fault{0, found, bounds(low, high) + " rows"};
-  if ((recordSize == 0) != (rowCount == 0) || std::uint64_t{recordSize} * rowCount > kMaximumBytes) {
+  if ((recordSize == 0) != (rowCount == 0) ||
+      std::uint64_t{recordSize} * rowCount > kMaximumBytes) {
     return Fault{0, found, "neither, or both and at most 4 GiB"};
   }
   if (rules == nullptr || rowCount == 0 || recordSize == rules->recordSize) return std::nullopt;

@@ -167,9 +167,7 @@ auto findRow(const Rows& rows, const Key& key, Projection projection) noexcept {
 
 std::span<const Section> allSections() noexcept { return sections; }
 
-const Section* findSection(std::int32_t id) noexcept {
-  return findRow(sections, id, &Section::id);
-}
+const Section* findSection(std::int32_t id) noexcept { return findRow(sections, id, &Section::id); }
 
 const Section* findSection(std::string_view name) noexcept {
   return findRow(sections, name, &Section::name);

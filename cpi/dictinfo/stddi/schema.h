@@ -88,17 +88,17 @@ struct Column {
   std::int32_t id;
   std::string_view name;
   ColumnKind kind;
-  std::uint16_t offset = 0;                // of the field in the record
+  std::uint16_t offset = 0;              // of the field in the record
   ELogicalType valueType = LTUndefined;  // of a Value column
 };
 
 struct Section {
   std::int32_t id;
-  std::string_view name;      // as the stream's text form writes it
+  std::string_view name;       // as the stream's text form writes it
   std::string_view tableName;  // as the dump prints it
   TableSlot slot;
   std::uint32_t recordSize;
-  bool hasText;  // the table has a text column
+  bool hasText;                     // the table has a text column
   std::span<const Column> columns;  // in ascending order of id
 };
 

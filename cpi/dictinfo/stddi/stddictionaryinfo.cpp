@@ -3,6 +3,7 @@
 #include <limits>
 #include <stdexcept>
 
+#include "cpi/dictinfo/stddi/load/recordrules.h"
 #include "cpi/dictinfo/stddi/load/stddictionaryhandler.h"
 #include "cpi/dictinfo/stddi/schema.h"
 
@@ -91,11 +92,13 @@ void StdDictionaryInfo::data(const PWFData& value, WorkerInfoPtr worker) {
 }
 
 void StdDictionaryInfo::MapTableProperty(DictTableRefBase table, StringTableRef strings) {
+  const bool hasStrings = strings.strings != nullptr;
   KelOperation operation(nullptr, "StdDictionaryInfo::MapTableProperty",
-                         strings.strings->tableMemberName, strings.strings->memberName);
+                         hasStrings ? strings.strings->tableMemberName : KelStringBase(),
+                         hasStrings ? strings.strings->memberName : KelStringBase());
   DictionaryInfo::MapTableProperty(table, strings);
-  if (strings.strings->tableMemberName.view() != textView(CPI_VLS_TABMBR) ||
-      strings.strings->memberName.view() != textView(CPI_StringMember)) {
+  if (hasStrings && (strings.strings->tableMemberName.view() != textView(CPI_VLS_TABMBR) ||
+                     strings.strings->memberName.view() != textView(CPI_StringMember))) {
     return;
   }
   forEachReference([&](auto& reference) {
@@ -104,6 +107,20 @@ void StdDictionaryInfo::MapTableProperty(DictTableRefBase table, StringTableRef 
       reference.mapStrings(strings.strings);
     }
   });
+}
+
+const RecordRules* StdDictionaryInfo::recordRules(int slot) const {
+  const int first = static_cast<int>(tables().size()) - kTableCount;
+  return slot < first ? DictionaryInfo::recordRules(slot)
+                      : &recordRulesOf(static_cast<TableSlot>(slot - first));
+}
+
+void StdDictionaryInfo::postProcessDictionary() {
+  KelOperation operation(nullptr, "StdDictionaryInfo::postProcessDictionary");
+  DictionaryInfo::postProcessDictionary();
+  if (loadHandler_ != nullptr) loadHandler_->finish();
+  loadHandler_.reset();
+  freeze();
 }
 
 void StdDictionaryInfo::freeze() noexcept {

@@ -11,9 +11,10 @@
 // Thread rule: loaded by one thread; once the load has ended every `const` operation is safe to
 // call from any number of threads at once. A dictionary whose load failed answers one thread.
 //
-// Queries throw nothing for what they are asked: they return -1 or a result code (records.h), and write their out-parameters
-// only on success unless told otherwise. Records and texts that they hand out point into the
-// dictionary, stay valid until it is destroyed and must not be freed or written to.
+// Queries throw nothing for what they are asked: they return -1 or a result code (records.h), and
+// write their out-parameters only on success unless told otherwise. Records and texts that they
+// hand out point into the dictionary, stay valid until it is destroyed and must not be freed or
+// written to.
 #ifndef CPI_DICTINFO_STDDI_STDDICTIONARYINFO_H
 #define CPI_DICTINFO_STDDI_STDDICTIONARYINFO_H
 
@@ -88,6 +89,8 @@ class CPI_API StdDictionaryInfo : public DictionaryInfo {
 
   // Whether a load is in progress.
   bool isLoading() const noexcept;
+  // Ends a load in progress, and makes the tables ready for readers in any number of threads.
+  void postProcessDictionary() override;
 
   // --- Ids to rows ---------------------------------------------------------------------------
   // The row, or -1. Rows are expected in ascending order of id.
@@ -234,6 +237,7 @@ class CPI_API StdDictionaryInfo : public DictionaryInfo {
 
  protected:
   void MapTableProperty(DictTableRefBase table, StringTableRef strings) override;
+  const RecordRules* recordRules(int slot) const override;
 
  private:
   friend class StdDictionaryHandler;

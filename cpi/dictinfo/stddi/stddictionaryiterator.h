@@ -55,12 +55,12 @@ enum ESearchType : std::int32_t {
 };
 
 // Sentinels of the index fields of a position, below the usual none (-1).
-inline constexpr std::int32_t kMarkerMember = -2;   // memberIndex: an undefined element placed
-                                                    // beside the member directly under it
-inline constexpr std::int32_t kContextMember = -3;  // memberIndex: a context root set from a tag
-inline constexpr std::int32_t kSelfDefinedTag = -2;  // tagIndex: the dictionary knows no tag
-inline constexpr std::int32_t kUnsetTag = -3;        // tagIndex: not set
-inline constexpr std::int32_t kUnsetType = -2;       // typeIndex: not set
+inline constexpr std::int32_t kMarkerMember = -2;     // memberIndex: an undefined element placed
+                                                      // beside the member directly under it
+inline constexpr std::int32_t kContextMember = -3;    // memberIndex: a context root set from a tag
+inline constexpr std::int32_t kSelfDefinedTag = -2;   // tagIndex: the dictionary knows no tag
+inline constexpr std::int32_t kUnsetTag = -3;         // tagIndex: not set
+inline constexpr std::int32_t kUnsetType = -2;        // typeIndex: not set
 inline constexpr std::int32_t kPathInfoUnknown = -2;  // pathBasedInfoIndex: not looked up
 inline constexpr std::int32_t kUnmatchedRepeat = -1;  // repeatIndex: a search start
 inline constexpr std::int32_t kRestartedRepeat = -2;  // repeatIndex: a level started over, with
@@ -70,8 +70,8 @@ inline constexpr std::int32_t kRestartedRepeat = -2;  // repeatIndex: a level st
 class CPI_API DictionaryPosition {
  public:
   DictionaryPosition(StdDictionaryInfo const* dictionary, std::int32_t memberIndex,
-                     std::int32_t tagIndex, std::int32_t typeIndex,
-                     std::int32_t pathBasedInfoIndex, std::int32_t repeatIndex, ENodeType nodeType)
+                     std::int32_t tagIndex, std::int32_t typeIndex, std::int32_t pathBasedInfoIndex,
+                     std::int32_t repeatIndex, ENodeType nodeType)
       : dictionary(dictionary),
         memberIndex(memberIndex),
         tagIndex(tagIndex),
@@ -183,18 +183,18 @@ class CPI_API StdDictionaryIterator : public KelOwnedLogSource {
   std::int32_t getTagId() const;
   // The member's id; -1 for an element without tag or definition, 0 for another non-member.
   std::int32_t getMemberId() const;
-  std::int32_t getTypeId() const;                // 0 when there is none
-  const unsigned short* getTagName() const;      // null when there is none
-  KelStringBase getNamespaceURI() const;         // empty when there is none
-  SMD_TAG_DEFINITION const* getTagDef() const;   // null when there is none
+  std::int32_t getTypeId() const;                                // 0 when there is none
+  const unsigned short* getTagName() const;                      // null when there is none
+  KelStringBase getNamespaceURI() const;                         // empty when there is none
+  SMD_TAG_DEFINITION const* getTagDef() const;                   // null when there is none
   SMD_STRUCTURE_ELEMENT_DEFINITION const* getMemberDef() const;  // null when there is none
   SMD_TYPE_DEFINITION const* getTypeDef() const;                 // null when there is none
   SMD_VALUE_SET_DEFINITION const* getValues() const;             // always null
   ENodeType getNodeType();
   // Always -1: no override row is chosen for a position. Written into the current entry.
   std::int32_t getPathBasedInfoIndex() const;
-  std::int32_t getMinOccurs() const;  // 0 for a non-member
-  std::int32_t getMaxOccurs() const;  // 2147483647 when unbounded
+  std::int32_t getMinOccurs() const;                    // 0 for a non-member
+  std::int32_t getMaxOccurs() const;                    // 2147483647 when unbounded
   SMD_VALUE_DEFINITION const* getDefaultValue() const;  // null when there is none
 
   // --- The parent, paths and names -----------------------------------------------------------
@@ -270,8 +270,8 @@ class CPI_API StdDictionaryIterator : public KelOwnedLogSource {
   void clearContext();
 
   bool canHaveChildren() const;
-  std::int32_t getParentStackIndex() const;           // -1: none
-  std::int32_t getParentTagIndex() const;             // -3: none; throws without dictionary
+  std::int32_t getParentStackIndex() const;  // -1: none
+  std::int32_t getParentTagIndex() const;    // -3: none; throws without dictionary
   std::int32_t getParentTagId() const;
   KelStringBase getTraceName(SearchDef search) const;
   KelStringBase getTraceParentTypeName() const;
@@ -293,8 +293,8 @@ class CPI_API StdDictionaryIterator : public KelOwnedLogSource {
   bool moveToBestPosition(SearchDef search, bool replaceCurrent, bool moveFwd);
 
   StdDictionaryInfo const* dictionaryInfo = nullptr;
-  std::vector<DictionaryPosition> positionStack;       // root first, current entry last
-  bool positionStackSaved = false;                     // savedPositionStack is valid
+  std::vector<DictionaryPosition> positionStack;  // root first, current entry last
+  bool positionStackSaved = false;                // savedPositionStack is valid
   std::vector<DictionaryPosition> savedPositionStack;
 
  private:
@@ -316,7 +316,7 @@ class CPI_API StdDictionaryIterator : public KelOwnedLogSource {
   bool placeFirstChild(SearchDef& search, const SMD_TYPE_DEFINITION* type);
   bool pushProbe(const SearchDef& search, const SMD_TYPE_DEFINITION* type);
   void checkNamedMessage(const SearchDef& search) const;
-  bool settleCurrentEntry(const SMD_TYPE_DEFINITION& parent);
+  bool settleCurrentEntry();
   bool placeSibling(SearchDef& search, bool isFirstChildMarker);
   bool pushSibling(const SearchDef& search, bool isFirstChildMarker);
   bool moveWithoutModel(SearchDef& search, bool allowUndefined);

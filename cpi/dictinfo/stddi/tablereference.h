@@ -23,7 +23,7 @@ struct RecordText {
   static constexpr bool exists = false;
   static const unsigned short** field(Record&) noexcept { return nullptr; }
 };
-template <class Record, const unsigned short* Record::* Member>
+template <class Record, const unsigned short* Record::*Member>
 struct MemberText {
   static constexpr bool exists = true;
   static const unsigned short** field(Record& row) noexcept { return &(row.*Member); }

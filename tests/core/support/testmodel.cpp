@@ -16,7 +16,8 @@ class ModelParser {
 
   Node member() {
     Node node;
-    while (at_ < text_.size() && std::string_view(" (){},").find(peek()) == std::string_view::npos) {
+    while (at_ < text_.size() &&
+           std::string_view(" (){},").find(peek()) == std::string_view::npos) {
       node.name += text_[at_++];
     }
     if (peek() == '(') body(node);
@@ -113,7 +114,8 @@ class ModelDraft {
       drafts.push_back({&member, row, tag, type});
     }
     if (!drafts.empty()) {
-      types_[static_cast<std::size_t>(row)].firstMember = static_cast<std::int32_t>(members_.size());
+      types_[static_cast<std::size_t>(row)].firstMember =
+          static_cast<std::int32_t>(members_.size());
     }
     members_.insert(members_.end(), drafts.begin(), drafts.end());
     return row;
@@ -132,7 +134,8 @@ class ModelDraft {
     std::vector<std::pair<std::string, TagDraft>> rows(tags_.size());
     for (const auto& [name, tag] : tags_) rows[static_cast<std::size_t>(tag.row)] = {name, tag};
     out << "2{ ";
-    column(out, 201, rows, [](const auto& row) { return "#" + std::to_string(row.second.row + 1); });
+    column(out, 201, rows,
+           [](const auto& row) { return "#" + std::to_string(row.second.row + 1); });
     column(out, 202, rows, [](const auto& row) { return row.first; });
     column(out, 204, rows, [](const auto& row) { return std::string(1, row.second.tagClass); });
     column(out, 211, rows,
@@ -168,8 +171,9 @@ class ModelDraft {
     field(402, [](const MemberDraft& member) { return member.tagIndex + 1; });
     column(out, 404, members_, [](const MemberDraft& member) {
       const char tagClass = member.node->tagClass;
-      return std::string(tagClass != 0 ? std::string(1, tagClass)
-                                       : member.node->composition == 0 ? "F" : "S");
+      return std::string(tagClass != 0                   ? std::string(1, tagClass)
+                         : member.node->composition == 0 ? "F"
+                                                         : "S");
     });
     field(407, [](const MemberDraft& member) { return member.node->min; });
     field(411, [](const MemberDraft& member) { return member.node->max; });
@@ -219,9 +223,8 @@ bool step(OpenIterator& iterator, std::string name, bool isFirst, bool allowUnde
                    : iterator.moveToNextSiblingTagId(tagId, allowUndefined, true);
   }
   const KelStringBase none;
-  return isFirst
-             ? iterator.moveToFirstChildTagName(units.getText(), none, allowUndefined, true)
-             : iterator.moveToNextSiblingTagName(units.getText(), none, allowUndefined, true);
+  return isFirst ? iterator.moveToFirstChildTagName(units.getText(), none, allowUndefined, true)
+                 : iterator.moveToNextSiblingTagName(units.getText(), none, allowUndefined, true);
 }
 
 }  // namespace

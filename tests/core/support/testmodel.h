@@ -36,7 +36,6 @@ std::unique_ptr<StdDictionaryInfo> buildModel(const Node& root,
 // An iterator whose protected side is open to tests.
 class OpenIterator : public StdDictionaryIterator {
  public:
-  using StdDictionaryIterator::StdDictionaryIterator;
   using StdDictionaryIterator::getCommonParentWithSavedStackIndex;
   using StdDictionaryIterator::moveToBestPosition;
   using StdDictionaryIterator::moveToNewPosition;
@@ -45,6 +44,7 @@ class OpenIterator : public StdDictionaryIterator {
   using StdDictionaryIterator::positionStackSaved;
   using StdDictionaryIterator::restorePositionStackFromSaved;
   using StdDictionaryIterator::savedPositionStack;
+  using StdDictionaryIterator::StdDictionaryIterator;
 };
 
 // The stack: entries joined by '/': a member by its name, a group as "()", a tag-defined element as

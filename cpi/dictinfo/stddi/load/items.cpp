@@ -49,8 +49,8 @@ void StdDictionaryHandler::refuse(const ItemPlace& place, const std::string& wha
   std::string message = describe("section", section_, current_ == nullptr ? "" : current_->name);
   message += ", " + describe("column", place.column, columnName(current_, place.column));
   message += ", row " + std::to_string(place.row) + ": " + what;
-  throwConfigurationError({kHandlerSource, __LINE__, operation_},
-                          CP_DICTIONARY_ERROR, message.c_str());
+  throwConfigurationError({kHandlerSource, kRefusedItemLine, operation_}, CP_DICTIONARY_ERROR,
+                          message.c_str());
 }
 
 void StdDictionaryHandler::refuse(const std::string& what) const { refuse(openPlace(), what); }
@@ -63,8 +63,8 @@ DictTable& StdDictionaryHandler::table(TableSlot slot) const noexcept {
 unsigned char* StdDictionaryHandler::recordAt(const ItemPlace& place) const {
   const DictTable& target = table(place.slot);
   if (place.row < 0 || place.row >= target.rowCount) {
-    std::string what = "the row is outside the table, which has " +
-                       std::to_string(target.rowCount) + " rows";
+    std::string what =
+        "the row is outside the table, which has " + std::to_string(target.rowCount) + " rows";
     if (target.rowCount == 0) what += "; the items that size the table must come first";
     refuse(place, what);
   }
@@ -156,8 +156,7 @@ void StdDictionaryHandler::storeFlag(const Column& column, const PWFData& value,
   unsigned char* const record = recordAt(row_);
   const std::int32_t flag = integer(value);
   if (flag != 0 && flag != 1) {
-    throwConfigurationError(site, CP_DICTIONARY_ERROR, "Invalid value for null permitted.",
-                            {flag});
+    throwConfigurationError(site, CP_DICTIONARY_ERROR, "Invalid value for null permitted.", {flag});
   }
   *reinterpret_cast<bool*>(record + column.offset) = flag != 0;
 }
@@ -168,7 +167,7 @@ void StdDictionaryHandler::copyFixedText(unsigned short* field, std::u16string_v
     refuse(place, "the text has " + std::to_string(text.size()) + " units; at most " +
                       std::to_string(kFixedTextUnits - 1) + " fit");
   }
-  std::memcpy(field, text.data(), text.size() * sizeof *field);
+  if (!text.empty()) std::memcpy(field, text.data(), text.size() * sizeof *field);
   std::fill(field + text.size(), field + kFixedTextUnits, static_cast<unsigned short>(0));
 }
 
@@ -209,8 +208,8 @@ void StdDictionaryHandler::storeValue(SMD_VALUE_DEFINITION& record, const Column
     case LTBoolean: stored.Boolean = integer(value) != 0; break;
     case LTDateTime:
       guarded([&] {
-        stored.DateTime = dictionaryConverter().StrToDateTime(
-            text(value), CPI_STD_DATETIME_FORMAT, kDataTextLength);
+        stored.DateTime = dictionaryConverter().StrToDateTime(text(value), CPI_STD_DATETIME_FORMAT,
+                                                              kDataTextLength);
       });
       break;
     default:
@@ -232,8 +231,8 @@ StringTable& StdDictionaryHandler::openProperty(std::int32_t type) {
     }
     claim(target.rowCount * static_cast<std::int64_t>(sizeof(std::uint32_t)));
     guarded([&] {
-      target.CreateProperty(propertyTableMemberName_.getText(), propertyMemberName_.getText(),
-                            type, 0);
+      target.CreateProperty(propertyTableMemberName_.getText(), propertyMemberName_.getText(), type,
+                            0);
     });
   }
   StringTable* const found = target.properties.FindTable(propertyTableMemberName_.getText(),

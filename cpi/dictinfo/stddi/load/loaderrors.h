@@ -16,6 +16,7 @@ inline constexpr std::int32_t kCompatibilityLevelLine = 386;
 inline constexpr std::int32_t kTagClassLine = 475;
 inline constexpr std::int32_t kNullPermittedLine = 494;
 inline constexpr std::int32_t kMemberClassLine = 564;
+inline constexpr std::int32_t kRefusedItemLine = 600;  // bounds that the handler keeps itself
 
 inline constexpr const char* kNoIdentificationText = "Identification section not present";
 inline constexpr const char* kReExtractText =

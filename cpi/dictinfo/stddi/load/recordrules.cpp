@@ -133,7 +133,8 @@ Expectation classExpectation(std::int32_t code) {
 }
 
 Expectation levelExpectation(const Column& column, std::int32_t level) {
-  static_assert(STD_MINIMUM_FORMAT_DICTIONARY_LEVEL == 2 && STD_CURRENT_FORMAT_DICTIONARY_LEVEL == 8);
+  static_assert(STD_MINIMUM_FORMAT_DICTIONARY_LEVEL == 2 &&
+                STD_CURRENT_FORMAT_DICTIONARY_LEVEL == 8);
   if (column.id == kFormatLevelColumn) {
     return {level >= STD_MINIMUM_FORMAT_DICTIONARY_LEVEL, "a level of 2 or more"};
   }
@@ -177,8 +178,7 @@ bool isChecked(const Column& column) {
     case ColumnKind::ClassCode:
     case ColumnKind::Flag:
     case ColumnKind::FixedText: return true;
-    default:
-      return column.id == kFormatLevelColumn || column.id == kCompatibilityLevelColumn;
+    default: return column.id == kFormatLevelColumn || column.id == kCompatibilityLevelColumn;
   }
 }
 

@@ -95,8 +95,7 @@ class StdDictionaryHandler {
   void storeItem(const Column& column, const PWFData& value);
   void storeClass(const Column& column, const PWFData& value, const ErrorSite& site);
   void storeFlag(const Column& column, const PWFData& value, const ErrorSite& site);
-  void copyFixedText(unsigned short* field, std::u16string_view text,
-                     const ItemPlace& place) const;
+  void copyFixedText(unsigned short* field, std::u16string_view text, const ItemPlace& place) const;
   void storeFixedText(unsigned char* field, const PWFData& value);
   void storeText(std::int32_t row, const PWFData& value);
   void storeCollected(TableSlot slot, std::int32_t column, std::size_t row,
@@ -123,12 +122,12 @@ class StdDictionaryHandler {
   std::int32_t field_ = kNoColumn;         // column of the open field item
   std::int32_t row_ = kNone;               // row of the open field item
   bool identificationSeen_ = false;
-  bool isFiltering_ = false;           // an old-style header is being skipped
+  bool isFiltering_ = false;  // an old-style header is being skipped
   bool isFinished_ = false;
-  const char* operation_ = "";          // the event in progress
-  std::int64_t claimedBytes_ = 0;      // of all tables and properties so far
-  std::int32_t valueRow_ = 0;          // next Values row
-  const Section* current_ = nullptr;   // of section_
+  const char* operation_ = "";        // the event in progress
+  std::int64_t claimedBytes_ = 0;     // of all tables and properties so far
+  std::int32_t valueRow_ = 0;         // next Values row
+  const Section* current_ = nullptr;  // of section_
   KelStringBase propertyTableMemberName_;
   KelStringBase propertyMemberName_;
   std::vector<std::int32_t> tagIds_;

@@ -132,8 +132,8 @@ std::int32_t StdDictionaryIterator::getTagId() const {
   if (const SMD_TAG_DEFINITION* const tag = getTagDef(); tag != nullptr) {
     return operation.returns(tag->Id);
   }
-  return operation.returns(!positionStack.empty() && positionStack.back().tagIndex == kNone ? 0
-                                                                                            : kNone);
+  return operation.returns(
+      !positionStack.empty() && positionStack.back().tagIndex == kNone ? 0 : kNone);
 }
 
 std::int32_t StdDictionaryIterator::getMemberId() const {
@@ -174,8 +174,8 @@ SMD_TAG_DEFINITION const* StdDictionaryIterator::getTagDef() const {
 SMD_STRUCTURE_ELEMENT_DEFINITION const* StdDictionaryIterator::getMemberDef() const {
   KelOperation operation(this, "StdDictionaryIterator::getMemberDef");
   DictionaryPosition const* const at = getCurrentPosition();
-  return operation.returns(
-      at == nullptr ? nullptr : dictionaryInfo->typeMembers().find(at->memberIndex));
+  return operation.returns(at == nullptr ? nullptr
+                                         : dictionaryInfo->typeMembers().find(at->memberIndex));
 }
 
 SMD_TYPE_DEFINITION const* StdDictionaryIterator::getTypeDef() const {

@@ -35,8 +35,8 @@ bool StdDictionaryIterator::moveToFirstChild() {
 bool StdDictionaryIterator::moveToFirstChildTagId(std::int32_t tagId, bool allowUndefined,
                                                   bool enforceRequired) {
   if (dictionaryInfo == nullptr) return moveToFirstChild();  // which refuses it
-  return moveToFirstChild(SearchDef(STTagId, dictionaryInfo->getTagDefIndex(tagId)),
-                          allowUndefined, enforceRequired);
+  return moveToFirstChild(SearchDef(STTagId, dictionaryInfo->getTagDefIndex(tagId)), allowUndefined,
+                          enforceRequired);
 }
 
 bool StdDictionaryIterator::moveToFirstChildTagName(const unsigned short* name,
@@ -48,9 +48,8 @@ bool StdDictionaryIterator::moveToFirstChildTagName(const unsigned short* name,
 
 bool StdDictionaryIterator::moveToFirstChildMemberId(std::int32_t memberId, bool enforceRequired) {
   if (dictionaryInfo == nullptr) return moveToFirstChild();  // which refuses it
-  return moveToFirstChild(
-      SearchDef(STMember, dictionaryInfo->getStructDefIndexFromMbrID(memberId)), true,
-      enforceRequired);
+  return moveToFirstChild(SearchDef(STMember, dictionaryInfo->getStructDefIndexFromMbrID(memberId)),
+                          true, enforceRequired);
 }
 
 bool StdDictionaryIterator::moveToFirstChildSimpleType(ELogicalType logicalType,
@@ -70,10 +69,10 @@ bool StdDictionaryIterator::moveToFirstChild(SearchDef search, bool allowUndefin
   positionStackSaved = false;
   if (getCurrentPosition() == nullptr) {
     throwParserError(nullptr, siteOf(kIteratorSource, kMoveToFirstChild),
-                     CP_DICT_ITERATOR_NOT_INITIALISED,
-                     "null dictionary pointer or no context set");
+                     CP_DICT_ITERATOR_NOT_INITIALISED, "null dictionary pointer or no context set");
   }
-  const SMD_TYPE_DEFINITION* const type = dictionaryInfo->types().find(positionStack.back().typeIndex);
+  const SMD_TYPE_DEFINITION* const type =
+      dictionaryInfo->types().find(positionStack.back().typeIndex);
   if (type != nullptr && type->LogicalType > 0) {
     if (KelLog::isOn(LLDebug)) {
       KelLog::debug(this, kMoveToFirstChild,
@@ -130,9 +129,9 @@ bool StdDictionaryIterator::placeFirstChild(SearchDef& search, const SMD_TYPE_DE
 bool StdDictionaryIterator::pushProbe(const SearchDef& search, const SMD_TYPE_DEFINITION* type) {
   const std::int32_t first = firstMember(*dictionaryInfo, type);
   if (first >= 0) {
-    const bool isOpen = type->Content == CONTENT_OPEN || (search.searchType == STTagId &&
-                                                          type->Content == CONTENT_DEFINED &&
-                                                          search.value >= 0);
+    const bool isOpen =
+        type->Content == CONTENT_OPEN ||
+        (search.searchType == STTagId && type->Content == CONTENT_DEFINED && search.value >= 0);
     positionStack.emplace_back(dictionaryInfo, isOpen ? kNone : first);
     return isOpen;
   }
@@ -166,16 +165,16 @@ bool StdDictionaryIterator::isMessageAllowed(const char* operation) const {
 
 DictionaryPosition StdDictionaryIterator::undefinedChild(const SearchDef& search,
                                                          std::int32_t memberIndex) const {
-  DictionaryPosition child(dictionaryInfo, memberIndex, kSelfDefinedTag, kNone, kPathInfoUnknown,
-                           0, NTUndefined);
+  DictionaryPosition child(dictionaryInfo, memberIndex, kSelfDefinedTag, kNone, kPathInfoUnknown, 0,
+                           NTUndefined);
   if (search.searchType == STTagId) {
     child.tagIndex = search.value;
     const auto* const tag = dictionaryInfo->tags().find(search.value);
     child.typeIndex = tag == nullptr ? kNone : tag->ToTypeIndexField;
   } else if (search.searchType == STSimpleType) {
     child.tagIndex = kNone;
-    child.typeIndex = dictionaryInfo->getTypeDefIndexFromLogicalType(
-        static_cast<LOGICAL_TYPE>(search.value));
+    child.typeIndex =
+        dictionaryInfo->getTypeDefIndexFromLogicalType(static_cast<LOGICAL_TYPE>(search.value));
   }
   return child;
 }

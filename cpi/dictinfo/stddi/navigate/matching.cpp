@@ -50,9 +50,8 @@ bool StdDictionaryIterator::isElementMatched(SearchDef const& search,
                                              bool matchCurrent) const {
   MoveOperation operation(this, "StdDictionaryIterator::isElementMatched", search,
                           position.memberIndex, atStartEntry, matchCurrent);
-  return operation.returns(dictionaryInfo != nullptr && isMatched(*dictionaryInfo, search,
-                                                                  position, atStartEntry,
-                                                                  matchCurrent));
+  return operation.returns(dictionaryInfo != nullptr && isMatched(*dictionaryInfo, search, position,
+                                                                  atStartEntry, matchCurrent));
 }
 
 bool StdDictionaryIterator::isTypeContentMatched(SearchDef const& search) const {
@@ -62,8 +61,7 @@ bool StdDictionaryIterator::isTypeContentMatched(SearchDef const& search) const 
       dictionaryInfo == nullptr ? nullptr : dictionaryInfo->types().find(typeIndex);
   if (type == nullptr) return operation.returns(true);
   const bool isChoice = type->Composition == TYPE_CHOICE || type->Composition == TYPE_MESSAGE;
-  if (isChoice && positionStack.back().repeatIndex >= 0 &&
-      commonParentIndex() == parentIndex()) {
+  if (isChoice && positionStack.back().repeatIndex >= 0 && commonParentIndex() == parentIndex()) {
     return operation.returns(false);  // the one alternative has been taken
   }
   if (type->Content == CONTENT_CLOSED) return operation.returns(false);

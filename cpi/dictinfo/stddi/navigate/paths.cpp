@@ -48,8 +48,8 @@ std::int32_t StdDictionaryIterator::getParentTagIndex() const {
                      CP_DICTIONARY_ERROR, "null dictionary pointer");
   }
   const std::int32_t parent = parentIndex();
-  return operation.returns(
-      parent < 0 ? kNoParentTag : positionStack[static_cast<std::size_t>(parent)].tagIndex);
+  return operation.returns(parent < 0 ? kNoParentTag
+                                      : positionStack[static_cast<std::size_t>(parent)].tagIndex);
 }
 
 std::int32_t StdDictionaryIterator::getParentTagId() const {
@@ -96,9 +96,8 @@ std::int32_t StdDictionaryIterator::getParentTypeIndex() const {
 std::int32_t StdDictionaryIterator::getParentTrcRptInd() const {
   KelOperation operation(this, "StdDictionaryIterator::getParentTrcRptInd");
   const std::int32_t parent = parentIndex();
-  return operation.returns(parent < 0
-                               ? kNoParentRepeat
-                               : positionStack[static_cast<std::size_t>(parent)].repeatIndex);
+  return operation.returns(
+      parent < 0 ? kNoParentRepeat : positionStack[static_cast<std::size_t>(parent)].repeatIndex);
 }
 
 KelStringBase StdDictionaryIterator::getParentTrcName() const {
@@ -156,8 +155,7 @@ std::int32_t StdDictionaryIterator::getMemberPath(std::vector<std::int32_t>& pat
   KelOperation operation(this, "StdDictionaryIterator::getMemberPath");
   path.clear();
   for (std::size_t i = 1; i < positionStack.size() && dictionaryInfo != nullptr; ++i) {
-    const auto* const member =
-        dictionaryInfo->typeMembers().find(positionStack[i].memberIndex);
+    const auto* const member = dictionaryInfo->typeMembers().find(positionStack[i].memberIndex);
     path.push_back(member == nullptr ? 0 : member->Id);
   }
   return operation.returns(static_cast<std::int32_t>(path.size()));

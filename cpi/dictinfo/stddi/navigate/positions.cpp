@@ -64,10 +64,7 @@ SearchDef::SearchDef(ESearchType searchType, std::int32_t value)
 
 SearchDef::SearchDef(ESearchType searchType, const unsigned short* name,
                      const KelStringBase& namespaceURI)
-    : searchType(searchType),
-      name(name),
-      nameLength(textLength(name)),
-      namespaceURI(namespaceURI) {
+    : searchType(searchType), name(name), nameLength(textLength(name)), namespaceURI(namespaceURI) {
   if (nameLength != 0) return;
   throwParserError(nullptr, siteOf(kIteratorHeader, kSearchDef), CP_INTERNAL_ERROR,
                    "Empty tag name when creating a SearchDef object");

@@ -80,9 +80,9 @@ PositionSearch::Step PositionSearch::advance() {
   for (;;) {
     const SMD_TYPE_DEFINITION* const parent = parentType();
     if (parent == nullptr) return Step::Ended;
-    const std::int32_t next = candidate_.memberIndex < 0 ? kNone : nextMember(*parent);
-    const auto* const nextRow = dictionary().typeMembers().find(next);
     const auto* const row = memberOf(candidate_);
+    const std::int32_t next = row == nullptr ? kNone : nextMember(*parent);
+    const auto* const nextRow = dictionary().typeMembers().find(next);
     if (nextRow != nullptr && row != nullptr && nextRow->ParentTypeId == row->ParentTypeId) {
       candidate_ = DictionaryPosition(iterator_.dictionaryInfo, next);
       isFirst_ = false;
@@ -302,13 +302,13 @@ DictionaryPosition PositionSearch::undefinedPosition(std::int32_t memberIndex) c
   } else if (isSearchFor(STSimpleType)) {
     traceItem(&iterator_, operation_, "Matched Selfdefining Value");
     tagIndex = kNone;
-    typeIndex = dictionary().getTypeDefIndexFromLogicalType(
-        static_cast<LOGICAL_TYPE>(search_.value));
+    typeIndex =
+        dictionary().getTypeDefIndexFromLogicalType(static_cast<LOGICAL_TYPE>(search_.value));
   } else {
     traceItem(&iterator_, operation_, "Matched Selfdefining");
   }
-  return {iterator_.dictionaryInfo, memberIndex, tagIndex, typeIndex, kPathInfoUnknown,
-          kUnmatchedRepeat, NTUndefined};
+  return {iterator_.dictionaryInfo, memberIndex,      tagIndex,   typeIndex,
+          kPathInfoUnknown,         kUnmatchedRepeat, NTUndefined};
 }
 
 bool PositionSearch::failBestPosition() {

@@ -116,7 +116,7 @@ class PositionSearch {
   bool isDescended_ = false;  // a group was entered since one was last left
   bool isMatched_ = false;    // by the last test
   bool isRepeat_ = false;     // by the last test: a match repeats the start entry
-  std::int64_t cost_ = 0;  // of the search so far
+  std::int64_t cost_ = 0;     // of the search so far
   RestartedLevels restarted_;
 };
 

@@ -39,19 +39,15 @@ bool StdDictionaryIterator::moveToNextSiblingTagName(const unsigned short* name,
   return moveToSibling(SearchDef(STTagName, name, namespaceURI), true, true, enforceRequired);
 }
 
-bool StdDictionaryIterator::moveToNextSiblingMemberId(std::int32_t memberId,
-                                                      bool enforceRequired) {
+bool StdDictionaryIterator::moveToNextSiblingMemberId(std::int32_t memberId, bool enforceRequired) {
   if (dictionaryInfo == nullptr) return moveToNextSibling();  // which refuses it
-  return moveToSibling(
-      SearchDef(STMember, dictionaryInfo->getStructDefIndexFromMbrID(memberId)), true, true,
-      enforceRequired);
+  return moveToSibling(SearchDef(STMember, dictionaryInfo->getStructDefIndexFromMbrID(memberId)),
+                       true, true, enforceRequired);
 }
 
 bool StdDictionaryIterator::moveToNextSiblingSimpleType(ELogicalType logicalType,
-                                                        bool allowUndefined,
-                                                        bool enforceRequired) {
-  return moveToSibling(SearchDef(STSimpleType, logicalType), true, allowUndefined,
-                       enforceRequired);
+                                                        bool allowUndefined, bool enforceRequired) {
+  return moveToSibling(SearchDef(STSimpleType, logicalType), true, allowUndefined, enforceRequired);
 }
 
 bool StdDictionaryIterator::moveToNextSiblingSelfDef(const unsigned short* name,
@@ -82,7 +78,7 @@ bool StdDictionaryIterator::moveToSibling(SearchDef search, bool moveFwd, bool a
   return operation.returns(guard.run([&] {
     const SMD_TYPE_DEFINITION* const parent = dictionaryInfo->types().find(getParentTypeIndex());
     if (parent == nullptr) return moveWithoutModel(search, allowUndefined);
-    const bool isFirstChildMarker = settleCurrentEntry(*parent);
+    const bool isFirstChildMarker = settleCurrentEntry();
     return searchNewPosition(search, false, true, enforceRequired) ||
            (allowUndefined && placeSibling(search, isFirstChildMarker));
   }));
@@ -102,7 +98,7 @@ void StdDictionaryIterator::checkNamedMessage(const SearchDef& search) const {
 
 // Makes the current entry one that a search can start from. Returns whether the finished element
 // stood alone at its level, as a first child marker.
-bool StdDictionaryIterator::settleCurrentEntry(const SMD_TYPE_DEFINITION& parent) {
+bool StdDictionaryIterator::settleCurrentEntry() {
   const auto isDebug = [] { return KelLog::isOn(LLDebug); };
   while (positionStack.size() > 1 && positionStack.back().memberIndex == kMarkerMember) {
     if (isDebug()) {
@@ -127,7 +123,9 @@ bool StdDictionaryIterator::settleCurrentEntry(const SMD_TYPE_DEFINITION& parent
                     "empty compound type. Setting the index so we know we haven't matched "
                     "anything yet.");
     }
-    current = DictionaryPosition(dictionaryInfo, firstMember(*dictionaryInfo, &parent));
+    // Asked now: below more than one marker stands another parent than below the topmost.
+    const auto* const parent = dictionaryInfo->types().find(getParentTypeIndex());
+    current = DictionaryPosition(dictionaryInfo, firstMember(*dictionaryInfo, parent));
     current.repeatIndex = kRestartedRepeat;
   }
   return true;
@@ -226,9 +224,9 @@ bool StdDictionaryIterator::moveOnFromMember(std::int32_t nextMemberId, bool enf
   try {
     for (;;) {
       DictionaryPosition& current = positionStack.back();
-      const std::int32_t next = current.memberIndex < 0 ? kNone : current.memberIndex + 1;
-      const auto* const nextRow = dictionaryInfo->typeMembers().find(next);
       const auto* const row = dictionaryInfo->typeMembers().find(current.memberIndex);
+      const std::int32_t next = row == nullptr ? kNone : current.memberIndex + 1;
+      const auto* const nextRow = dictionaryInfo->typeMembers().find(next);
       if (nextRow != nullptr && row != nullptr && nextRow->ParentTypeId == row->ParentTypeId) {
         current = DictionaryPosition(dictionaryInfo, next);
         if (searchNewPosition(SearchDef(STAny, kNone), true, true, enforceRequired)) return true;

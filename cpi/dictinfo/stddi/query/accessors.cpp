@@ -49,8 +49,7 @@ std::int32_t StdDictionaryInfo::getStructureDefinitionFromIndex(
     std::int32_t index, std::int32_t& count,
     const SMD_STRUCTURE_ELEMENT_DEFINITION*& record) const {
   KelOperation operation(nullptr, "StdDictionaryInfo::getStructureDefinitionFromIndex", index);
-  const std::int32_t result =
-      findRecord(operation, typeMembers_, index, kIndexAtCountText, record);
+  const std::int32_t result = findRecord(operation, typeMembers_, index, kIndexAtCountText, record);
   if (result == kSuccess) count = runLength(typeMembers_, index, record->ParentTypeId);
   return result;
 }
@@ -157,8 +156,7 @@ PWFData StdDictValueDefs::getData(std::int32_t row) const {
     case LTDateTime: return PWFData(record->Value.DateTime);
     default: break;
   }
-  throwParserError(nullptr, {"stddictionaryinfo", kLine, kOperation},
-                   CP_DICTIONARY_ERROR,
+  throwParserError(nullptr, {"stddictionaryinfo", kLine, kOperation}, CP_DICTIONARY_ERROR,
                    "Tried to get a value from the dictionary with an invalid type");
 }
 

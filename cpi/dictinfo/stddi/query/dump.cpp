@@ -83,7 +83,8 @@ void dumpIdentification(const Report& out, const StdDictionaryInfo& dictionary) 
   out.print("\n%-20d %-20d\n", kFormatNameColumn, kFormatIdColumn);
   out.print("%-20s %-20s\n", kLine, kLine);
   for (std::int32_t i = 0; i < formats.rowCount(); ++i) {
-    out.print("%s %s\n", padded(formats.row(i).FormatName, 20), padded(formats.row(i).FormatId, 20));
+    out.print("%s %s\n", padded(formats.row(i).FormatName, 20),
+              padded(formats.row(i).FormatId, 20));
   }
 }
 
@@ -99,11 +100,13 @@ void dumpProject(const Report& out, const StdDictionaryInfo& dictionary) {
 
 void dumpTags(const Report& out, const StdDictionaryInfo& dictionary) {
   out.head(kTagsSection, "\n%d  Tags\n", "-------");
-  out.print("Index %3d    %3d                             %3d      %3d %3d %3d %3d %3d %3d %3d %3d "
-            "%3d\n",
-            201, 202, 203, 204, 205, 206, 207, 208, 209, 210, 211, 212);
-  out.print("----- ---    ---                             ---      --- --- --- --- --- --- --- --- "
-            "---\n");
+  out.print(
+      "Index %3d    %3d                             %3d      %3d %3d %3d %3d %3d %3d %3d %3d "
+      "%3d\n",
+      201, 202, 203, 204, 205, 206, 207, 208, 209, 210, 211, 212);
+  out.print(
+      "----- ---    ---                             ---      --- --- --- --- --- --- --- --- "
+      "---\n");
   for (std::int32_t i = 0; i < dictionary.tags().rowCount(); ++i) {
     const SMD_TAG_DEFINITION& row = dictionary.tags().row(i);
     out.print("%-5d %-6d %s  %-6d   %-3c %-3d %-3d %-3d %-3d %-3d %-3d %-3d %-3d\n", i, row.Id,
@@ -115,11 +118,13 @@ void dumpTags(const Report& out, const StdDictionaryInfo& dictionary) {
 
 void dumpTypeMembers(const Report& out, const StdDictionaryInfo& dictionary) {
   out.head(kTypeMembersSection, "\n%d Type Members\n", "--------------");
-  out.print("Index %3d     %3d      %3d      %3d  %3d                             %3d  %3d  %3d  "
-            "%3d   %3d    %3d  %3d\n",
-            401, 402, 403, 404, 405, 406, 407, 411, 409, 410, 412, 413);
-  out.print("----- ---     ---      ---      ---  ---                             ---  ---  ---  "
-            "---   ---    ---  ---\n");
+  out.print(
+      "Index %3d     %3d      %3d      %3d  %3d                             %3d  %3d  %3d  "
+      "%3d   %3d    %3d  %3d\n",
+      401, 402, 403, 404, 405, 406, 407, 411, 409, 410, 412, 413);
+  out.print(
+      "----- ---     ---      ---      ---  ---                             ---  ---  ---  "
+      "---   ---    ---  ---\n");
   for (std::int32_t i = 0; i < dictionary.typeMembers().rowCount(); ++i) {
     const SMD_STRUCTURE_ELEMENT_DEFINITION& row = dictionary.typeMembers().row(i);
     out.print("%-5d %-6d  %-6d   %-6d   %c    %s  %-3d  %-3d  %-3d  %-5d %-6d %-3d  %-3d\n", i,

@@ -53,7 +53,8 @@ std::int32_t StdDictionaryInfo::getTagDefIndexUsingParentTypeDefIndex(std::int32
   const SMD_TYPE_DEFINITION* const type = types_.find(typeIndex);
   std::int32_t row = type == nullptr ? kNone : type->ToTypeMbrIndex;
   if (const auto* const first = typeMembers_.find(row); first != nullptr) {
-    for (const auto* member = first; member != nullptr && member->ParentTypeId == first->ParentTypeId;
+    for (const auto* member = first;
+         member != nullptr && member->ParentTypeId == first->ParentTypeId;
          member = typeMembers_.find(++row)) {
       if (member->ChildTagId == tagId) return operation.returns(member->toTagIndex);
     }

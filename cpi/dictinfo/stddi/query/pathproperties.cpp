@@ -71,21 +71,17 @@ std::int32_t StdDictionaryInfo::getNullPermitted(std::int32_t tagIndex,
       [](const SMD_TAG_DEFINITION& tag) { return tag.NullPermitted; });
 }
 
-std::int32_t StdDictionaryInfo::getMaxLength(std::int32_t tagIndex,
-                                             std::int32_t pathBasedInfoIndex,
+std::int32_t StdDictionaryInfo::getMaxLength(std::int32_t tagIndex, std::int32_t pathBasedInfoIndex,
                                              std::int32_t& maxLength) const {
-  KelOperation operation(nullptr, "StdDictionaryInfo::getMaxLength", tagIndex,
-                         pathBasedInfoIndex);
+  KelOperation operation(nullptr, "StdDictionaryInfo::getMaxLength", tagIndex, pathBasedInfoIndex);
   const auto property = [](const auto& row) { return row.MaxLength; };
   return readProperty(operation, *this, tagIndex, pathBasedInfoIndex, maxLength, property,
                       property);
 }
 
-std::int32_t StdDictionaryInfo::getMinLength(std::int32_t tagIndex,
-                                             std::int32_t pathBasedInfoIndex,
+std::int32_t StdDictionaryInfo::getMinLength(std::int32_t tagIndex, std::int32_t pathBasedInfoIndex,
                                              std::int32_t& minLength) const {
-  KelOperation operation(nullptr, "StdDictionaryInfo::getMinLength", tagIndex,
-                         pathBasedInfoIndex);
+  KelOperation operation(nullptr, "StdDictionaryInfo::getMinLength", tagIndex, pathBasedInfoIndex);
   const auto property = [](const auto& row) { return row.MinLength; };
   return readProperty(operation, *this, tagIndex, pathBasedInfoIndex, minLength, property,
                       property);

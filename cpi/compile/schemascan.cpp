@@ -1,0 +1,293 @@
+#include "cpi/compile/schemascan.h"
+
+#include <algorithm>
+#include <iterator>
+#include <memory>
+#include <xercesc/framework/MemBufInputSource.hpp>
+#include <xercesc/sax/Locator.hpp>
+#include <xercesc/sax/SAXParseException.hpp>
+#include <xercesc/sax2/Attributes.hpp>
+#include <xercesc/sax2/DefaultHandler.hpp>
+#include <xercesc/sax2/SAX2XMLReader.hpp>
+#include <xercesc/sax2/XMLReaderFactory.hpp>
+#include <xercesc/util/OutOfMemoryException.hpp>
+#include <xercesc/util/SecurityManager.hpp>
+#include <xercesc/util/XMLUni.hpp>
+
+#include "cpi/compile/xmltext.h"
+#include "cpi/extract/modelconventions.h"
+
+namespace cpi {
+
+namespace {
+
+using View = std::u16string_view;
+
+// Deeper documents are refused: the schema processor recurses over their elements.
+constexpr std::size_t kDepthLimit = 200;
+constexpr XMLSize_t kEntityLimit = 1000;
+
+enum Construct : std::size_t {
+  kAttributes,
+  kIdentity,
+  kPatterns,
+  kRanges,
+  kDigits,
+  kWhiteSpace,
+  kUnions,
+  kLists,
+  kFixed,
+  kBlock,
+  kAbstract,
+  kNotations,
+};
+
+struct ConstructRow {
+  View element;
+  Construct construct;
+};
+
+// Constructs that are recognised by their element.
+constexpr ConstructRow kConstructElements[] = {
+    {u"attribute", kAttributes},
+    {u"anyAttribute", kAttributes},
+    {u"key", kIdentity},
+    {u"keyref", kIdentity},
+    {u"unique", kIdentity},
+    {u"pattern", kPatterns},
+    {u"minInclusive", kRanges},
+    {u"maxInclusive", kRanges},
+    {u"minExclusive", kRanges},
+    {u"maxExclusive", kRanges},
+    {u"totalDigits", kDigits},
+    {u"fractionDigits", kDigits},
+    {u"whiteSpace", kWhiteSpace},
+    {u"union", kUnions},
+    {u"list", kLists},
+    {u"notation", kNotations},
+};
+
+struct KindRow {
+  View element;
+  ComponentKind kind;
+};
+constexpr KindRow kGlobalKinds[] = {
+    {u"element", ComponentKind::Element},
+    {u"complexType", ComponentKind::Type},
+    {u"simpleType", ComponentKind::Type},
+    {u"group", ComponentKind::Group},
+    {u"attributeGroup", ComponentKind::AttributeGroup},
+    {u"attribute", ComponentKind::Attribute},
+};
+
+template <class Row, std::size_t N>
+const Row* findRow(const Row (&rows)[N], View element) {
+  const Row* const found = std::ranges::find(rows, element, &Row::element);
+  return found == std::end(rows) ? nullptr : found;
+}
+
+View localPart(View qualifiedName) {
+  const std::size_t colon = qualifiedName.find(u':');
+  return colon == View::npos ? qualifiedName : qualifiedName.substr(colon + 1);
+}
+
+class ScanHandler : public xercesc::DefaultHandler {
+ public:
+  SchemaScan scan;
+  std::optional<ScanError> fatal;
+
+  void setDocumentLocator(const xercesc::Locator* locator) override { locator_ = locator; }
+
+  void startElement(const XMLCh* uri, const XMLCh* name, const XMLCh*,
+                    const xercesc::Attributes& attributes) override {
+    if (++depth_ > kDepthLimit) fail("elements are nested more than 200 deep");
+    if (viewOf(uri) != kSchemaNamespace) return;
+    attributes_ = &attributes;
+    const View element = viewOf(name);
+    if (depth_ == 1) scan.targetNamespace = value(u"targetNamespace").value_or(View());
+    noteReference(element);
+    noteComponent(element);
+    noteConstructs(element);
+  }
+  void endElement(const XMLCh*, const XMLCh*, const XMLCh*) override { --depth_; }
+
+  // The parser stops by itself; an exception from here would make it leak.
+  void fatalError(const xercesc::SAXParseException& error) override {
+    if (fatal) return;
+    fatal = ScanError{toUtf8(viewOf(error.getMessage())),
+                      {static_cast<std::int32_t>(error.getLineNumber()),
+                       static_cast<std::int32_t>(error.getColumnNumber())}};
+  }
+  // External entities are not read; nothing in a schema needs them.
+  xercesc::InputSource* resolveEntity(const XMLCh*, const XMLCh* systemId) override {
+    static constexpr XMLByte kNothing[1] = {' '};
+    return new xercesc::MemBufInputSource(kNothing, 0, systemId);
+  }
+
+ private:
+  SchemaPlace here() const {
+    return {static_cast<std::int32_t>(locator_->getLineNumber()),
+            static_cast<std::int32_t>(locator_->getColumnNumber())};
+  }
+  [[noreturn]] void fail(std::string text) const { throw ScanError{std::move(text), here()}; }
+
+  std::optional<View> value(const char16_t* name) const {
+    const XMLCh* const text = attributes_->getValue(xercesc::XMLUni::fgZeroLenString, name);
+    if (text == nullptr) return std::nullopt;
+    return trimmed(viewOf(text));
+  }
+
+  void note(Construct construct) {
+    ConstructCount& entry = scan.constructs[construct];
+    if (entry.count++ == 0) entry.first = here();
+  }
+
+  void noteReference(View element) {
+    const bool isImport = element == u"import";
+    if (!isImport && element != u"include" && element != u"redefine") return;
+    SchemaReference reference{std::nullopt, std::nullopt, isImport, here()};
+    if (const auto location = value(u"schemaLocation")) reference.location = *location;
+    if (const auto imported = value(u"namespace")) reference.importedNamespace = *imported;
+    scan.references.push_back(std::move(reference));
+  }
+
+  // The children of xs:schema and of xs:redefine are global; what stands below belongs to the last.
+  void noteComponent(View element) {
+    const KindRow* const row = findRow(kGlobalKinds, element);
+    if (const auto name = value(u"name"); row != nullptr && name && isGlobal()) {
+      scan.components.push_back({{row->kind, std::u16string(*name)}});
+    }
+    if (element == u"redefine") redefineDepth_ = depth_;
+    if (scan.components.empty()) return;
+    ComponentScan& component = scan.components.back();
+    component.nesting = std::max(component.nesting, depth_ - 1);
+    if (row != nullptr) noteUse(row->kind, u"ref", row->kind == ComponentKind::Group);
+    noteUse(ComponentKind::Type, u"type", false);
+    noteUse(ComponentKind::Type, u"base", true);
+    noteUse(ComponentKind::Type, u"itemType", false);
+    noteUse(ComponentKind::Element, u"substitutionGroup", false);
+    if (element == u"element" || element == u"any" || element == u"group") ++component.particles;
+  }
+
+  bool isGlobal() const { return depth_ == 2 || (depth_ == 3 && redefineDepth_ == 2); }
+
+  void noteUse(ComponentKind kind, const char16_t* attribute, bool isCopied) {
+    const auto name = value(attribute);
+    if (!name) return;
+    const ComponentName used{kind, std::u16string(localPart(*name))};
+    scan.components.back().uses.push_back({used, isCopied});
+  }
+
+  void noteConstructs(View element) {
+    if (const ConstructRow* row = findRow(kConstructElements, element)) {
+      note(row->construct);
+    }
+    if (element == u"element" && value(u"fixed")) note(kFixed);
+    if (value(u"block") || value(u"blockDefault")) note(kBlock);
+    if (const auto abstract = value(u"abstract"); abstract == u"true" || abstract == u"1") {
+      note(kAbstract);
+    }
+    if (element == u"pattern" && patternSize(value(u"value").value_or(View())) > kPatternLimit) {
+      fail("the pattern unfolds to too many steps");
+    }
+  }
+
+  const xercesc::Locator* locator_ = nullptr;
+  const xercesc::Attributes* attributes_ = nullptr;
+  std::size_t depth_ = 0;
+  std::size_t redefineDepth_ = 0;
+};
+
+std::unique_ptr<xercesc::SAX2XMLReader> makeReader(ScanHandler& handler,
+                                                   xercesc::SecurityManager& security) {
+  std::unique_ptr<xercesc::SAX2XMLReader> reader(xercesc::XMLReaderFactory::createXMLReader());
+  reader->setFeature(xercesc::XMLUni::fgSAX2CoreValidation, false);
+  reader->setFeature(xercesc::XMLUni::fgXercesSchema, false);
+  reader->setFeature(xercesc::XMLUni::fgXercesLoadExternalDTD, false);
+  reader->setProperty(xercesc::XMLUni::fgXercesSecurityManager, &security);
+  reader->setContentHandler(&handler);
+  reader->setErrorHandler(&handler);
+  reader->setEntityResolver(&handler);
+  return reader;
+}
+
+// The number that a quantifier at `at` repeats its atom, 1 without one. Moves `at` behind it.
+std::uint64_t repetitions(View pattern, std::size_t& at) {
+  if (at >= pattern.size() || pattern[at] != u'{') return 1;
+  std::uint64_t number = 0;
+  std::uint64_t greatest = 0;
+  for (++at; at < pattern.size() && pattern[at] != u'}'; ++at) {
+    const bool isDigit = pattern[at] >= u'0' && pattern[at] <= u'9';
+    number = isDigit ? std::min(kPatternLimit, number * 10 + (pattern[at] - u'0')) : 0;
+    greatest = std::max(greatest, number);
+  }
+  ++at;
+  return std::max<std::uint64_t>(greatest, 1);
+}
+
+}  // namespace
+
+const std::vector<std::string_view>& constructTexts() {
+  static const std::vector<std::string_view> texts = {
+      "attributes are not represented yet",
+      "identity constraints (key, keyref, unique) are not represented",
+      "pattern facets are not represented",
+      "range facets (minInclusive, maxExclusive, ...) are not represented",
+      "digit facets (totalDigits, fractionDigits) are not represented",
+      "whiteSpace facets are not represented",
+      "union types are kept as text: their member types are not represented",
+      "list types are kept as text: their items and number of items are not represented",
+      "fixed values are kept as defaults: that no other value may stand is not represented",
+      "block is followed in substitution groups only: xsi:type is not restricted by it",
+      "abstract elements are no members of a model; that an abstract element or type may not stand "
+      "in a message by itself is not represented",
+      "notations are kept as text",
+  };
+  return texts;
+}
+
+std::uint64_t patternSize(View pattern) {
+  struct Level {
+    std::uint64_t sum = 0;   // of the finished atoms
+    std::uint64_t last = 0;  // the atom that a quantifier would repeat
+  };
+  std::vector<Level> levels(1);
+  for (std::size_t at = 0; at < pattern.size();) {
+    const char16_t unit = pattern[at++];
+    if (unit == u'\\' && at < pattern.size()) ++at;
+    if (unit == u'(' || unit == u'[') {
+      if (levels.size() > kDepthLimit) return kPatternLimit + 1;
+      levels.emplace_back();
+      continue;
+    }
+    std::uint64_t atom = 1;
+    if ((unit == u')' || unit == u']') && levels.size() > 1) {
+      atom = levels.back().sum + levels.back().last;
+      levels.pop_back();
+    }
+    Level& level = levels.back();
+    level.sum += level.last;
+    level.last = std::min(kPatternLimit + 1, atom * repetitions(pattern, at));
+    if (level.sum + level.last > kPatternLimit) return kPatternLimit + 1;
+  }
+  return levels.back().sum + levels.back().last;
+}
+
+SchemaScan scanSchema(const std::string& bytes, const std::u16string& systemId) {
+  startXmlParser();
+  ScanHandler handler;
+  xercesc::SecurityManager security;
+  security.setEntityExpansionLimit(kEntityLimit);
+  const auto reader = makeReader(handler, security);
+  const xercesc::MemBufInputSource source(reinterpret_cast<const XMLByte*>(bytes.data()),
+                                          bytes.size(), systemId.c_str());
+  try {
+    reader->parse(source);
+  } catch (const xercesc::XMLException& error) {
+    throw ScanError{toUtf8(viewOf(error.getMessage())), {}};
+  }
+  if (handler.fatal) throw *handler.fatal;
+  return std::move(handler.scan);
+}
+
+}  // namespace cpi

@@ -1,0 +1,86 @@
+// One pass over one schema document: what it refers to, what it declares in which order, what it
+// uses that the tables cannot carry, and whether it stays within the limits under which it is safe
+// to give it to the schema processor, which works by recursion and by copying.
+#ifndef CPI_COMPILE_SCHEMASCAN_H
+#define CPI_COMPILE_SCHEMASCAN_H
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace cpi {
+
+// A place in a document; both 1-based.
+struct SchemaPlace {
+  std::int32_t line = 0;
+  std::int32_t column = 0;
+};
+
+// An include, import or redefine.
+struct SchemaReference {
+  std::optional<std::u16string> location;
+  std::optional<std::u16string> importedNamespace;  // of an import
+  bool isImport = false;
+  SchemaPlace place;
+};
+
+// The kinds of global component that refer to one another.
+enum class ComponentKind : std::uint8_t { Element, Type, Group, AttributeGroup, Attribute };
+
+struct ComponentName {
+  ComponentKind kind;
+  std::u16string name;  // without prefix: documents are scanned before namespaces are joined
+
+  friend auto operator<=>(const ComponentName&, const ComponentName&) = default;
+};
+
+struct ComponentUse {
+  ComponentName name;
+  bool isCopied = false;  // the processor copies what is used into the user: groups and base types
+};
+
+// One global component and what it uses, in document order.
+struct ComponentScan {
+  ComponentName name;
+  std::vector<ComponentUse> uses = {};
+  std::size_t particles = 0;  // written inside it, references not expanded
+  std::size_t nesting = 0;    // of its elements
+};
+
+// How often a construct was met and where first.
+struct ConstructCount {
+  std::int32_t count = 0;
+  SchemaPlace first;
+};
+
+struct SchemaScan {
+  std::u16string targetNamespace;
+  std::vector<SchemaReference> references;
+  std::vector<ComponentScan> components;
+  std::map<std::size_t, ConstructCount> constructs;  // by index in constructTexts()
+};
+
+// A fault that keeps a document from being compiled.
+struct ScanError {
+  std::string text;
+  SchemaPlace place;
+};
+
+// What the tables cannot carry: the texts of notices, in the order in which they are reported.
+const std::vector<std::string_view>& constructTexts();
+
+// Scans `bytes`, the document `systemId`. Throws ScanError when it is not well-formed or beyond a
+// limit.
+SchemaScan scanSchema(const std::string& bytes, const std::u16string& systemId);
+
+// The number of elementary steps that a pattern facet unfolds to, its repetitions multiplied out;
+// saturates at kPatternLimit + 1, also for a nesting that is too deep.
+inline constexpr std::uint64_t kPatternLimit = 2'000'000;
+std::uint64_t patternSize(std::u16string_view pattern);
+
+}  // namespace cpi
+
+#endif  // CPI_COMPILE_SCHEMASCAN_H

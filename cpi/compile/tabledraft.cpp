@@ -1,0 +1,121 @@
+#include "cpi/compile/tabledraft.h"
+
+#include <utility>
+
+#include "cpi/extract/modelconventions.h"
+
+namespace cpi {
+
+namespace {
+
+template <class Rows>
+std::int32_t countOf(const Rows& rows) {
+  return static_cast<std::int32_t>(rows.size());
+}
+
+template <class Rows, class Row>
+std::int32_t append(Rows& rows, Row row) {
+  rows.push_back(std::move(row));
+  return countOf(rows) - 1;
+}
+
+}  // namespace
+
+std::int32_t TableDraft::addType(TypeDraft type) { return append(types_, std::move(type)); }
+
+std::int32_t TableDraft::addTag(TagDraft tag) { return append(tags_, std::move(tag)); }
+
+std::int32_t TableDraft::addValue(ValueRow value) {
+  return append(tables_.Values, std::move(value));
+}
+
+std::int32_t TableDraft::addValueSet(const std::vector<ValueRow>& values) {
+  const std::int32_t first = countOf(tables_.ValueSet);
+  for (const ValueRow& value : values) tables_.ValueSet.push_back({addValue(value), 0});
+  tables_.ValueSet.push_back({kNone, 0});
+  return first;
+}
+
+std::int32_t TableDraft::namespaceIndex(std::u16string_view uri) {
+  if (uri.empty()) return kNone;
+  if (const auto row = namespaceRows_.find(uri); row != namespaceRows_.end()) return row->second;
+  const std::int32_t index = append(tables_.Namespaces, NamespaceText{Text(uri)});
+  namespaceRows_.emplace(uri, index);
+  return index;
+}
+
+std::u16string_view TableDraft::namespaceText(std::int32_t index) const {
+  if (index < 0) return {};
+  return *tables_.Namespaces[static_cast<std::size_t>(index)].Space;
+}
+
+std::int32_t TableDraft::typeId(std::int32_t index) const {
+  return index < 0 ? 0 : 1 + countOf(tags_) + index;
+}
+
+DictionaryTables TableDraft::finish(const std::u16string& name) {
+  DictionaryTables tables = std::move(tables_);
+  tables.Identification.emplace().Name = name;
+  tables.Project.emplace().UseNamespaces = tables.Namespaces.empty() ? 0 : 1;
+  layOutTags(tables);
+  layOutTypes(tables);
+  *this = TableDraft();
+  return tables;
+}
+
+void TableDraft::layOutTags(DictionaryTables& tables) const {
+  for (std::int32_t i = 0; i < countOf(tags_); ++i) {
+    const TagDraft& tag = tags_[static_cast<std::size_t>(i)];
+    const bool isSimple = types_[static_cast<std::size_t>(tag.type)].logicalType > 0;
+    tables.Tags.push_back(
+        {.Id = tagId(i),
+         .TextIdentifier = tag.isTypeContext ? typeTagText(typeId(tag.type)) : tag.text,
+         .Class = isSimple ? TCField : TCStructure,
+         .Type = typeId(tag.type),
+         .MinLength = tag.minLength,
+         .MaxLength = tag.maxLength,
+         .NullPermitted = tag.nullPermitted,
+         .ValueSetTableIndex = tag.valueSet,
+         .DVTableIndex = tag.defaultValue,
+         .ToTypeIndexField = tag.type,
+         .namespaceIndex = tag.namespaceIndex});
+  }
+}
+
+void TableDraft::layOutTypes(DictionaryTables& tables) const {
+  for (std::int32_t i = 0; i < countOf(types_); ++i) {
+    const TypeDraft& type = types_[static_cast<std::size_t>(i)];
+    tables.Types.push_back(
+        {.TypeId = typeId(i),
+         .Identifier = type.identifier,
+         .Content = CONTENT_CLOSED,
+         .Composition = type.composition,
+         .BaseTypeId = typeId(type.base),
+         .LogicalType = type.logicalType,
+         .ToTypeMbrIndex = type.members.empty() ? kNone : countOf(tables.TypeMembers),
+         .NamespaceIndex = type.namespaceIndex});
+    layOutMembers(tables, i);
+  }
+}
+
+void TableDraft::layOutMembers(DictionaryTables& tables, std::int32_t typeIndex) const {
+  const std::int32_t firstId = 1 + countOf(tags_) + countOf(types_);
+  std::int32_t number = 0;
+  for (const MemberDraft& member : types_[static_cast<std::size_t>(typeIndex)].members) {
+    const std::int32_t row = countOf(tables.TypeMembers);
+    tables.MemberIdIndex.push_back({firstId + row, row});
+    tables.TypeMembers.push_back({.Id = firstId + row,
+                                  .ParentTypeId = typeId(typeIndex),
+                                  .ChildTagId = member.tag == kNone ? 0 : tagId(member.tag),
+                                  .ChildTypeId = typeId(member.type),
+                                  .ChildClass = member.memberClass,
+                                  .PhysicalName = member.name.empty() ? Text() : member.name,
+                                  .SeqNbr = ++number,
+                                  .MinOccurs = member.minOccurs,
+                                  .MaxOccurs = member.maxOccurs,
+                                  .toTagIndex = member.tag,
+                                  .toTypeIndex = member.type});
+  }
+}
+
+}  // namespace cpi

@@ -1,0 +1,47 @@
+// compileXsd: from XML schemas (XSD 1.0) to the tables of a dictionary.
+//
+//     cpi::XsdReport report;
+//     const cpi::DictionaryTables tables = cpi::compileXsd({"order.xsd"}, {}, report);
+//     cpi::StdDictionaryInfo dictionary(0);
+//     cpi::feed(tables, dictionary);
+//
+// What each construct becomes is told in docs/xsd-mapping.md; what a reader of the tables relies
+// on, in modelconventions.h. Schema documents are read from local files only: a location that is
+// not local must be in the catalog. The same documents give the same tables, byte for byte. Thread
+// rule: may be called from any number of threads at once.
+#ifndef CPI_COMPILE_XSDCOMPILER_H
+#define CPI_COMPILE_XSDCOMPILER_H
+
+#include <string>
+#include <vector>
+
+#include "cpi/compile/notice.h"
+#include "cpi/extract/dictionarytables.h"
+
+namespace cpi {
+
+struct XsdOptions {
+  std::string catalog = {};  // path of an OASIS XML catalog; empty: none
+  std::string name = {};     // of the dictionary, UTF-8; empty: the first file's, without extension
+  // Also checks that no content model is ambiguous and that restrictions are restrictions. Costs
+  // time and memory that grow with the occurrence limits in the schema.
+  bool fullChecking = false;
+};
+
+struct XsdReport {
+  // What the tables do not carry, in a fixed order of kinds, then schema documents that could not
+  // be resolved, in the order met. One notice per kind, with its count.
+  std::vector<Notice> notices;
+};
+
+// Compiles the schemas in `schemaFiles`, with all that they include, import and redefine, into one
+// dictionary. Writes `report` also when it throws. Throws FileError when a file cannot be read or
+// is not a valid schema, naming each error with file, line and column, and when a schema is beyond
+// the limits that keep time and memory in bounds (nesting, size, expansion of groups);
+// std::invalid_argument when `schemaFiles` is empty.
+DictionaryTables compileXsd(const std::vector<std::string>& schemaFiles, const XsdOptions& options,
+                            XsdReport& report);
+
+}  // namespace cpi
+
+#endif  // CPI_COMPILE_XSDCOMPILER_H

@@ -1,0 +1,263 @@
+#include "cpi/walk/modelwalk.h"
+
+#include <algorithm>
+#include <cassert>
+#include <utility>
+
+namespace cpi {
+namespace {
+
+bool isUnordered(const SMD_TYPE_DEFINITION& type) {
+  return type.Composition == TYPE_UNORDERED || type.Composition == TYPE_ALL;
+}
+
+// Rows to count for: none when no type of the dictionary is unordered.
+std::int32_t countedRows(const StdDictionaryInfo& dictionary) {
+  for (std::int32_t row = 0; row < dictionary.types().rowCount(); ++row) {
+    if (isUnordered(dictionary.types().row(row))) return dictionary.typeMembers().rowCount();
+  }
+  return 0;
+}
+
+bool isBeyondLimit(const SMD_STRUCTURE_ELEMENT_DEFINITION& member, std::int32_t repeatIndex) {
+  return member.MaxOccurs >= 0 && repeatIndex >= member.MaxOccurs;
+}
+
+// Whether the type around an element that is no member of it admits it all the same. The moves
+// place such an element in any case, so this has to be asked of the type.
+bool admitsNonMember(const StdDictionaryIterator& at, EWhereDefined where) {
+  const SMD_TYPE_DEFINITION* const type =
+      at.getDictionaryInfo()->types().find(at.getParentTypeIndex());
+  if (type == nullptr) return true;
+  if (type->Content == CONTENT_CLOSED) return false;
+  return type->Content != CONTENT_DEFINED || where == WDTag;
+}
+
+}  // namespace
+
+// An iterator that may start without context.
+class ModelWalk::Cursor : public StdDictionaryIterator {
+ public:
+  explicit Cursor(const StdDictionaryInfo& dictionary) { setDictionaryInfo(&dictionary); }
+
+  bool isMemberWithinLimit() const {
+    const SMD_STRUCTURE_ELEMENT_DEFINITION* const member = getMemberDef();
+    return member != nullptr && !isBeyondLimit(*member, getRepeatIndex());
+  }
+
+  // Whether the current element's occurrences may be scattered over the enclosing element: it is
+  // a member of an unordered type, which is the element's own or that of a group that occurs once.
+  bool isInUnorderedType() const {
+    const SMD_TYPE_DEFINITION* const type = getDictionaryInfo()->types().find(getParentTypeIndex());
+    if (type == nullptr || !isUnordered(*type)) return false;
+    const auto parent = positionStack.rbegin() + 1;
+    if (!isGroup(*parent)) return true;
+    const SMD_STRUCTURE_ELEMENT_DEFINITION* const group =
+        getDictionaryInfo()->typeMembers().find(parent->memberIndex);
+    return group != nullptr && group->MaxOccurs == 1 && !isGroup(*(parent + 1));
+  }
+
+ private:
+  static bool isGroup(const DictionaryPosition& position) {
+    return position.memberIndex >= 0 && position.tagIndex == kNone;
+  }
+};
+
+ModelWalk::ModelWalk(const WalkModel& model)
+    : model_(&model), counter_(countedRows(model.dictionary())) {}
+ModelWalk::~ModelWalk() = default;
+
+void ModelWalk::restart() noexcept {
+  open_.clear();
+  levelCount_ = 0;
+  counter_.forget(0);
+  elements_ = 0;
+}
+
+Verdict ModelWalk::enter(const unsigned short* name, const KelStringBase& namespaceURI,
+                         std::u16string_view typeKey) {
+  const Name asked{name, namespaceURI};
+  if (open_.empty()) return enterRoot(asked, typeKey);
+  switch (open_.back().judge) {
+    case Judge::Model: return enterChild(asked, typeKey);
+    case Judge::Skipped:
+      return enterUnmodelled(Placement::SelfDefined, Judge::Skipped, Refusal::None);
+    case Judge::Nobody: break;
+  }
+  return enterUnmodelled(Placement::Unjudged, Judge::Nobody, Refusal::None);
+}
+
+// The iterator moves to the parent only from a child. When there was none it still stands on the
+// element itself, ready for the next sibling.
+void ModelWalk::leave() {
+  assert(!open_.empty());
+  const OpenElement element = open_.back();
+  open_.pop_back();
+  counter_.forget(element.countsMark);
+  if (element.hasLevel) {
+    --levelCount_;
+  } else if (element.hadChild) {
+    cursor().moveToParent();
+  }
+}
+
+Verdict ModelWalk::enterRoot(const Name& name, std::u16string_view typeKey) {
+  levelCount_ = 0;
+  const std::int32_t tag = model_->globalTag(name.local, name.namespaceURI);
+  if (tag == 0) return enterUnmodelled(Placement::Refused, Judge::Nobody, Refusal::UnknownRoot);
+  pushLevel(tag);
+  Verdict verdict = verdictAt(cursor());
+  verdict.placement = Placement::Root;
+  if (const std::int32_t hiddenTag = model_->hiddenTag(typeKey); hiddenTag != 0) {
+    cursor().setContextFromTag(hiddenTag);
+    verdict.typeIndex = cursor().getCurrentPosition()->typeIndex;
+  }
+  open(Judge::Model, true, verdict.typeIndex);
+  return verdict;
+}
+
+Verdict ModelWalk::enterChild(const Name& name, std::u16string_view typeKey) {
+  OpenElement& parent = open_.back();
+  ProcessContents contents{};
+  const Move move = place(parent, name, contents);
+  if (move == Move::Failed) {
+    return enterUnmodelled(Placement::Refused, Judge::Nobody, refusalUnder(parent));
+  }
+  parent.hadChild = true;
+  const std::int32_t hiddenTag = model_->hiddenTag(typeKey);
+  if (move == Move::ByWildcard) return enterWildcard(name, hiddenTag, contents);
+  Verdict verdict = verdictAt(cursor());
+  if (verdict.placement == Placement::Member) countUnordered(cursor(), parent, verdict);
+  openByModel(verdict, hiddenTag);
+  return verdict;
+}
+
+Verdict ModelWalk::enterWildcard(const Name& name, std::int32_t hiddenTag,
+                                 ProcessContents contents) {
+  const std::int32_t globalTag = model_->globalTag(name.local, name.namespaceURI);
+  const std::int32_t contextTag = hiddenTag != 0 ? hiddenTag : globalTag;
+  if (contextTag == 0 && contents == ProcessContents::Strict) {
+    return enterUnmodelled(Placement::Refused, Judge::Nobody, Refusal::NotDeclared);
+  }
+  Verdict verdict = verdictAt(cursor());
+  verdict.placement = Placement::Wildcard;
+  verdict.typeIndex = kNone;
+  if (contents == ProcessContents::Skip) {
+    open(Judge::Skipped, false, kNone);
+    return verdict;
+  }
+  verdict.tagIndex = globalTag == 0 ? kNone : model_->dictionary().getTagDefIndex(globalTag);
+  pushLevel(contextTag);
+  verdict.typeIndex = cursor().getCurrentPosition()->typeIndex;
+  open(Judge::Model, true, verdict.typeIndex);
+  return verdict;
+}
+
+Verdict ModelWalk::enterUnmodelled(Placement placement, Judge judge, Refusal refusal) {
+  open(judge, false, kNone);
+  Verdict verdict;
+  verdict.placement = placement;
+  verdict.refusal = refusal;
+  return verdict;
+}
+
+void ModelWalk::open(Judge judge, bool hasLevel, std::int32_t typeIndex) {
+  open_.push_back({judge, hasLevel, false, typeIndex, ++elements_, counter_.mark()});
+}
+
+// An element that takes another type than the declared one is walked on a level of its own.
+void ModelWalk::openByModel(Verdict& verdict, std::int32_t hiddenTag) {
+  if (hiddenTag != 0) {
+    pushLevel(hiddenTag);
+    verdict.typeIndex = cursor().getCurrentPosition()->typeIndex;
+  }
+  const bool isUnknown = verdict.placement == Placement::Refused && verdict.tagIndex < 0;
+  const Judge judge = isUnknown && hiddenTag == 0 ? Judge::Nobody : Judge::Model;
+  open(judge, hiddenTag != 0, verdict.typeIndex);
+}
+
+void ModelWalk::pushLevel(std::int32_t contextTag) {
+  if (levelCount_ == levels_.size()) {
+    const StdDictionaryInfo& dictionary = model_->dictionary();
+    levels_.push_back({std::make_unique<Cursor>(dictionary), std::make_unique<Cursor>(dictionary)});
+  }
+  levels_[levelCount_].at->setContextFromTag(contextTag);
+  ++levelCount_;
+}
+
+// A name that a wildcard admits may also fit a member further on, or one that has occurred often
+// enough already: the member wins unless it is beyond its limit. When neither fits, the outcome
+// of the search by name stays, which tells more than none.
+ModelWalk::Move ModelWalk::place(const OpenElement& parent, const Name& name,
+                                 ProcessContents& contents) {
+  Level& level = levels_[levelCount_ - 1];
+  const bool hasWildcard = hasWildcardFor(parent, name);
+  if (hasWildcard) *level.spare = *level.at;
+  const bool isPlaced = placeByName(*level.at, parent, name);
+  const Move byName = isPlaced ? Move::ByName : Move::Failed;
+  if (!hasWildcard || (isPlaced && level.at->isMemberWithinLimit())) return byName;
+  std::swap(level.at, level.spare);
+  if (placeByWildcard(*level.at, parent, name, contents)) return Move::ByWildcard;
+  std::swap(level.at, level.spare);
+  return byName;
+}
+
+bool ModelWalk::placeByName(Cursor& at, const OpenElement& parent, const Name& name) const {
+  return parent.hadChild ? at.moveToNextSiblingTagName(name.local, name.namespaceURI, true, true)
+                         : at.moveToFirstChildTagName(name.local, name.namespaceURI, true, true);
+}
+
+bool ModelWalk::placeByWildcard(Cursor& at, const OpenElement& parent, const Name& name,
+                                ProcessContents& contents) const {
+  for (const std::int32_t number : model_->wildcardsOf(parent.typeIndex)) {
+    const Wildcard& wildcard = model_->wildcard(number);
+    if (!wildcard.admits(name.namespaceURI.view())) continue;
+    const auto code = static_cast<ELogicalType>(wildcard.logicalType);
+    const bool isPlaced = parent.hadChild ? at.moveToNextSiblingSimpleType(code, false, true)
+                                          : at.moveToFirstChildSimpleType(code, false, true);
+    if (!isPlaced) continue;
+    contents = wildcard.processContents;
+    return true;
+  }
+  return false;
+}
+
+bool ModelWalk::hasWildcardFor(const OpenElement& parent, const Name& name) const noexcept {
+  const std::span<const std::int32_t> numbers = model_->wildcardsOf(parent.typeIndex);
+  return std::any_of(numbers.begin(), numbers.end(), [&](std::int32_t number) {
+    return model_->wildcard(number).admits(name.namespaceURI.view());
+  });
+}
+
+Refusal ModelWalk::refusalUnder(const OpenElement& parent) const {
+  const SMD_TYPE_DEFINITION* const type = model_->dictionary().types().find(parent.typeIndex);
+  return type != nullptr && type->LogicalType > 0 ? Refusal::InSimpleType : Refusal::NotAllowed;
+}
+
+void ModelWalk::countUnordered(const Cursor& at, const OpenElement& parent, Verdict& verdict) {
+  if (!at.isInUnorderedType()) return;
+  verdict.occurrence = counter_.count(parent.number, verdict.memberIndex);
+  verdict.isBeyondLimit = isBeyondLimit(*at.getMemberDef(), verdict.occurrence - 1);
+}
+
+Verdict ModelWalk::verdictAt(const Cursor& at) const {
+  const DictionaryPosition& position = *at.getCurrentPosition();
+  Verdict verdict;
+  verdict.tagIndex = position.tagIndex;
+  verdict.typeIndex = position.typeIndex;
+  const EWhereDefined where = position.whereDefined();
+  if (const SMD_STRUCTURE_ELEMENT_DEFINITION* const member = at.getMemberDef(); member != nullptr) {
+    verdict.placement = Placement::Member;
+    verdict.memberIndex = position.memberIndex;
+    verdict.occurrence = position.repeatIndex + 1;
+    verdict.isBeyondLimit = isBeyondLimit(*member, position.repeatIndex);
+  } else if (!admitsNonMember(at, where)) {
+    verdict.placement = Placement::Refused;
+    verdict.refusal = Refusal::NotAllowed;
+  } else {
+    verdict.placement = where == WDTag ? Placement::TagDefined : Placement::SelfDefined;
+  }
+  return verdict;
+}
+
+}  // namespace cpi

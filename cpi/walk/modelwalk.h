@@ -1,0 +1,136 @@
+// ModelWalk: leads a dictionary iterator along the elements of one message.
+//
+// It knows nothing of the message's form: whoever reads the message calls enter() at each start
+// of an element and leave() at each end, and reads the verdict. Where to start: XmlWalker, which
+// does so for XML.
+//
+// The content of an element that a wildcard admitted, and of one that takes another type than the
+// declared one, is walked by an iterator of its own, while the iterator around it waits. These
+// levels are kept and used again, so that a walk allocates nothing once it has been as deep as
+// the message goes.
+//
+// Thread rule: used by one thread at a time; any number of walks may share one model.
+#ifndef CPI_WALK_MODELWALK_H
+#define CPI_WALK_MODELWALK_H
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <string_view>
+#include <vector>
+
+#include "cpi/dictinfo/stddi/stddictionaryiterator.h"
+#include "cpi/walk/occurrencecounter.h"
+#include "cpi/walk/walkmodel.h"
+
+namespace cpi {
+
+// Where an element of the message was placed.
+enum class Placement : std::uint8_t {
+  Root,         // the message's outermost element, a global element of the model
+  Member,       // a member of the enclosing type
+  Wildcard,     // admitted by a wildcard of the enclosing type
+  TagDefined,   // a global element where the enclosing type, or the absence of one, admits any
+  SelfDefined,  // an element unknown to the model, where unknown ones are admitted
+  Refused,      // the model does not admit it here
+  Unjudged,     // inside a refused element of which the model says nothing
+};
+inline constexpr std::size_t kPlacementCount = 7;
+
+// Why an element was refused.
+enum class Refusal : std::uint8_t {
+  None,
+  UnknownRoot,   // the model has no global element of this name
+  NotAllowed,    // the enclosing type has no place for it here
+  InSimpleType,  // the enclosing element has a simple type
+  NotDeclared,   // a wildcard demands a global declaration, and there is none
+};
+
+struct Verdict {
+  Placement placement = Placement::Unjudged;
+  Refusal refusal = Refusal::None;
+  bool isBeyondLimit = false;        // a member that occurs more often than it may
+  std::int32_t occurrence = 0;       // of the member, counted from 1; 0 for a non-member
+  std::int32_t memberIndex = kNone;  // Type Members row; of a wildcard's own member, too
+  std::int32_t tagIndex = kNone;     // Tags row
+  std::int32_t typeIndex = kNone;    // Types row that judges the content
+};
+
+class ModelWalk {
+ public:
+  // `model` is not owned and must outlive the walk.
+  explicit ModelWalk(const WalkModel& model);
+  ~ModelWalk();
+  ModelWalk(const ModelWalk&) = delete;
+  ModelWalk& operator=(const ModelWalk&) = delete;
+
+  // Forgets the open elements, to begin with another message. Keeps all capacity.
+  void restart() noexcept;
+
+  // The start of an element inside the innermost open one. `typeKey` names the type that the
+  // element itself asks for (see WalkModel::hiddenTag); an empty or unknown one counts as none.
+  // Throws KelParserException when the dictionary makes no sense to the navigator.
+  Verdict enter(const unsigned short* name, const KelStringBase& namespaceURI,
+                std::u16string_view typeKey);
+  // The end of the innermost open element, which must exist.
+  void leave();
+
+  // The number of open elements.
+  std::size_t depth() const noexcept { return open_.size(); }
+
+ private:
+  class Cursor;
+  struct Name {
+    const unsigned short* local;
+    const KelStringBase& namespaceURI;
+  };
+  // What judges the children of an open element.
+  enum class Judge : std::uint8_t {
+    Model,    // the iterator of the innermost level
+    Skipped,  // nothing: the content of a wildcard that asks for none
+    Nobody,   // nothing: a refused element without definition
+  };
+  struct OpenElement {
+    Judge judge;
+    bool hasLevel;  // its children are walked by an iterator of their own
+    bool hadChild = false;
+    std::int32_t typeIndex = kNone;
+    std::int64_t number = 0;     // in document order, from 1
+    std::size_t countsMark = 0;  // see OccurrenceCounter
+  };
+  struct Level {
+    std::unique_ptr<Cursor> at;
+    std::unique_ptr<Cursor> spare;  // a copy taken before a move that may have to be undone
+  };
+  enum class Move : std::uint8_t { Failed, ByName, ByWildcard };
+
+  Verdict enterRoot(const Name& name, std::u16string_view typeKey);
+  Verdict enterChild(const Name& name, std::u16string_view typeKey);
+  Verdict enterWildcard(const Name& name, std::int32_t hiddenTag, ProcessContents contents);
+  Verdict enterUnmodelled(Placement placement, Judge judge, Refusal refusal);
+  void open(Judge judge, bool hasLevel, std::int32_t typeIndex);
+  void openByModel(Verdict& verdict, std::int32_t hiddenTag);
+  void pushLevel(std::int32_t contextTag);
+
+  Move place(const OpenElement& parent, const Name& name, ProcessContents& contents);
+  bool placeByName(Cursor& at, const OpenElement& parent, const Name& name) const;
+  bool placeByWildcard(Cursor& at, const OpenElement& parent, const Name& name,
+                       ProcessContents& contents) const;
+  bool hasWildcardFor(const OpenElement& parent, const Name& name) const noexcept;
+  Refusal refusalUnder(const OpenElement& parent) const;
+  Verdict verdictAt(const Cursor& at) const;
+  void countUnordered(const Cursor& at, const OpenElement& parent, Verdict& verdict);
+  Cursor& cursor() noexcept { return *levels_[levelCount_ - 1].at; }
+
+  const WalkModel* model_;
+  std::vector<Level> levels_;
+  std::size_t levelCount_ = 0;  // those in use; the others wait to be used again
+  std::vector<OpenElement> open_;
+  OccurrenceCounter counter_;
+  std::int64_t elements_ = 0;  // entered so far
+};
+
+}  // namespace cpi
+
+#endif  // CPI_WALK_MODELWALK_H

@@ -1,0 +1,86 @@
+// WalkModel: what a message walk has to know about a dictionary beside what its iterator knows.
+//
+// A schema's compiler leaves two things in a dictionary for which the navigator has no row of its
+// own: wildcards, as members without tag whose type carries a reserved logical type, and for each
+// named type a hidden tag under which an element can take that type. Both are found here once, so
+// that a walk only looks them up.
+//
+// Thread rule: `const` after construction; any number of walks may share one. The dictionary is
+// not owned and must outlive it.
+#ifndef CPI_WALK_WALKMODEL_H
+#define CPI_WALK_WALKMODEL_H
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "cpi/dictinfo/stddi/stddictionaryinfo.h"
+
+namespace cpi {
+
+// How the content of an element that a wildcard admits is to be judged.
+enum class ProcessContents : std::uint8_t {
+  Strict,  // by its global declaration, which must exist
+  Lax,     // by its global declaration, if there is one
+  Skip,    // not at all
+};
+
+// One wildcard: which namespaces it admits.
+struct Wildcard {
+  std::int32_t logicalType = 0;  // the code that the simple-type moves look for
+  ProcessContents processContents = ProcessContents::Strict;
+  bool admitsAll = false;
+  bool admitsOthers = false;               // any namespace but none and those listed
+  std::vector<std::u16string> namespaces;  // listed; an empty text stands for no namespace
+
+  bool admits(std::u16string_view namespaceURI) const noexcept;
+};
+
+class WalkModel {
+ public:
+  // Reads all rows of a loaded dictionary. Throws std::length_error when its groups are so
+  // entangled that listing the wildcards of each type would not end in reasonable time.
+  explicit WalkModel(const StdDictionaryInfo& dictionary);
+  WalkModel(const WalkModel&) = delete;
+  WalkModel& operator=(const WalkModel&) = delete;
+
+  const StdDictionaryInfo& dictionary() const noexcept { return *dictionary_; }
+  // The wildcards directly in the content of a type or in its anonymous groups, as numbers for
+  // wildcard(). Empty when there are none or `typeIndex` is no row.
+  std::span<const std::int32_t> wildcardsOf(std::int32_t typeIndex) const noexcept;
+  const Wildcard& wildcard(std::int32_t number) const noexcept {
+    return wildcards_[static_cast<std::size_t>(number)];
+  }
+  // The id of the tag of a global element, or 0.
+  std::int32_t globalTag(const unsigned short* name, const KelStringBase& namespaceURI) const;
+  // The id of the hidden tag of a named type, or 0. `key` is the type's name, '^', its namespace.
+  std::int32_t hiddenTag(std::u16string_view key) const noexcept;
+
+ private:
+  struct Hash {
+    using is_transparent = void;
+    std::size_t operator()(std::u16string_view text) const noexcept {
+      return std::hash<std::u16string_view>()(text);
+    }
+  };
+
+  void readWildcards();
+  void readHiddenTags();
+  void listWildcardsOfTypes();
+
+  const StdDictionaryInfo* dictionary_;
+  std::vector<Wildcard> wildcards_;
+  std::vector<std::int32_t> wildcardOfType_;  // by type row: its wildcard's number, or -1
+  std::vector<std::size_t> firstOfType_;      // by type row, and the end: into listed_
+  std::vector<std::int32_t> listed_;
+  std::unordered_map<std::u16string, std::int32_t, Hash, std::equal_to<>> hiddenTags_;
+};
+
+}  // namespace cpi
+
+#endif  // CPI_WALK_WALKMODEL_H

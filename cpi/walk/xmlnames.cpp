@@ -1,0 +1,96 @@
+#include "cpi/walk/xmlnames.h"
+
+#include <algorithm>
+#include <bit>
+
+namespace cpi {
+namespace {
+
+std::string_view viewOf(const unsigned char* text) noexcept {
+  return text == nullptr ? std::string_view() : reinterpret_cast<const char*>(text);
+}
+
+// Both addresses count: one local name may stand in several namespaces.
+std::size_t hashOf(const char* local, const char* uri) noexcept {
+  constexpr std::uint64_t kFactor = 0x9E3779B97F4A7C15;
+  const auto first = static_cast<std::uint64_t>(reinterpret_cast<std::uintptr_t>(local));
+  const auto second = static_cast<std::uint64_t>(reinterpret_cast<std::uintptr_t>(uri));
+  return static_cast<std::size_t>(((first * kFactor) ^ std::rotl(second, 32)) * kFactor >> 20);
+}
+
+std::string_view trimmed(std::string_view text) noexcept {
+  constexpr std::string_view kSpace = " \t\r\n";
+  const std::size_t first = text.find_first_not_of(kSpace);
+  if (first == std::string_view::npos) return {};
+  return text.substr(first, text.find_last_not_of(kSpace) - first + 1);
+}
+
+}  // namespace
+
+const XmlName& XmlNames::find(const char* local, const char* uri) {
+  if (const Slot& slot = slotOf(local, uri); slot.local != nullptr) return *slot.name;
+  if (names_.size() * 2 >= slots_.size()) grow();
+  const XmlName& name = names_.emplace_back(
+      XmlName{KelStringBase::fromUtf8(local), KelStringBase::fromUtf8(uri == nullptr ? "" : uri)});
+  slotOf(local, uri) = {local, uri, &name};
+  return name;
+}
+
+void XmlNames::clear() noexcept {
+  std::fill(slots_.begin(), slots_.end(), Slot{});
+  names_.clear();
+}
+
+XmlNames::Slot& XmlNames::slotOf(const char* local, const char* uri) noexcept {
+  const std::size_t mask = slots_.size() - 1;
+  std::size_t at = hashOf(local, uri) & mask;
+  while (slots_[at].local != nullptr && (slots_[at].local != local || slots_[at].uri != uri)) {
+    at = (at + 1) & mask;
+  }
+  return slots_[at];
+}
+
+void XmlNames::grow() {
+  std::vector<Slot> old(slots_.size() * 2);
+  old.swap(slots_);
+  for (const Slot& slot : old) {
+    if (slot.local != nullptr) slotOf(slot.local, slot.uri) = slot;
+  }
+}
+
+void XmlNamespaces::enter(const unsigned char** declarations, int count) {
+  marks_.push_back(bindings_.size());
+  for (int pair = 0; pair < count; ++pair) {
+    bindings_.push_back({viewOf(declarations[2 * pair]), viewOf(declarations[2 * pair + 1])});
+  }
+}
+
+void XmlNamespaces::leave() noexcept {
+  bindings_.resize(marks_.back());
+  marks_.pop_back();
+}
+
+void XmlNamespaces::clear() noexcept {
+  bindings_.clear();
+  marks_.clear();
+}
+
+std::string_view XmlNamespaces::find(std::string_view prefix) const noexcept {
+  const auto found = std::find_if(bindings_.rbegin(), bindings_.rend(),
+                                  [prefix](const Binding& b) { return b.prefix == prefix; });
+  return found == bindings_.rend() ? std::string_view() : found->uri;
+}
+
+std::u16string_view XmlTypeKeys::find(std::string_view qualifiedName, const XmlNamespaces& scope) {
+  const std::string_view name = trimmed(qualifiedName);
+  const std::size_t colon = name.find(':');
+  const bool hasPrefix = colon != std::string_view::npos;
+  buffer_.assign(hasPrefix ? name.substr(colon + 1) : name);
+  buffer_ += '^';
+  buffer_ += scope.find(hasPrefix ? name.substr(0, colon) : std::string_view());
+  if (const auto found = keys_.find(buffer_); found != keys_.end()) return found->second;
+  if (keys_.size() >= kMaxKept) keys_.clear();
+  return keys_.emplace(buffer_, toUtf16(buffer_)).first->second;
+}
+
+}  // namespace cpi

@@ -1,0 +1,93 @@
+// The names of one message in the form that the dictionary's iterator takes.
+//
+// The parser interns names: equal names have one address as long as it parses. So each pair of
+// local name and namespace is converted to UTF-16 once, and found by its two addresses from then
+// on.
+#ifndef CPI_WALK_XMLNAMES_H
+#define CPI_WALK_XMLNAMES_H
+
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "cpi/runtime/kelstring.h"
+
+namespace cpi {
+
+// The converted name of an element; an empty namespace stands for none.
+struct XmlName {
+  KelStringBase local;
+  KelStringBase namespaceURI;
+};
+
+class XmlNames {
+ public:
+  XmlNames() : slots_(kFirstSlots) {}
+
+  // The converted name, valid until clear(). `local` and `uri` (null: none) are interned.
+  const XmlName& find(const char* local, const char* uri);
+  void clear() noexcept;
+
+ private:
+  static constexpr std::size_t kFirstSlots = 256;  // a power of two, as all sizes
+  struct Slot {
+    const char* local = nullptr;  // null: free
+    const char* uri = nullptr;
+    const XmlName* name = nullptr;
+  };
+
+  Slot& slotOf(const char* local, const char* uri) noexcept;
+  void grow();
+
+  std::vector<Slot> slots_;
+  std::deque<XmlName> names_;
+};
+
+// The namespace declarations in scope, for prefixes inside attribute values.
+class XmlNamespaces {
+ public:
+  // `declarations` holds `count` pairs of prefix (null: default) and URI, which stay valid until
+  // the element is left.
+  void enter(const unsigned char** declarations, int count);
+  void leave() noexcept;
+  void clear() noexcept;
+  // The URI of a prefix, empty when it has none.
+  std::string_view find(std::string_view prefix) const noexcept;
+
+ private:
+  struct Binding {
+    std::string_view prefix;
+    std::string_view uri;
+  };
+
+  std::vector<Binding> bindings_;
+  std::vector<std::size_t> marks_;  // per open element: the number of bindings around it
+};
+
+// Turns the qualified names in xsi:type attributes into keys of WalkModel::hiddenTag; each
+// distinct one is converted once.
+class XmlTypeKeys {
+ public:
+  // Valid until the next call.
+  std::u16string_view find(std::string_view qualifiedName, const XmlNamespaces& scope);
+
+ private:
+  static constexpr std::size_t kMaxKept = 4096;  // a hostile message names more; start over then
+  struct Hash {
+    using is_transparent = void;
+    std::size_t operator()(std::string_view text) const noexcept {
+      return std::hash<std::string_view>()(text);
+    }
+  };
+
+  std::unordered_map<std::string, std::u16string, Hash, std::equal_to<>> keys_;
+  std::string buffer_;
+};
+
+}  // namespace cpi
+
+#endif  // CPI_WALK_XMLNAMES_H

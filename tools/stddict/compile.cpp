@@ -1,0 +1,87 @@
+// stddict compile: from XML schemas to a dictionary file.
+#include <fmt/core.h>
+#include <fmt/ostream.h>
+#include <spdlog/spdlog.h>
+
+#include <chrono>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "cpi/compile/xsdcompiler.h"
+#include "cpi/dictinfo/stddi/stddictionaryinfo.h"
+#include "cpi/extract/dictionarytables.h"
+#include "cpi/extract/extractwriter.h"
+#include "tools/stddict/outputfile.h"
+#include "tools/stddict/verbs.h"
+
+namespace {
+
+constexpr const char* kFooter = R"(Examples:
+  stddict compile order.xsd -o order.json
+  stddict compile invoice.xsd creditnote.xsd --name billing -o billing.json
+  stddict compile bom.xsd --catalog catalog.xml -o bom.json
+
+Schemas that others include or import need not be named. Locations on the network are never
+fetched: an XML catalog says which local file stands for which location. What a dictionary cannot
+express (identity constraints, for example) is listed as warnings.)";
+
+struct Options {
+  std::vector<std::string> schemas;
+  std::string output;
+  cpi::XsdOptions xsd;
+};
+
+void warn(const cpi::Notice& notice) {
+  const std::string place =
+      notice.file.empty() ? "" : fmt::format("{}:{}:{}: ", notice.file, notice.line, notice.column);
+  const std::string times = notice.count == 1 ? "" : fmt::format(" ({} times)", notice.count);
+  spdlog::warn("{}{}{}", place, notice.text, times);
+}
+
+// The report is worth as much when the compiler gives up.
+cpi::DictionaryTables compile(const Options& options) {
+  cpi::XsdReport report;
+  const auto warnAll = [](const cpi::XsdReport* all) {
+    for (const cpi::Notice& notice : all->notices) warn(notice);
+  };
+  const std::unique_ptr<const cpi::XsdReport, decltype(warnAll)> atExit(&report, warnAll);
+  return cpi::compileXsd(options.schemas, options.xsd, report);
+}
+
+void run(const Options& options) {
+  const auto start = std::chrono::steady_clock::now();
+  const cpi::DictionaryTables tables = compile(options);
+  cpi::StdDictionaryInfo dictionary(0);
+  cpi::feed(tables, dictionary);
+  OutputFile output(options.output);
+  cpi::writeExtract(dictionary, output.stream());
+  output.commit();
+  const auto time = std::chrono::steady_clock::now() - start;
+  fmt::print("{}: {} tags, {} types, {} members, {} ms\n", options.output,
+             dictionary.tags().rowCount(), dictionary.types().rowCount(),
+             dictionary.typeMembers().rowCount(),
+             std::chrono::duration_cast<std::chrono::milliseconds>(time).count());
+}
+
+}  // namespace
+
+void addCompile(CLI::App& app, int& exitCode) {
+  CLI::App& verb = *app.add_subcommand("compile", "Compile XML schemas into a dictionary file");
+  verb.footer(kFooter);
+  const auto options = std::make_shared<Options>();
+  verb.add_option("SCHEMA", options->schemas, "Schema documents (XSD 1.0)")
+      ->required()
+      ->type_name("FILE");
+  verb.add_option("-o,--output", options->output, "The dictionary file to write")
+      ->required()
+      ->type_name("FILE");
+  verb.add_option("--catalog", options->xsd.catalog, "XML catalog of schema locations")
+      ->type_name("FILE");
+  verb.add_option("--name", options->xsd.name, "Name of the dictionary; by default the schema's")
+      ->type_name("NAME");
+  verb.callback([options, &exitCode] {
+    run(*options);
+    exitCode = kExitGood;
+  });
+}

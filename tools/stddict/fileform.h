@@ -1,0 +1,10 @@
+// Which form a dictionary file has.
+#ifndef TOOLS_STDDICT_FILEFORM_H
+#define TOOLS_STDDICT_FILEFORM_H
+
+#include <string>
+
+// "image" or "extract", by the first byte; "extract" for a file that cannot be read.
+std::string fileFormOf(const std::string& path);
+
+#endif  // TOOLS_STDDICT_FILEFORM_H

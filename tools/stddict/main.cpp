@@ -1,0 +1,56 @@
+// stddict: compiles message models into dictionary files and walks messages along them.
+#include <spdlog/sinks/stdout_color_sinks.h>
+#include <spdlog/spdlog.h>
+
+#include <exception>
+#include <memory>
+#include <new>
+
+#include "tools/stddict/verbs.h"
+
+namespace {
+
+constexpr const char* kFooter = R"(Examples:
+  stddict compile order.xsd -o order.json
+  stddict walk order.json order.xml
+
+`stddict VERB --help` tells more about a verb.
+Exit code: 0 done, 1 a message does not fit the model, 2 wrong usage or a file that cannot be used.)";
+
+// What the user asked for goes to stdout, everything else to stderr.
+void logToStderr() {
+  spdlog::set_default_logger(std::make_shared<spdlog::logger>(
+      "stddict", std::make_shared<spdlog::sinks::stderr_color_sink_mt>()));
+  spdlog::set_pattern("%^%l%$: %v");
+}
+
+int run(int argc, char** argv) {
+  CLI::App app("Makes message dictionaries and walks messages along them.", "stddict");
+  app.set_version_flag("--version", "stddict " STDDI_VERSION);
+  app.footer(kFooter);
+  app.require_subcommand(1);
+  int exitCode = kExitGood;
+  addCompile(app, exitCode);
+  addWalk(app, exitCode);
+  addShell(app, exitCode);
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    return app.exit(error) == 0 ? kExitGood : kExitTrouble;
+  }
+  return exitCode;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  try {
+    logToStderr();
+    return run(argc, argv);
+  } catch (const std::bad_alloc&) {
+    spdlog::error("out of memory");
+  } catch (const std::exception& error) {
+    spdlog::error("{}", error.what());
+  }
+  return kExitTrouble;
+}

@@ -1,0 +1,93 @@
+// stddict walk: where does each element of a message belong?
+#include <spdlog/spdlog.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "cpi/extract/dictionaryfile.h"
+#include "cpi/walk/walkmodel.h"
+#include "cpi/walk/xmlwalker.h"
+#include "tools/stddict/verbs.h"
+#include "tools/stddict/walkreport.h"
+
+namespace {
+
+constexpr const char* kFooter = R"(Examples:
+  stddict walk order.json order.xml
+  stddict walk order.json inbox/*.xml --quiet
+  stddict walk order.json order.xml --json
+
+Each element is listed with its line and column and with what it is:
+  root          the outermost element, a global element of the model
+  member        a member of the enclosing type
+  wildcard      admitted by a wildcard of the enclosing type
+  tag-defined   a global element where anything may stand
+  self-defined  an element unknown to the model where anything may stand
+  REFUSED       the model does not admit it here
+  unjudged      inside a refused element of which the model says nothing
+then its name, its occurrence [n] from the second one on, and its type. Texts and attributes are
+not judged, nor is what is missing. Exit code: 0 when each element of each message has its place,
+1 when one has none or occurs too often, 2 when a file cannot be read or is not well-formed.)";
+
+struct Options {
+  std::string dictionary;
+  std::vector<std::string> messages;
+  bool isJson = false;
+  bool isQuiet = false;
+};
+
+bool isColourWanted() { return ::isatty(STDOUT_FILENO) != 0 && std::getenv("NO_COLOR") == nullptr; }
+
+std::unique_ptr<WalkReport> makeReport(const Options& options) {
+  return options.isJson ? makeJsonReport(options.isQuiet)
+                        : makeTextReport(options.isQuiet, isColourWanted());
+}
+
+// A message that cannot be read does not keep the others from being walked.
+int walkOne(cpi::XmlWalker& walker, const std::string& message, WalkReport& report) {
+  try {
+    report.begin(message);
+    const cpi::WalkSummary summary = walker.walkFile(message, &report);
+    report.end(summary);
+    return summary.isAllPlaced() ? kExitGood : kExitNo;
+  } catch (const cpi::FileError& error) {
+    std::fflush(stdout);
+    spdlog::error("{}", error.what());
+    return kExitTrouble;
+  }
+}
+
+int run(const Options& options) {
+  const std::unique_ptr<const cpi::StdDictionaryInfo> dictionary =
+      cpi::loadDictionary(options.dictionary);
+  const cpi::WalkModel model(*dictionary);
+  cpi::XmlWalker walker(model);
+  const std::unique_ptr<WalkReport> report = makeReport(options);
+  int exitCode = kExitGood;
+  for (const std::string& message : options.messages) {
+    exitCode = std::max(exitCode, walkOne(walker, message, *report));
+  }
+  if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
+    throw cpi::FileError("standard output", {}, "cannot be written");
+  }
+  return exitCode;
+}
+
+}  // namespace
+
+void addWalk(CLI::App& app, int& exitCode) {
+  CLI::App& verb = *app.add_subcommand("walk", "Walk XML messages along a dictionary");
+  verb.footer(kFooter);
+  const auto options = std::make_shared<Options>();
+  verb.add_option("DICT", options->dictionary, "Dictionary file")->required()->type_name("FILE");
+  verb.add_option("MESSAGE", options->messages, "XML messages")->required()->type_name("FILE");
+  verb.add_flag("--json", options->isJson, "One JSON object per element and per message");
+  verb.add_flag("--quiet", options->isQuiet, "Summaries only");
+  verb.callback([options, &exitCode] { exitCode = run(*options); });
+}
