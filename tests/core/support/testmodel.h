@@ -36,6 +36,7 @@ std::unique_ptr<StdDictionaryInfo> buildModel(const Node& root,
 // An iterator whose protected side is open to tests.
 class OpenIterator : public StdDictionaryIterator {
  public:
+  using StdDictionaryIterator::ensurePositionStackSaved;
   using StdDictionaryIterator::getCommonParentWithSavedStackIndex;
   using StdDictionaryIterator::moveToBestPosition;
   using StdDictionaryIterator::moveToNewPosition;
