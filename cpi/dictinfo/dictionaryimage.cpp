@@ -97,6 +97,7 @@ void DictionaryInfo::FromQLBuffer(std::span<const unsigned char> image) {
     swapContents(tables()[slot], contents.tables[slot]);
     announceTable(readers, tables()[slot]);
   }
+  adoptTables();
   for (DictionaryInfo* const reader : readers) reader->postProcessDictionary();
 }
 

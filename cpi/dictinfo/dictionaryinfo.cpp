@@ -1,6 +1,7 @@
 #include "cpi/dictinfo/dictionaryinfo.h"
 
 #include <algorithm>
+#include <atomic>
 #include <mutex>
 #include <stdexcept>
 #include <vector>
@@ -30,6 +31,7 @@ struct DictionaryInfo::Storage {
 
   std::vector<DictTable> tables;
   std::vector<DictionaryInfo*> sharers;
+  std::atomic<std::uint64_t> generation{0};
   std::mutex mutex;  // of sharers: copies are made and destroyed by any thread
 };
 
@@ -73,7 +75,14 @@ void DictionaryInfo::announceProperty(DictTableRefBase table, StringTableRef str
   }
 }
 
-void DictionaryInfo::adoptTables() noexcept { storage_->setOwner(this); }
+std::uint64_t DictionaryInfo::tableGeneration() const noexcept {
+  return storage_->generation.load(std::memory_order_relaxed);
+}
+
+void DictionaryInfo::adoptTables() noexcept {
+  storage_->setOwner(this);
+  storage_->generation.fetch_add(1, std::memory_order_relaxed);
+}
 
 void DictionaryInfo::MapTableProperty(DictTableRefBase, StringTableRef) {}
 

@@ -43,6 +43,9 @@ class CPI_API DictionaryInfo : public FIHandler {
 
   std::span<DictTable> tables() noexcept;
   std::span<const DictTable> tables() const noexcept;
+  // Changes whenever the tables may change, in all dictionaries that share them: what is derived
+  // from the tables holds as long as this stays.
+  std::uint64_t tableGeneration() const noexcept;
 
  protected:
   friend class DictTable;
@@ -93,7 +96,8 @@ class CPI_API DictionaryInfo : public FIHandler {
   virtual const RecordRules* recordRules(int slot) const;
   // Announces a new property to this dictionary and to those that share its tables.
   void announceProperty(DictTableRefBase table, StringTableRef strings);
-  // Makes this dictionary the one that its tables announce new properties to.
+  // Makes this dictionary the one that its tables announce new properties to, and starts a new
+  // generation of them.
   void adoptTables() noexcept;
 
  private:

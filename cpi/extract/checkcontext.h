@@ -50,6 +50,7 @@ class MemberRuns {
     const auto place = static_cast<std::size_t>(row);
     return row >= 0 && place < begins_.size() ? begins_[place] : kNone;
   }
+  // The row behind the run that a row is in.
   std::int32_t endOf(std::int32_t row) const noexcept;
   // The first rows of all runs, ascending, and of the runs of one parent.
   const std::vector<std::int32_t>& begins() const noexcept { return runs_; }

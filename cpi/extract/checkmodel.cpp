@@ -1,6 +1,8 @@
 // The part of the dictionary check that follows types into their members. Models are as deep as
 // they like, so nothing here recurses; each run of members is gone through once, however many types
 // claim it.
+#include <algorithm>
+
 #include "cpi/extract/checkcontext.h"
 
 namespace cpi {
@@ -46,7 +48,8 @@ class Reach {
   }
   // The tags of members were begun with.
   void addMembers(std::int32_t begin) {
-    for (std::int32_t row = begin; row < context_.runs.endOf(begin); ++row) {
+    const std::int32_t end = context_.runs.endOf(begin);
+    for (std::int32_t row = begin; row < end; ++row) {
       const Member& member = context_.dictionary.typeMembers().row(row);
       addType(member.toTypeIndex);
       addType(context_.typeRows.find(member.ChildTypeId));
@@ -131,10 +134,8 @@ MemberRuns::MemberRuns(const StdDictionaryInfo& dictionary) {
 }
 
 std::int32_t MemberRuns::endOf(std::int32_t row) const noexcept {
-  const std::int32_t begin = beginOf(row);
-  std::int32_t end = row;
-  while (end >= 0 && beginOf(end) == begin && begin >= 0) ++end;
-  return end;
+  const auto next = std::ranges::upper_bound(runs_, row);
+  return next == runs_.end() ? static_cast<std::int32_t>(begins_.size()) : *next;
 }
 
 const std::vector<std::int32_t>& MemberRuns::ofParent(std::int32_t typeId) const {

@@ -124,6 +124,53 @@ TEST(NameLookups, TheFirstRowOfNameAndNamespaceWins) {
   EXPECT_EQ(id, 3);
 }
 
+// Against a scan of the rows, on names that are often equal once trimmed.
+TEST(NameLookups, TheIndexFindsWhatAScanFinds) {
+  std::mt19937 random(4711);
+  const char16_t* const kSpaces[] = {u"", u"urn:a", u"urn:b"};
+  for (int round = 0; round < 60; ++round) {
+    const std::size_t rows = random() % 60 + 1;
+    std::vector<std::u16string> names(rows);
+    std::vector<std::int32_t> spaces(rows);
+    std::vector<std::int32_t> ids(rows);
+    std::string texts;
+    for (std::size_t row = 0; row < rows; ++row) {
+      names[row] = std::u16string(random() % 3, u'a') + std::u16string(random() % 2, u'b') +
+                   std::u16string(random() % 2, u' ');
+      spaces[row] = static_cast<std::int32_t>(random() % 3) - 1;
+      ids[row] = static_cast<std::int32_t>(row) + 1;
+      std::string text = toUtf8(names[row]);
+      std::replace(text.begin(), text.end(), ' ', '+');
+      texts += "202:" + std::to_string(row) + "=" + text + " ";
+    }
+    StdDictionaryInfo dictionary(0);
+    ASSERT_EQ(errorOf(dictionary, "( 1000{ 100002:0=S } 2{ " + column(201, ids) + texts +
+                                      column(212, spaces) +
+                                      "} 26{ 2000:0=#2 2601:0=urn:a 2601:1=urn:b } )"),
+              "");
+    const auto scan = [&](std::u16string wanted, std::size_t space, bool any) {
+      const auto trim = [](std::u16string text) {
+        while (text.ends_with(u' ')) text.pop_back();
+        return text;
+      };
+      for (std::size_t row = 0; row < rows && !trim(wanted).empty(); ++row) {
+        if (trim(names[row]) != trim(wanted)) continue;
+        if (any || spaces[row] == static_cast<std::int32_t>(space) - 1) return ids[row] - 1;
+      }
+      return -1;
+    };
+    for (const char16_t* const wanted : {u"a", u"aa ", u"b", u"ab", u"aab", u" ", u"c"}) {
+      for (std::size_t space = 0; space < 3; ++space) {
+        for (const bool any : {false, true}) {
+          ASSERT_EQ(dictionary.getTagDefIndexFromName(wanted, kSpaces[space], any),
+                    scan(wanted, space, any))
+              << "round " << round << " " << toUtf8(wanted) << " " << space << any;
+        }
+      }
+    }
+  }
+}
+
 // Type 1 has members 0..1 and base type 3; types 2 and 3 none; indexes of tag 2 lead nowhere.
 constexpr const char* kRecords =
     "( 1000{ 100002:0=S } 2{ 201:0=#1 201:1=#2 202:0=A 205:0=#3 205:1=#4 207:0=#0 208:0=#0 "

@@ -5,6 +5,7 @@
 
 #include "cpi/dictinfo/stddi/load/recordrules.h"
 #include "cpi/dictinfo/stddi/load/stddictionaryhandler.h"
+#include "cpi/dictinfo/stddi/query/lookupindex.h"
 #include "cpi/dictinfo/stddi/schema.h"
 
 namespace cpi {
@@ -127,6 +128,15 @@ void StdDictionaryInfo::freeze() noexcept {
   forEachReference([](auto& reference) {
     for (std::int32_t row = 0; row < reference.rowCount(); ++row) reference.row(row);
   });
+  try {
+    index_ = std::make_shared<const LookupIndex>(*this);
+  } catch (const std::bad_alloc&) {
+    index_ = nullptr;  // look-ups scan instead
+  }
+}
+
+const LookupIndex* StdDictionaryInfo::index() const noexcept {
+  return index_ != nullptr && index_->generation == tableGeneration() ? index_.get() : nullptr;
 }
 
 std::u16string_view StdDictionaryInfo::namespaceText(std::int32_t namespaceIndex) const noexcept {

@@ -31,6 +31,7 @@
 namespace cpi {
 
 class StdDictionaryHandler;
+struct LookupIndex;
 
 // The code of a logical type, as the Types table holds it. Compared, never interpreted.
 enum LOGICAL_TYPE : std::int32_t {};
@@ -261,11 +262,18 @@ class CPI_API StdDictionaryInfo : public DictionaryInfo {
   }
   // The handler of the load in progress, made to fill this dictionary; null when no load runs.
   StdDictionaryHandler* loadHandler();
-  // Refreshes every text field, so that readers find nothing to write.
+  // Refreshes every text field, so that readers find nothing to write, and builds the index.
   void freeze() noexcept;
+  // The index of the tables as they are now; null while there is none.
+  const LookupIndex* index() const noexcept;
+  std::int32_t findTag(std::u16string_view name, const KelStringBase& namespaceURI,
+                       bool anyNamespace) const;
+  std::int32_t findType(const unsigned short* text, const KelStringBase& namespaceURI,
+                        bool anyNamespace) const;
 
   // Shared with copies made during a load, which may go on with it.
   std::shared_ptr<StdDictionaryHandler> loadHandler_;
+  std::shared_ptr<const LookupIndex> index_;  // shared with copies too
   TableReference<DICTIONARY_IDENTIFICATION> identification_;
   TableReference<MSGSET_DEFINITION> project_;
   TableReference<DependencyRow> dependencies_;

@@ -1,5 +1,5 @@
-// Names to rows: linear scans in row order, so that the first row of a name wins.
-#include "cpi/dictinfo/stddi/stddictionaryinfo.h"
+// Names to rows. The first row of a name and namespace wins.
+#include "cpi/dictinfo/stddi/query/lookupindex.h"
 
 namespace cpi {
 
@@ -8,32 +8,48 @@ namespace {
 constexpr std::size_t kMaximumNameLength = 256;
 constexpr const char* kInvalidName = "Invalid Tag Name";
 
-std::u16string_view trimmed(std::u16string_view text) {
-  const std::size_t last = text.find_last_not_of(u' ');
-  return text.substr(0, last == std::u16string_view::npos ? 0 : last + 1);
-}
+std::u16string_view trimmed(const unsigned short* text) { return trimmedName(textView(text)); }
 
-std::u16string_view trimmed(const unsigned short* text) { return trimmed(textView(text)); }
-
-// The first tag of a trimmed name and a namespace; rows without text match no name.
-std::int32_t findTag(const StdDictionaryInfo& dictionary, std::u16string_view name,
-                     const KelStringBase& namespaceURI, bool anyNamespace) {
-  for (std::int32_t row = 0; row < dictionary.tags().rowCount(); ++row) {
-    const SMD_TAG_DEFINITION& tag = dictionary.tags().row(row);
-    if (tag.TextIdentifier == nullptr || trimmed(tag.TextIdentifier) != name) continue;
-    if (anyNamespace || dictionary.isInNamespace(tag.namespaceIndex, namespaceURI)) return row;
+// The first row of a name that is accepted: by the index, or by a scan without one.
+template <class Record, class Accepts>
+std::int32_t findNamed(const TableReference<Record>& table, const NameIndex* index,
+                       std::u16string_view name, Accepts accepts) {
+  const auto nameOf = trimmedNames(table);
+  if (index != nullptr) return index->find(name, nameOf, accepts);
+  for (std::int32_t row = 0; row < table.rowCount(); ++row) {
+    if (nameOf(row) == name && accepts(row)) return row;
   }
   return kNone;
 }
 
 // The first units are compared before any space is removed: an empty text and one of spaces
 // alone, equal once trimmed, do not meet.
-bool isTypeNamed(const SMD_TYPE_DEFINITION& type, const unsigned short* text) {
-  return type.Identifier != nullptr && type.Identifier[0] == text[0] &&
-         trimmed(type.Identifier) == trimmed(text);
+bool isFirstUnitEqual(const SMD_TYPE_DEFINITION& type, const unsigned short* text) {
+  return type.Identifier != nullptr && type.Identifier[0] == text[0];
 }
 
 }  // namespace
+
+std::int32_t StdDictionaryInfo::findTag(std::u16string_view name, const KelStringBase& namespaceURI,
+                                        bool anyNamespace) const {
+  const LookupIndex* const derived = index();
+  return findNamed(
+      tags_, derived == nullptr ? nullptr : &derived->tags, name, [&](std::int32_t row) {
+        return anyNamespace || isInNamespace(tags_.row(row).namespaceIndex, namespaceURI);
+      });
+}
+
+std::int32_t StdDictionaryInfo::findType(const unsigned short* text,
+                                         const KelStringBase& namespaceURI,
+                                         bool anyNamespace) const {
+  const LookupIndex* const derived = index();
+  return findNamed(types_, derived == nullptr ? nullptr : &derived->types, trimmed(text),
+                   [&](std::int32_t row) {
+                     const SMD_TYPE_DEFINITION& type = types_.row(row);
+                     return isFirstUnitEqual(type, text) &&
+                            (anyNamespace || isInNamespace(type.NamespaceIndex, namespaceURI));
+                   });
+}
 
 std::int32_t StdDictionaryInfo::getTagDefIndexFromName(const unsigned short* name,
                                                        const KelStringBase& namespaceURI,
@@ -43,7 +59,7 @@ std::int32_t StdDictionaryInfo::getTagDefIndexFromName(const unsigned short* nam
   if (wanted.empty() || wanted.size() > kMaximumNameLength) {
     return operation.fails(kInvalidName, kNone);
   }
-  return operation.returns(findTag(*this, wanted, namespaceURI, anyNamespace));
+  return operation.returns(findTag(wanted, namespaceURI, anyNamespace));
 }
 
 std::int32_t StdDictionaryInfo::getTagDefIndexFromName(const unsigned short* name) const {
@@ -56,7 +72,7 @@ std::int32_t StdDictionaryInfo::getTagIdForTagText(const unsigned short* text,
   KelOperation operation(nullptr, "StdDictionaryInfo::getTagIdForTagText", text, namespaceURI);
   if (textLength(text) > kMaximumNameLength) return operation.fails(kInvalidName, kNameTooLong);
   const std::int32_t row =
-      text == nullptr ? kNone : findTag(*this, trimmed(text), namespaceURI, anyNamespace);
+      text == nullptr ? kNone : findTag(trimmed(text), namespaceURI, anyNamespace);
   if (row < 0) return operation.fails("Definition not found", kDefinitionNotFound);
   tagId = tags_.row(row).Id;
   return operation.returns(kSuccess);
@@ -73,14 +89,10 @@ std::int32_t StdDictionaryInfo::getTypeIdForTypeText(const unsigned short* text,
                                                      bool anyNamespace) const {
   KelOperation operation(nullptr, "StdDictionaryInfo::getTypeIdForTypeText", text, namespaceURI);
   if (textLength(text) > kMaximumNameLength) return operation.fails(kInvalidName, kNameTooLong);
-  for (std::int32_t row = 0; text != nullptr && row < types_.rowCount(); ++row) {
-    const SMD_TYPE_DEFINITION& type = types_.row(row);
-    if (!isTypeNamed(type, text)) continue;
-    if (!anyNamespace && !isInNamespace(type.NamespaceIndex, namespaceURI)) continue;
-    typeId = type.TypeId;
-    return operation.returns(kSuccess);
-  }
-  return operation.fails("Definiton not found", kDefinitionNotFound);
+  const std::int32_t row = text == nullptr ? kNone : findType(text, namespaceURI, anyNamespace);
+  if (row < 0) return operation.fails("Definiton not found", kDefinitionNotFound);
+  typeId = types_.row(row).TypeId;
+  return operation.returns(kSuccess);
 }
 
 }  // namespace cpi
