@@ -94,6 +94,74 @@ check walk-not-a-dictionary walk $sample/order.xml $sample/order.xml
 expect "a full disk is noticed" bash -c '! "$1" walk "$2" "$3" >/dev/full 2>&1' - "$tool" \
   "$dictionary" $sample/order.xml
 
+# Questions about a dictionary: the compiled sample, and a hand-written one with messages, roles of
+# values, overrides and a text that would steer a terminal.
+bank=tests/tool/data/bank.json
+faulty=tests/tool/data/faulty.json
+for verb in info find tree values path check dump convert; do
+  check "$verb-help" "$verb" --help
+done
+for verb in 'info' 'find 1' 'tree 1' 'values 1' 'path 1 1' 'check' 'dump' "convert $work/none"; do
+  read -r -a words <<<"$verb"
+  check "${words[0]}-no-dictionary" "${words[0]}" "$work/missing.json" "${words[@]:1}"
+done
+
+check info info "$dictionary"
+check info-json info "$dictionary" --json
+check info-messages info $bank
+check find find "$dictionary" name
+check find-id find "$dictionary" 91
+check find-type find "$dictionary" Article --type
+check find-wildcard find "$dictionary" 'any^lax ##other urn:example:order'
+check find-member find $bank Residence
+check find-json find $bank 204 --json
+check find-namespace find "$dictionary" note --namespace urn:example:order
+check find-other-namespace find "$dictionary" note --namespace ''
+check find-nothing find "$dictionary" nowhere
+check find-nothing-json find "$dictionary" nowhere --json
+check tree tree "$dictionary" order --depth 3
+check tree-depth tree "$dictionary" order --depth 1
+check tree-limit tree "$dictionary" order --limit 3
+check tree-json tree "$dictionary" article --json
+check tree-open tree $bank Payment
+check tree-nothing tree "$dictionary" nowhere
+check tree-bad-depth tree "$dictionary" order --depth 101
+check values values $bank Country
+check values-path values $bank 204 --path 0 --json
+check values-bad-path values $bank Country --path 1
+check values-none values $bank Name
+check values-nothing values $bank Nowhere
+check path path $bank Payment Country
+check path-json path $bank 17 204 --json
+check path-none path $bank 17 205
+check check check "$dictionary"
+check check-faults check $faulty
+check check-limit check $faulty --limit 2
+check check-json check $faulty --json --limit 1
+check tree-faulty tree $faulty Payment
+check values-faulty values $faulty Country
+check find-faulty find $faulty 302 --json
+check dump dump $bank
+
+check convert convert "$dictionary" "$work/order.image"
+check convert-back convert "$work/order.image" "$work/back.json"
+expect "an extract comes back as it was" cmp "$dictionary" "$work/back.json"
+check convert-tidy convert $bank "$work/tidy.json" --to extract
+check convert-image-tree tree "$work/order.image" order --depth 1
+check convert-bad-form convert $bank "$work/bank.xml" --to xml
+mkfifo "$work/pipe"
+cat $bank >"$work/pipe" &
+check info-pipe info "$work/pipe"
+wait
+check convert-pipe convert "$work/pipe" "$work/bank.image"
+check convert-unwritable convert $bank "$work/no/such/folder.image"
+head -c 500 "$work/order.image" >"$work/cut.image"
+check info-cut-image info "$work/cut.image"
+expect "a message with a full disk is noticed" bash -c '! "$1" tree "$2" order >/dev/full 2>&1' - \
+  "$tool" "$dictionary"
+expect "no colour without a terminal" bash -c '! "$1" tree "$2" order | grep -q "$(printf "\033")"' \
+  - "$tool" "$dictionary"
+
 for file in "$golden"/*.txt; do
   name=$(basename "$file" .txt)
   expect "golden file of a case that is gone: $name" [ -n "${seen[$name]:-}" ]

@@ -32,48 +32,37 @@ Json toJson(const cpi::DictionaryFault& fault) {
           {"expected", fault.expected}};
 }
 
-// Shows faults as far as the limit goes.
-class Faults {
- public:
-  explicit Faults(const Options& options) : options_(options) {}
+void printAsJson(const std::vector<cpi::DictionaryFault>& faults, std::int64_t count) {
+  Json list = Json::array();
+  for (const cpi::DictionaryFault& fault : faults) list.push_back(toJson(fault));
+  printJson({{"faultCount", count}, {"faults", std::move(list)}});
+}
 
-  void add(const cpi::DictionaryFault& fault) {
-    if (options_.limit != 0 && ++shown_ > options_.limit) return;
-    if (options_.isJson) {
-      list_.push_back(toJson(fault));
-    } else {
-      fmt::print("{}\n", cpi::lineOf(fault));
-    }
-  }
+void printAsText(const std::vector<cpi::DictionaryFault>& faults, std::int64_t count) {
+  for (const cpi::DictionaryFault& fault : faults) fmt::print("{}\n", cpi::lineOf(fault));
+  const std::int64_t more = count - static_cast<std::int64_t>(faults.size());
+  if (more > 0) fmt::print("... and {} more (--limit 0 shows all)\n", more);
+  fmt::print("{} fault{}\n", count == 0 ? "no" : std::to_string(count), count == 1 ? "" : "s");
+}
 
-  void finish(std::int64_t count) const {
-    if (options_.isJson) {
-      printJson({{"faultCount", count}, {"faults", list_}});
-    } else if (count == 0) {
-      fmt::print("no faults\n");
-    } else {
-      const std::int64_t more = options_.limit == 0 ? 0 : std::max<std::int64_t>(count - options_.limit, 0);
-      if (more > 0) fmt::print("... and {} more (--limit 0 shows all)\n", more);
-      fmt::print("{} fault{}\n", count, count == 1 ? "" : "s");
-    }
-  }
-
- private:
-  const Options& options_;
-  std::int64_t shown_ = 0;
-  Json list_ = Json::array();
-};
+std::int64_t check(const Options& options, const cpi::StdDictionaryInfo& dictionary,
+                   std::vector<cpi::DictionaryFault>& faults) {
+  const Progress progress("checking " + options.dictionary);
+  return cpi::checkDictionary(dictionary, [&](const cpi::DictionaryFault& fault) {
+    const auto count = static_cast<std::int64_t>(faults.size());
+    if (options.limit == 0 || count < options.limit) faults.push_back(fault);
+  });
+}
 
 int run(const Options& options) {
   const auto dictionary = openDictionary(options.dictionary);
-  Faults faults(options);
-  std::int64_t count = 0;
-  {
-    const Progress progress("checking " + options.dictionary);
-    count = cpi::checkDictionary(
-        *dictionary, [&](const cpi::DictionaryFault& fault) { faults.add(fault); });
+  std::vector<cpi::DictionaryFault> faults;
+  const std::int64_t count = check(options, *dictionary, faults);
+  if (options.isJson) {
+    printAsJson(faults, count);
+  } else {
+    printAsText(faults, count);
   }
-  faults.finish(count);
   finishOutput();
   return count == 0 ? kExitGood : kExitNo;
 }

@@ -13,6 +13,7 @@
 #include "cpi/extract/dictionarytables.h"
 #include "cpi/extract/extractwriter.h"
 #include "tools/stddict/outputfile.h"
+#include "tools/stddict/terminal.h"
 #include "tools/stddict/verbs.h"
 
 namespace {
@@ -51,6 +52,7 @@ cpi::DictionaryTables compile(const Options& options) {
 
 void run(const Options& options) {
   const auto start = std::chrono::steady_clock::now();
+  const Progress progress("compiling " + options.schemas.front());
   const cpi::DictionaryTables tables = compile(options);
   cpi::StdDictionaryInfo dictionary(0);
   cpi::feed(tables, dictionary);

@@ -48,7 +48,8 @@ Json usesFacts(const Dictionary& dictionary, const std::vector<std::int32_t>& ro
 }
 
 // What a member is, for people: an element's name, a group's composition, a wildcard's words.
-std::string memberWords(const Dictionary& dictionary, const cpi::SMD_STRUCTURE_ELEMENT_DEFINITION& member) {
+std::string memberWords(const Dictionary& dictionary,
+                        const cpi::SMD_STRUCTURE_ELEMENT_DEFINITION& member) {
   if (const auto* const tag = dictionary.tags().find(member.toTagIndex); tag != nullptr) {
     return shown(comparedName(tag->TextIdentifier));
   }
@@ -110,14 +111,14 @@ Json valueFact(const cpi::StdDictionaryInfo& dictionary, std::int32_t valueIndex
 }
 
 Json valueSetFacts(const cpi::StdDictionaryInfo& dictionary, std::int32_t tagIndex,
-                   std::int32_t overrideIndex) {
+                   std::int32_t overrideIndex, std::size_t limit) {
   Json facts = Json::array();
   cpi::StdValueIterator at(nullptr, &dictionary, tagIndex, overrideIndex);
-  for (;; at.moveToNextValue()) {
+  for (; facts.size() < limit; at.moveToNextValue()) {
     cpi::PWFData value;
     std::int32_t role = 0;
     try {
-      if (at.getValue(value, role) != cpi::kSuccess) return facts;
+      if (at.getValue(value, role) != cpi::kSuccess) break;
       facts.push_back({{"value", typedFact(value)},
                        {"kind", logicalTypeWord(value.getLogicalType())},
                        {"role", role}});
@@ -125,12 +126,13 @@ Json valueSetFacts(const cpi::StdDictionaryInfo& dictionary, std::int32_t tagInd
       facts.push_back({{"value", nullptr}, {"kind", "unknown"}, {"role", role}});
     }
   }
+  return facts;
 }
 
 Json valueList(const cpi::StdDictionaryInfo& dictionary, std::int32_t tagIndex,
-               std::int32_t overrideIndex) {
+               std::int32_t overrideIndex, std::size_t limit) {
   Json list = Json::array();
-  for (const Json& entry : valueSetFacts(dictionary, tagIndex, overrideIndex)) {
+  for (const Json& entry : valueSetFacts(dictionary, tagIndex, overrideIndex, limit)) {
     list.push_back(entry["value"]);
   }
   return list;
@@ -183,29 +185,32 @@ Json tagFacts(const cpi::StdDictionaryInfo& dictionary, const Usage& usage, std:
           {"values", valueList(dictionary, row, cpi::kNone)},
           {"default", valueFact(dictionary, tag.DVTableIndex)},
           {"overrideRow", lengthFact(tag.PathBaseInfoTableIndex)},
-          {"composition",
-           type == nullptr || type->LogicalType != 0 ? Json() : textFact(compositionWord(type->Composition))},
+          {"composition", type == nullptr || type->LogicalType != 0
+                              ? Json()
+                              : textFact(compositionWord(type->Composition))},
           {"members", membersFacts(dictionary, tag.ToTypeIndexField)},
           {"usedIn", usesFacts(dictionary, usage.membersWithTag(row))}};
 }
 
 Json typeFacts(const cpi::StdDictionaryInfo& dictionary, const Usage& usage, std::int32_t row) {
   const auto& type = dictionary.types().row(row);
-  const std::int32_t base = type.BaseTypeId < 1 ? cpi::kNone : dictionary.getTypeDefIndex(type.BaseTypeId);
+  const std::int32_t base =
+      type.BaseTypeId < 1 ? cpi::kNone : dictionary.getTypeDefIndex(type.BaseTypeId);
   Json tags = Json::array();
-  for (const std::int32_t tag : usage.tagsOfType(row)) tags.push_back(tagReference(dictionary, tag));
-  return {{"id", type.TypeId},
-          {"row", row},
-          {"name", textFact(type.Identifier)},
-          {"namespace", namespaceFact(dictionary, type.NamespaceIndex)},
-          {"logicalType", textFact(logicalTypeWord(type.LogicalType))},
-          {"base", typeReference(dictionary, base)},
-          {"composition",
-           type.LogicalType != 0 ? Json() : textFact(compositionWord(type.Composition))},
-          {"content", type.LogicalType != 0 ? Json() : textFact(contentWord(type.Content))},
-          {"members", membersFacts(dictionary, row)},
-          {"tags", std::move(tags)},
-          {"usedIn", usesFacts(dictionary, usage.membersWithType(row))}};
+  for (const std::int32_t tag : usage.tagsOfType(row))
+    tags.push_back(tagReference(dictionary, tag));
+  return {
+      {"id", type.TypeId},
+      {"row", row},
+      {"name", textFact(type.Identifier)},
+      {"namespace", namespaceFact(dictionary, type.NamespaceIndex)},
+      {"logicalType", textFact(logicalTypeWord(type.LogicalType))},
+      {"base", typeReference(dictionary, base)},
+      {"composition", type.LogicalType != 0 ? Json() : textFact(compositionWord(type.Composition))},
+      {"content", type.LogicalType != 0 ? Json() : textFact(contentWord(type.Content))},
+      {"members", membersFacts(dictionary, row)},
+      {"tags", std::move(tags)},
+      {"usedIn", usesFacts(dictionary, usage.membersWithType(row))}};
 }
 
 Json memberFacts(const cpi::StdDictionaryInfo& dictionary, const Usage&, std::int32_t row) {

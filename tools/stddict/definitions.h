@@ -21,7 +21,8 @@ struct Query {
 std::vector<std::int32_t> findTags(const cpi::StdDictionaryInfo& dictionary, const Query& query);
 // The same, but the rows with the whole name if there are any.
 std::vector<std::int32_t> chooseTags(const cpi::StdDictionaryInfo& dictionary, const Query& query);
-// The Types rows of an id or of a whole name; the Type Members rows of an id or of a name.
+// The Types rows of an id or of a whole name; the Type Members rows of an id, or of a name that is
+// not also their tag's.
 std::vector<std::int32_t> findTypes(const cpi::StdDictionaryInfo& dictionary, const Query& query);
 std::vector<std::int32_t> findMembers(const cpi::StdDictionaryInfo& dictionary, const Query& query);
 
@@ -41,12 +42,15 @@ Json namespaceFact(const cpi::StdDictionaryInfo& dictionary, std::int32_t namesp
 // A value as JSON has it: numbers and flags as such, the rest as text. Null when there is none, or
 // none of a known kind.
 Json valueFact(const cpi::StdDictionaryInfo& dictionary, std::int32_t valueIndex);
+// Values that a set may have before it is cut: far more than code lists in use have.
+inline constexpr std::size_t kValueLimit = 100'000;
+
 // {"value", "kind", "role"} of each value that readers find in a tag's set, or in an override's.
 Json valueSetFacts(const cpi::StdDictionaryInfo& dictionary, std::int32_t tagIndex,
-                   std::int32_t overrideIndex);
-// The values of such a set alone.
+                   std::int32_t overrideIndex, std::size_t limit = kValueLimit);
+// The values of such a set alone, and at most `limit` of them.
 Json valueList(const cpi::StdDictionaryInfo& dictionary, std::int32_t tagIndex,
-               std::int32_t overrideIndex);
+               std::int32_t overrideIndex, std::size_t limit = kValueLimit);
 
 // Where definitions are used: made once, asked often.
 class Usage {

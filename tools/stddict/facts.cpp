@@ -69,7 +69,8 @@ std::string inlineObject(const Json& value, std::size_t limit) {
   std::string text;
   for (const auto& [key, field] : value.items()) {
     if (isEmpty(field)) continue;
-    text += fmt::format("{}{} {}", text.empty() ? "" : ", ", labelOf(key), inlineText(field, limit));
+    text +=
+        fmt::format("{}{} {}", text.empty() ? "" : ", ", labelOf(key), inlineText(field, limit));
   }
   return text;
 }
@@ -103,7 +104,8 @@ class Table {
   void print(const Layout& layout) const {
     std::vector<std::size_t> widths(keys_.size(), 0);
     for (const auto& line : lines_) {
-      for (std::size_t i = 0; i < line.size(); ++i) widths[i] = std::max(widths[i], widthOf(line[i]));
+      for (std::size_t i = 0; i < line.size(); ++i)
+        widths[i] = std::max(widths[i], widthOf(line[i]));
     }
     for (const auto& line : lines_) {
       std::string text;

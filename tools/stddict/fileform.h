@@ -4,7 +4,8 @@
 
 #include <string>
 
-// "image" or "extract", by the first byte; "extract" for a file that cannot be read.
+// "image" or "extract", by the first byte. Empty for what is no regular file: a pipe gives its
+// bytes but once.
 std::string fileFormOf(const std::string& path);
 
 #endif  // TOOLS_STDDICT_FILEFORM_H

@@ -1,8 +1,9 @@
 // stddict dump and stddict convert: a dictionary file as text, and in its other form.
 #include <fmt/core.h>
-#include <spdlog/spdlog.h>
 
+#include <filesystem>
 #include <fstream>
+#include <system_error>
 
 #include "cpi/dictinfo/dictionaryimage.h"
 #include "cpi/extract/dictionaryfile.h"
@@ -44,11 +45,18 @@ void runDump(const Options& options) {
   finishOutput();
 }
 
+std::string outputForm(const Options& options) {
+  if (!options.form.empty()) return options.form;
+  const std::string form = fileFormOf(options.dictionary);
+  if (form.empty() && std::filesystem::exists(options.dictionary)) {
+    throw cpi::FileError(options.dictionary, {}, "no regular file to tell the form of",
+                         "--to extract or --to image");
+  }
+  return form == kImage ? kExtract : kImage;
+}
+
 void runConvert(const Options& options) {
-  // The form first: a pipe gives its first byte once, but then takes --to.
-  const std::string form = !options.form.empty()                             ? options.form
-                           : fileFormOf(options.dictionary) == kImage ? kExtract
-                                                                             : kImage;
+  const std::string form = outputForm(options);
   const auto dictionary = openDictionary(options.dictionary);
   const Progress progress("writing " + options.output);
   OutputFile output(options.output);
@@ -66,6 +74,8 @@ void runConvert(const Options& options) {
 }  // namespace
 
 std::string fileFormOf(const std::string& path) {
+  std::error_code ignored;
+  if (!std::filesystem::is_regular_file(path, ignored)) return {};
   std::ifstream stream(path, std::ios::binary);
   return stream.peek() == cpi::kImageFirstByte ? kImage : kExtract;
 }

@@ -1,6 +1,7 @@
 // stddict find: everything known of a tag, a type or a member.
 #include <fmt/core.h>
 
+#include <algorithm>
 #include <optional>
 
 #include "tools/stddict/definitions.h"
@@ -17,7 +18,7 @@ constexpr const char* kFooter = R"(Examples:
 A number is looked up as the id of a tag, a type and a member, a name (or a number that is no id) as
 the name of each. Element names are compared with the whole name of a tag and with what follows '^'
 in it, since tags of local elements are named like l5^street. With each definition stands where it
-is used. Exit code: 0 when something was found, 1 when not, 2 when the file cannot be read.)";
+is used; members that bear the name of their tag are listed there and not by themselves. Exit code: 0 when something was found, 1 when not, 2 when the file cannot be read.)";
 
 struct Options {
   std::string dictionary;
@@ -27,8 +28,9 @@ struct Options {
   bool isAll = false;
 };
 
-// What is shown of many matches, unless all is asked for.
+// Matches that are shown, unless all are asked for.
 constexpr std::size_t kMatchLimit = 20;
+constexpr std::size_t kJsonMatchLimit = 1'000;
 
 using Rows = std::vector<std::int32_t>;
 
@@ -53,18 +55,20 @@ class Finder {
   template <class FactsOf>
   void add(const std::string& kind, const Rows& rows, FactsOf factsOf) {
     count_ += rows.size();
-    Json& list = facts_[kind + "s"] = Json::array();
-    for (std::size_t i = 0; i < rows.size(); ++i) {
-      if (!options_.isAll && !options_.isJson && i == kMatchLimit) {
-        fmt::print("... and {} more {}s (--all shows them)\n\n", rows.size() - i, kind);
-        return;
-      }
-      const Json facts = factsOf(dictionary_, usage_, rows[i]);
-      if (options_.isJson) {
-        list.push_back(facts);
-      } else {
-        print(kind, facts);
-      }
+    const std::size_t limit = options_.isAll    ? rows.size()
+                              : options_.isJson ? kJsonMatchLimit
+                                                : kMatchLimit;
+    const std::size_t shown = std::min(rows.size(), limit);
+    Json list = Json::array();
+    for (std::size_t i = 0; i < shown; ++i) {
+      Json facts = factsOf(dictionary_, usage_, rows[i]);
+      if (!options_.isJson) print(kind, facts);
+      if (options_.isJson) list.push_back(std::move(facts));
+    }
+    facts_[kind + "Count"] = rows.size();
+    facts_[kind + "s"] = std::move(list);
+    if (!options_.isJson && shown < rows.size()) {
+      fmt::print("{}s: {} more (--all shows them)\n\n", kind, rows.size() - shown);
     }
   }
 
@@ -105,7 +109,7 @@ void addFind(CLI::App& app, int& exitCode) {
                   "Only names of this namespace; '' for those of none")
       ->type_name("URI");
   verb.add_flag("--type", options->isTypeOnly, "Types only");
-  verb.add_flag("--all", options->isAll, "All entries of long lists");
-  verb.add_flag("--json", options->isJson, "One JSON object, with all entries");
+  verb.add_flag("--all", options->isAll, "All matches, and all entries of long lists");
+  verb.add_flag("--json", options->isJson, "One JSON object, with up to 1000 matches of a kind");
   verb.callback([options, &exitCode] { exitCode = run(*options); });
 }

@@ -10,7 +10,9 @@ namespace {
 class Names {
  public:
   Names(const cpi::StdDictionaryInfo& dictionary, const Query& query)
-      : dictionary_(dictionary), name_(cpi::toUtf16(query.text)), hasNamespace_(query.namespaceUri) {
+      : dictionary_(dictionary),
+        name_(cpi::toUtf16(query.text)),
+        hasNamespace_(query.namespaceUri) {
     if (hasNamespace_) uri_ = cpi::KelStringBase::fromUtf8(*query.namespaceUri);
   }
   bool isIn(std::int32_t namespaceIndex) const {
@@ -20,7 +22,7 @@ class Names {
     return text != nullptr && cpi::textView(text) == name_;
   }
   bool isCompared(const unsigned short* text) const {
-    return text != nullptr && (cpi::textView(text) == name_ || comparedName(text) == name_);
+    return isWhole(text) || (!name_.empty() && comparedName(text) == name_);
   }
 
  private:
@@ -80,7 +82,8 @@ std::vector<std::int32_t> findTypes(const cpi::StdDictionaryInfo& dictionary, co
   });
 }
 
-// Members have no namespace of their own: they are in their tag's.
+// Members have no namespace of their own: they are in their tag's. Those that are named like their
+// tag are told with it.
 std::vector<std::int32_t> findMembers(const cpi::StdDictionaryInfo& dictionary,
                                       const Query& query) {
   const Names names(dictionary, query);
@@ -88,6 +91,7 @@ std::vector<std::int32_t> findMembers(const cpi::StdDictionaryInfo& dictionary,
   return rowsOf(dictionary.typeMembers(), query, &Member::Id, [&](const Member& member) {
     if (!names.isWhole(member.PhysicalName)) return false;
     const auto* const tag = dictionary.tags().find(member.toTagIndex);
-    return names.isIn(tag == nullptr ? cpi::kNone : tag->namespaceIndex);
+    if (tag == nullptr) return names.isIn(cpi::kNone);
+    return names.isIn(tag->namespaceIndex) && !names.isCompared(tag->TextIdentifier);
   });
 }

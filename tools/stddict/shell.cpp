@@ -7,7 +7,7 @@
 #include <memory>
 #include <string>
 
-#include "cpi/extract/dictionaryfile.h"
+#include "cpi/extract/fileerror.h"
 #include "tools/stddict/shellprint.h"
 #include "tools/stddict/shellsession.h"
 #include "tools/stddict/verbs.h"
@@ -83,12 +83,12 @@ class Console {
 
 int run(const Options& options) {
   const std::unique_ptr<const cpi::StdDictionaryInfo> dictionary =
-      cpi::loadDictionary(options.dictionary);
+      openDictionary(options.dictionary);
   const bool isAllDone = Console(*dictionary, options.isJson).run();
   if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
     throw cpi::FileError("standard output", {}, "cannot be written");
   }
-  return isAllDone || !options.isStrict ? kExitGood : kExitNotPlaced;
+  return isAllDone || !options.isStrict ? kExitGood : kExitNo;
 }
 
 }  // namespace
@@ -97,7 +97,7 @@ void addShell(CLI::App& app, int& exitCode) {
   CLI::App& verb = *app.add_subcommand("shell", "Ask a dictionary and walk it, line by line");
   verb.footer(kFooter);
   const auto options = std::make_shared<Options>();
-  verb.add_option("DICT", options->dictionary, "Dictionary file")->required()->type_name("FILE");
+  addDictionary(verb, options->dictionary);
   verb.add_flag("--json", options->isJson, "One JSON object per line that was done");
   verb.add_flag("--strict", options->isStrict, "Exit code 1 when a line had an error");
   verb.callback([options, &exitCode] { exitCode = run(*options); });

@@ -87,16 +87,16 @@ std::string usageOf(const Operation& operation) {
   for (const std::string_view name : operation.inNames()) {
     fmt::format_to(std::back_inserter(text), " {}", name);
   }
-  return text;
+  return operation.inNames().empty() ? text + " alone" : text;
 }
 
 [[noreturn]] void refuseUnknown(const std::string& name) {
-  constexpr std::size_t kMostHints = 3;
   const std::vector<const Operation*> alike = operationsLike(name);
-  std::string hint = "`help` lists all operations";
-  if (!alike.empty() && alike.size() <= kMostHints) {
-    hint = fmt::format("did you mean {}?", alike.front()->name);
-  }
+  // The shortest name is the nearest one.
+  const auto nearest = std::ranges::min_element(
+      alike, {}, [](const Operation* operation) { return operation->name.size(); });
+  const std::string hint = alike.empty() ? "`help` lists all operations"
+                                         : fmt::format("did you mean {}?", (*nearest)->name);
   throw LineError(fmt::format("unknown operation \"{}\"; {}", name, hint));
 }
 
@@ -108,11 +108,10 @@ const Operation& chooseOperation(const std::string& name, std::size_t count) {
   std::string expected;
   for (const Operation* operation : named) {
     if (operation->inNames().size() == count) return *operation;
-    fmt::format_to(std::back_inserter(expected), "{}`{}`", expected.empty() ? "" : " or ",
-                   usageOf(*operation));
+    expected += (expected.empty() ? "" : " or ") + usageOf(*operation);
   }
-  throw LineError(fmt::format("found {} argument{}; expected {}", count, count == 1 ? "" : "s",
-                              expected));
+  throw LineError(
+      fmt::format("found {} argument{}; expected: {}", count, count == 1 ? "" : "s", expected));
 }
 
 std::vector<Argument> readArguments(const Operation& operation, std::span<const Word> words) {

@@ -91,7 +91,7 @@ struct Slot {
   Value value;
 };
 template <class T>
-  requires kIsOut<T>
+requires kIsOut<T>
 struct Slot<T> {
   using Value = std::remove_cvref_t<T>;
 
@@ -206,7 +206,7 @@ inline constexpr Call bind = Binding<Function>::call;
 
 // Picks one of several functions of a name by its type.
 template <class Object, class Type>
-constexpr auto pick(Type Object::* function) {
+constexpr auto pick(Type Object::*function) {
   return function;
 }
 

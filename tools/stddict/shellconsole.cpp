@@ -61,8 +61,7 @@ std::string summaryOf(const Operation& operation) {
 std::string detailsOf(const Operation& operation) {
   const std::vector<std::string_view> names = operation.inNames();
   const std::vector<Kind> kinds = operation.inKinds();
-  std::string text =
-      fmt::format("{}{}\n  {}\n", operation.name, joined(names), operation.help);
+  std::string text = fmt::format("{}{}\n  {}\n", operation.name, joined(names), operation.help);
   for (std::size_t i = 0; i < names.size(); ++i) {
     fmt::format_to(std::back_inserter(text), "  {}: {}\n", names[i], textOf(kinds[i]).meaning);
   }
@@ -107,16 +106,14 @@ constexpr Operation kOperations[] = {
     {"help", "", "list all operations", bind<&help>},
     {"help", "operation", "tell more about one, or find it by a part of its name", bind<&helpOn>},
     {"trace", "switch", "print the trace items that operations write", bind<&trace>},
-    {"stack", "switch", "print the stack after each operation of the iterator; at first on",
-     bind<&stack>},
+    {"stack", "switch", "print the stack after operations of the iterator", bind<&stack>},
     {"quit", "", "leave the console", bind<&quit>},
 };
 
 std::string lowered(std::string_view text) {
   std::string low(text);
-  std::ranges::transform(low, low.begin(), [](unsigned char byte) {
-    return static_cast<char>(std::tolower(byte));
-  });
+  std::ranges::transform(low, low.begin(),
+                         [](unsigned char byte) { return static_cast<char>(std::tolower(byte)); });
   return low;
 }
 

@@ -22,7 +22,8 @@ Json visitTable(const Dictionary& dictionary, std::size_t slot, Visit visit) {
   };
   [&]<std::size_t... N>(std::index_sequence<N...>) {
     (tryOne(std::integral_constant<std::size_t, N>()), ...);
-  }(std::make_index_sequence<cpi::kTableCount>());
+  }
+  (std::make_index_sequence<cpi::kTableCount>());
   return result;
 }
 

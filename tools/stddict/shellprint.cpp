@@ -46,17 +46,18 @@ std::string escaped(std::string_view text, bool isQuoted) {
   return out;
 }
 
-std::string quoted(std::string_view text) { return '"' + escaped(text, true) + '"'; }
+std::string inQuotes(std::string_view text) { return '"' + escaped(text, true) + '"'; }
 
-// The lines of a report, each made harmless.
+// A report with its line ends and tabs, and without the other controls.
 std::string lines(std::string_view text) {
   std::string out;
   while (!text.empty()) {
-    const std::size_t end = text.find('\n');
-    out += escaped(text.substr(0, end), false) + '\n';
+    const std::size_t end = text.find_first_of("\n\t");
+    out += escaped(text.substr(0, end), false);
+    if (end != text.npos) out += text[end];
     text.remove_prefix(end == text.npos ? text.size() : end + 1);
   }
-  return out;
+  return out.ends_with('\n') ? out : out + '\n';
 }
 
 std::string failureText(const LineOutcome& outcome) {
@@ -66,7 +67,7 @@ std::string failureText(const LineOutcome& outcome) {
     fmt::format_to(std::back_inserter(text), "{} 0x{:08X}: ", failure.type, failure.number);
   }
   text += escaped(failure.text, false);
-  for (const std::string& insert : failure.inserts) text += ", " + quoted(insert);
+  for (const std::string& insert : failure.inserts) text += ", " + inQuotes(insert);
   if (!failure.where.empty()) text += "; in " + escaped(failure.where, false);
   return text + '\n';
 }
@@ -119,13 +120,13 @@ Json failureJson(const Failure& failure) {
 }  // namespace
 
 std::string written(const Json& value, bool hasQuotedKeys) {
-  if (value.is_string()) return quoted(value.get_ref<const std::string&>());
+  if (value.is_string()) return inQuotes(value.get_ref<const std::string&>());
   if (!value.is_structured()) return value.dump();
   std::string text;
   for (const auto& [key, item] : value.items()) {
     text += text.empty() ? "" : (hasQuotedKeys ? "," : ", ");
     if (value.is_object()) {
-      text += hasQuotedKeys ? quoted(key) + ':' : key + ": ";
+      text += hasQuotedKeys ? inQuotes(key) + ':' : key + ": ";
     }
     text += written(item, hasQuotedKeys);
   }

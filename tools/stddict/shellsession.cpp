@@ -52,7 +52,8 @@ std::vector<std::string_view> namesOf(const Operation& operation, bool isOut) {
 bool isIteratorOperation(const Operation& operation) {
   for (const Group& group : allGroups()) {
     const auto* const first = group.operations.data();
-    if (group.movesIterator && &operation >= first && &operation < first + group.operations.size()) {
+    if (group.movesIterator && &operation >= first &&
+        &operation < first + group.operations.size()) {
       return true;
     }
   }
@@ -87,7 +88,10 @@ void run(const Operation& operation, Session& session, std::span<const Argument>
 Failure failureOf(const cpi::KelException& error) {
   const bool isParserError = dynamic_cast<const cpi::KelParserException*>(&error) != nullptr;
   Failure failure{isParserError ? "KelParserException" : "KelConfigurationException",
-                  error.messageNumber(), error.message(), {}, {}};
+                  error.messageNumber(),
+                  error.message(),
+                  {},
+                  {}};
   for (const cpi::KelInsert& insert : error.inserts()) failure.inserts.push_back(insert.text());
   failure.where = fmt::format("{} ({}:{})", error.operation(), error.file(), error.line());
   return failure;

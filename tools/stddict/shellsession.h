@@ -15,8 +15,7 @@ std::vector<const Operation*> operationsNamed(std::string_view name);
 std::vector<const Operation*> operationsLike(std::string_view part);
 
 // Performs a line and tells the outcome, whatever it is; nothing for an empty line or a comment.
-std::optional<LineOutcome> performLine(Session& session, std::size_t number,
-                                       std::string_view line);
+std::optional<LineOutcome> performLine(Session& session, std::size_t number, std::string_view line);
 
 }  // namespace shell
 

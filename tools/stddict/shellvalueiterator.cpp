@@ -7,9 +7,7 @@ namespace {
 
 using ValueIterator = cpi::StdValueIterator;
 
-void construct(Session& session) {
-  session.values = ValueIterator(nullptr, &session.dictionary);
-}
+void construct(Session& session) { session.values = ValueIterator(nullptr, &session.dictionary); }
 void constructInContext(Session& session, std::int32_t tagIndex, std::int32_t pathBasedInfoIndex) {
   session.values = ValueIterator(nullptr, &session.dictionary, tagIndex, pathBasedInfoIndex);
 }

@@ -95,7 +95,8 @@ std::string printable(std::string text) {
   const auto isControl = [](unsigned char byte) { return byte < 0x20 || byte == 0x7F; };
   // The second control block of Unicode, which is two bytes in UTF-8.
   const auto isWideControl = [&](std::size_t i) {
-    return text[i] == '\xC2' && i + 1 < text.size() && static_cast<unsigned char>(text[i + 1]) < 0xA0;
+    return text[i] == '\xC2' && i + 1 < text.size() &&
+           static_cast<unsigned char>(text[i + 1]) < 0xA0;
   };
   std::string shown;
   for (std::size_t i = 0; i < text.size(); ++i) {

@@ -17,7 +17,8 @@ constexpr const char* kValuesFooter = R"(Examples:
   stddict values bank.json CountryCode --path 3
 
 The values are those that a reader of the dictionary finds, in order, each with its kind and its
-role. With --path they are those of a row of Path Based Info, if it has a set of its own.
+role. With --path they are those of a row of Path Based Info, if it has a set of its own, and the
+default is the row's.
 Exit code: 0 when there are values, 1 when not, 2 when the file cannot be read.)";
 
 constexpr const char* kPathFooter = R"(Examples:
@@ -43,26 +44,33 @@ int noSuchTag(const Query& query) {
   return kExitNo;
 }
 
+// Tags of one name that are told of.
+constexpr std::size_t kTagLimit = 1'000;
+
 // --- values --------------------------------------------------------------------------------------
 
 Json valuesFacts(const cpi::StdDictionaryInfo& dictionary, const Options& options) {
   Json list = Json::array();
   for (const std::int32_t row : chooseTags(dictionary, options.tag)) {
+    if (list.size() == kTagLimit) break;
     const auto& tag = dictionary.tags().row(row);
+    const auto* const override = dictionary.pathBasedInfo().find(options.overrideRow);
     list.push_back({{"tag", tagReference(dictionary, row)},
                     {"namespace", namespaceFact(dictionary, tag.namespaceIndex)},
                     {"values", valueSetFacts(dictionary, row, options.overrideRow)},
-                    {"default", valueFact(dictionary, tag.DVTableIndex)}});
+                    {"default", valueFact(dictionary, override == nullptr ? tag.DVTableIndex
+                                                                          : override->DVIndex)}});
   }
   return list;
 }
 
 void printValues(const Json& tag) {
   const Layout layout{Style(), 2, 0};
-  fmt::print("{}{}\n", layout.style.strong(tag["tag"]["name"].get<std::string>()),
-             tag["values"].empty() ? ": no values" : "");
-  if (tag["values"].empty()) return;
-  printFacts({{"values", tag["values"]}, {"default", tag["default"]}}, layout);
+  const bool isEmpty = tag["values"].empty();
+  fmt::print("{} {}{}\n", layout.style.strong("tag " + tag["tag"]["id"].dump()),
+             layout.style.strong(tag["tag"]["name"].get<std::string>()),
+             isEmpty ? ": no values" : "");
+  if (!isEmpty) printFacts({{"values", tag["values"]}, {"default", tag["default"]}}, layout);
 }
 
 int runValues(const Options& options) {
@@ -87,7 +95,8 @@ int runValues(const Options& options) {
 
 // --- path ----------------------------------------------------------------------------------------
 
-// The id of an argument: a number as it is, else the id of the tag of this name; 0 when there is none.
+// The id of an argument: a number as it is, else the id of the tag of this name; 0 when there is
+// none.
 std::int32_t idOf(const cpi::StdDictionaryInfo& dictionary, const std::string& text) {
   std::int32_t id = 0;
   if (readId(text, id)) return id;
@@ -108,8 +117,7 @@ std::vector<std::int32_t> pathBegins(const cpi::StdDictionaryInfo& dictionary) {
 Json memberReference(const cpi::StdDictionaryInfo& dictionary, std::int32_t memberId) {
   const auto* const member =
       dictionary.typeMembers().find(dictionary.getStructDefIndexFromMbrID(memberId));
-  const auto* const tag =
-      member == nullptr ? nullptr : dictionary.tags().find(member->toTagIndex);
+  const auto* const tag = member == nullptr ? nullptr : dictionary.tags().find(member->toTagIndex);
   std::string name = member == nullptr ? std::string() : shown(member->PhysicalName);
   if (tag != nullptr) name = shown(comparedName(tag->TextIdentifier));
   return reference(memberId, name);

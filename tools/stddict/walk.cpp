@@ -3,16 +3,16 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <cstdio>
-#include <cstdlib>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
-#include "cpi/extract/dictionaryfile.h"
+#include "cpi/extract/fileerror.h"
 #include "cpi/walk/walkmodel.h"
 #include "cpi/walk/xmlwalker.h"
+#include "tools/stddict/terminal.h"
 #include "tools/stddict/verbs.h"
 #include "tools/stddict/walkreport.h"
 
@@ -42,8 +42,6 @@ struct Options {
   bool isQuiet = false;
 };
 
-bool isColourWanted() { return ::isatty(STDOUT_FILENO) != 0 && std::getenv("NO_COLOR") == nullptr; }
-
 std::unique_ptr<WalkReport> makeReport(const Options& options) {
   return options.isJson ? makeJsonReport(options.isQuiet)
                         : makeTextReport(options.isQuiet, isColourWanted());
@@ -64,18 +62,20 @@ int walkOne(cpi::XmlWalker& walker, const std::string& message, WalkReport& repo
 }
 
 int run(const Options& options) {
-  const std::unique_ptr<const cpi::StdDictionaryInfo> dictionary =
-      cpi::loadDictionary(options.dictionary);
+  const auto dictionary = openDictionary(options.dictionary);
   const cpi::WalkModel model(*dictionary);
   cpi::XmlWalker walker(model);
   const std::unique_ptr<WalkReport> report = makeReport(options);
+  // Lines on the terminal tell by themselves how far it is.
+  std::optional<Progress> progress;
+  if (::isatty(STDOUT_FILENO) == 0) progress.emplace("walking messages");
   int exitCode = kExitGood;
-  for (const std::string& message : options.messages) {
-    exitCode = std::max(exitCode, walkOne(walker, message, *report));
+  for (std::size_t i = 0; i < options.messages.size(); ++i) {
+    exitCode = std::max(exitCode, walkOne(walker, options.messages[i], *report));
+    const auto count = static_cast<double>(options.messages.size());
+    if (progress && count > 1) progress->setDone(static_cast<double>(i + 1) / count);
   }
-  if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
-    throw cpi::FileError("standard output", {}, "cannot be written");
-  }
+  finishOutput();
   return exitCode;
 }
 
@@ -85,7 +85,7 @@ void addWalk(CLI::App& app, int& exitCode) {
   CLI::App& verb = *app.add_subcommand("walk", "Walk XML messages along a dictionary");
   verb.footer(kFooter);
   const auto options = std::make_shared<Options>();
-  verb.add_option("DICT", options->dictionary, "Dictionary file")->required()->type_name("FILE");
+  addDictionary(verb, options->dictionary);
   verb.add_option("MESSAGE", options->messages, "XML messages")->required()->type_name("FILE");
   verb.add_flag("--json", options->isJson, "One JSON object per element and per message");
   verb.add_flag("--quiet", options->isQuiet, "Summaries only");

@@ -91,11 +91,13 @@ bool isMarked(const unsigned short* text) noexcept {
   return cpi::textView(text).find(cpi::kNameMark) != std::u16string_view::npos;
 }
 
-bool isGroup(const cpi::SMD_STRUCTURE_ELEMENT_DEFINITION& member, const cpi::SMD_TYPE_DEFINITION* type) noexcept {
+bool isGroup(const cpi::SMD_STRUCTURE_ELEMENT_DEFINITION& member,
+             const cpi::SMD_TYPE_DEFINITION* type) noexcept {
   return member.toTagIndex == cpi::kNone && type != nullptr && type->LogicalType == 0;
 }
 
-bool isWildcard(const cpi::SMD_STRUCTURE_ELEMENT_DEFINITION& member, const cpi::SMD_TYPE_DEFINITION* type) noexcept {
+bool isWildcard(const cpi::SMD_STRUCTURE_ELEMENT_DEFINITION& member,
+                const cpi::SMD_TYPE_DEFINITION* type) noexcept {
   return member.toTagIndex == cpi::kNone && type != nullptr &&
          type->LogicalType >= cpi::kFirstWildcardLogicalType;
 }

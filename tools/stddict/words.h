@@ -25,9 +25,11 @@ std::u16string_view comparedName(const unsigned short* text) noexcept;
 bool isMarked(const unsigned short* text) noexcept;
 
 // A member that stands for the members inside it: no tag, and a type without values.
-bool isGroup(const cpi::SMD_STRUCTURE_ELEMENT_DEFINITION& member, const cpi::SMD_TYPE_DEFINITION* type) noexcept;
+bool isGroup(const cpi::SMD_STRUCTURE_ELEMENT_DEFINITION& member,
+             const cpi::SMD_TYPE_DEFINITION* type) noexcept;
 // A member that stands for elements of certain namespaces.
-bool isWildcard(const cpi::SMD_STRUCTURE_ELEMENT_DEFINITION& member, const cpi::SMD_TYPE_DEFINITION* type) noexcept;
+bool isWildcard(const cpi::SMD_STRUCTURE_ELEMENT_DEFINITION& member,
+                const cpi::SMD_TYPE_DEFINITION* type) noexcept;
 // "any element outside urn:x (lax)".
 std::string wildcardWords(const cpi::SMD_TYPE_DEFINITION& type);
 
