@@ -8,7 +8,6 @@
 
 #include <cstdint>
 #include <exception>
-#include <source_location>
 #include <string>
 #include <vector>
 

@@ -73,6 +73,9 @@ class XmlPushParser::Context {
  public:
   Context(XmlEvents& events, std::string fileName)
       : events_(events), fileName_(std::move(fileName)) {
+    // Parsers made in several threads at once would each initialise the library.
+    static const bool isInitialised = (xmlInitParser(), true);
+    static_cast<void>(isInitialised);
     xmlSAXHandler handler = makeHandler();
     parser_ = xmlCreatePushParserCtxt(&handler, nullptr, nullptr, 0, fileName_.c_str());
     if (parser_ == nullptr) throw std::bad_alloc();

@@ -3,7 +3,6 @@
 #define CPI_DICTINFO_STDDI_NAVIGATE_NAVIGATION_H
 
 #include <cstdint>
-#include <source_location>
 
 #include "cpi/dictinfo/stddi/stddictionaryiterator.h"
 
@@ -15,8 +14,8 @@ inline constexpr const char* kIteratorHeader = "stddictionaryiterator";
 
 // Builds the site of an error thrown here.
 inline ErrorSite siteOf(const char* file, const char* operation,
-                        std::source_location where = std::source_location::current()) {
-  return {file, static_cast<std::int32_t>(where.line()), operation};
+                        std::int32_t line = __builtin_LINE()) {
+  return {file, line, operation};
 }
 
 // Written when the filter admits trace items.

@@ -35,7 +35,11 @@ class Report {
 
   template <class... Values>
   void print(const char* format, const Values&... values) const {
-    std::fprintf(stream_, format, raw(values)...);
+    if constexpr (sizeof...(values) == 0) {
+      std::fputs(format, stream_);
+    } else {
+      std::fprintf(stream_, format, raw(values)...);
+    }
   }
   void legend(const Section& section) const {
     for (const Column& column : section.columns) {
