@@ -89,10 +89,12 @@ struct Verdict {
   // The fault follows from one that was told before: the second of two swapped elements. It is no
   // Finding, and it is not counted.
   bool isConsequence = false;
-  std::int32_t occurrence = 0;       // of the member, counted from 1; 0 for a non-member
-  std::int32_t memberIndex = kNone;  // Type Members row; of a wildcard's own member, too
-  std::int32_t tagIndex = kNone;     // Tags row
-  std::int32_t typeIndex = kNone;    // Types row that judges the content
+  std::int32_t occurrence = 0;           // of the member, counted from 1; 0 for a non-member
+  std::int32_t memberIndex = kNone;      // Type Members row; of a wildcard's own member, too
+  std::int32_t tagIndex = kNone;         // Tags row
+  std::int32_t typeIndex = kNone;        // Types row that judges the content
+  std::int32_t contentTagIndex = kNone;  // Tags row with the limits of its text: that of its type
+                                         // when the message asks for one
 
   bool isGood() const noexcept { return kind == VerdictKind::Placed; }
   bool isBeyondLimit() const noexcept { return kind == VerdictKind::BeyondLimit; }
