@@ -24,13 +24,13 @@ std::string placeText(const StdDictionaryInfo& dictionary, const Expectation& ex
 }
 
 // "what may come | what is owed": an occurrence in brackets, what is owed more than once with its
-// number, members in any order with '?'.
+// number, members in any order with '?', those that their name does not lead to with '!'.
 std::string expectationText(const StdDictionaryInfo& dictionary, const Expectation& expectation) {
   std::string text;
   for (const ExpectedElement& element : expectation.elements) {
     text += placeText(dictionary, expectation, element);
     if (element.repeatIndex > 0) text += "[" + std::to_string(element.repeatIndex) + "]";
-    text += " ";
+    text += element.tagIndex >= 0 && !element.isFoundByName ? "! " : " ";
   }
   text += "|";
   for (const OwedMember& owed : expectation.owed) {
@@ -71,6 +71,7 @@ const ExpectationCase kCases[] = {
     {"LimitReached", "R(6 B{1,2} C)", ">B B", "C | C"},
     {"SameTagLater", "R(6 A B{0,1} A)", "", "A B | A A"},
     {"SameTagAfterTheLimit", "R(6 A B{0,1} A)", ">A", "B A | A"},
+    {"SameNameLater", "R(6 x^A{0,1} y^A)", "", "x^A y^A! | y^A"},
     {"RestOfAGroupThenTheGroupAgain", "R(6 (6 A B{0,1} C){2,3} D)", ">A",
      "()/B ()/C ()[1]/A D | ()/C () D"},
     {"GroupOwedMoreOften", "R(5 (5 A B){3,4} C)", ">A B", "()[1]/A C | ()*2 C"},
@@ -269,6 +270,19 @@ TEST(ExpectationProperty, WhatIsOwedCanBeGiven) {
     EXPECT_LT(steps, 200) << stackText(iterator);
   }
   EXPECT_GT(given, 1'000u);
+}
+
+// Groups nested deeper than calls could follow, and a repeating group in any order.
+TEST(Expecting, EndsOnEveryModel) {
+  std::string model = "A";
+  for (int depth = 0; depth < 3000; ++depth) model = "(2 " + model + ")";
+  const auto dictionary = buildModel(parseModel("R(6 " + model + " (4 (6 B{0,1}){0,*} C))"));
+  OpenIterator iterator(nullptr, dictionary.get(), u"R", KelStringBase());
+  Expectation expectation;
+  ASSERT_TRUE(iterator.listFirstChildren(expectation, true));
+  ASSERT_EQ(expectation.elements.size(), 3u);
+  EXPECT_EQ(expectation.elements.front().groupCount, 3000u);
+  EXPECT_EQ(expectation.owed.size(), 2u);
 }
 
 TEST(Expecting, SaysWhereNoModelTells) {

@@ -4,8 +4,6 @@ namespace cpi {
 
 namespace {
 
-constexpr std::int64_t kMaximumSteps = 10'000'000;
-
 bool isGroupMember(const StdDictionaryInfo& dictionary,
                    const SMD_STRUCTURE_ELEMENT_DEFINITION& member) noexcept {
   if (member.toTagIndex != kNone) return false;
@@ -25,7 +23,7 @@ bool EmptyContent::isPossible(std::int32_t typeIndex) {
   answers_.resize(static_cast<std::size_t>(dictionary_->types().rowCount()));
   if (!dictionary_->types().contains(typeIndex)) return true;
   if (answerOf(typeIndex) == Answer::Unknown) open(typeIndex);
-  for (std::int64_t steps = 0; !open_.empty() && steps < kMaximumSteps; ++steps) {
+  while (!open_.empty() && stepsLeft_-- > 0) {
     const std::int32_t current = open_.back().typeIndex;
     if (const std::optional<bool> answer = step()) {
       answerOf(current) = *answer ? Answer::Yes : Answer::No;

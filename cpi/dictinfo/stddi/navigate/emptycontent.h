@@ -40,6 +40,7 @@ class EmptyContent {
   const StdDictionaryInfo* dictionary_;
   std::vector<Answer> answers_;  // by Types row; empty until a group is asked for
   std::vector<Frame> open_;      // innermost last
+  std::int64_t stepsLeft_ = 10'000'000;
 };
 
 }  // namespace cpi
