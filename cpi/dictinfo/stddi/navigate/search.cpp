@@ -149,6 +149,7 @@ std::int32_t PositionSearch::passedOver(std::int32_t row, const SMD_TYPE_DEFINIT
   if (group < stop) {  // entered and left
     iterator_.ensurePositionStackSaved();
     isDescended_ = false;
+    replaceCurrent_ = true;
   }
   return stop;
 }
@@ -340,10 +341,11 @@ bool PositionSearch::countRepeat() {
 bool PositionSearch::findBestPosition(bool replaceCurrent) {
   if (!isSearchFor(STTagId) && !isSearchFor(STSimpleType) && !isSearchFor(STSelfDef)) return false;
   isBestPosition_ = true;
+  replaceCurrent_ = replaceCurrent;
   while (!isExhausted()) {
-    if (iterator_.isTypeContentMatched(search_)) return placeUndefined(replaceCurrent);
+    if (iterator_.isTypeContentMatched(search_)) return placeUndefined(replaceCurrent_);
     if (entersGroup()) {
-      replaceCurrent = true;
+      replaceCurrent_ = true;
       continue;
     }
     if (advance() == Step::Ended) {

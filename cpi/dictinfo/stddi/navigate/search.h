@@ -123,6 +123,7 @@ class PositionSearch {
   const MemberIndex* members_ = nullptr;  // null: step by step
   std::int32_t key_ = kNone;              // of the tags that match; -1: none does
   bool isBestPosition_ = false;
+  bool replaceCurrent_ = false;  // by an element without member: what stands at the level
   const DictionaryPosition start_;
   DictionaryPosition candidate_;
   bool isFirst_ = true;       // the candidate is still the start entry
