@@ -146,6 +146,8 @@ struct Passing {
   std::int32_t key = kNone;              // of the tags that are looked for; -1: no tag is
 };
 
+struct Expectation;  // expectation.h
+
 class CPI_API StdDictionaryIterator : public KelOwnedLogSource {
  public:
   // On `dictionary` (not owned, may be null), in the context of a tag; see setContextFromTag,
@@ -219,6 +221,25 @@ class CPI_API StdDictionaryIterator : public KelOwnedLogSource {
   // The anonymous groups around the current element, outermost first; returns their number.
   std::int32_t getPartialMemberPath(std::vector<MbrPathItem>& path) const;
   std::vector<MbrPathItem> getPartialMemberPath() const;
+
+  // --- What may come next --------------------------------------------------------------------
+  // List each member that may come next beside the current element, or as its first child before
+  // any child was seen, and what is owed before the parent, or the current element, may end. They
+  // agree with the moves of the same name: a move to a listed element lands on the listed member
+  // and occurrence; a move to another tag fails, counts beyond the limit of its member, or places
+  // an element that is no member here. Elements that the model does not define are not listed, nor
+  // is a member beyond its limit. In a type in any order members are listed whether or not they
+  // occurred before the current run: a caller who counts occurrences takes off the satisfied ones.
+  // False, with nothing listed, where no model says what may come: without dictionary or context,
+  // at the root (siblings), under a parent without a type, in an element of a simple type. Nothing
+  // of the iterator changes, its caches included. Throw KelParserException where each such move
+  // would throw because the model makes no sense, with a part of the list in `expectation`.
+  bool listNextSiblings(Expectation& expectation, bool enforceRequired) const;
+  bool listFirstChildren(Expectation& expectation, bool enforceRequired) const;
+  // The same without `elements`, which is cheaper: for the end of an element that had children, and
+  // of one that had none.
+  bool listOwedSiblings(Expectation& expectation) const;
+  bool listOwedChildren(Expectation& expectation) const;
 
   // --- Moves ---------------------------------------------------------------------------------
   // Moves by tag id and by name go straight to the member where an index tells which it is. With
@@ -312,6 +333,7 @@ class CPI_API StdDictionaryIterator : public KelOwnedLogSource {
 
  private:
   friend class PositionSearch;
+  friend class ExpectationList;
 
   // The same without log items, for the searches.
   std::int32_t parentIndex() const noexcept;
@@ -337,6 +359,7 @@ class CPI_API StdDictionaryIterator : public KelOwnedLogSource {
   bool placeFirstChild(SearchDef& search, const KelStringBase& namespaceURI, Passing& passing,
                        const SMD_TYPE_DEFINITION* type);
   bool pushProbe(const SearchDef& search, const SMD_TYPE_DEFINITION* type);
+  bool isInNamedMessage() const;
   void checkNamedMessage(const SearchDef& search) const;
   bool settleCurrentEntry();
   bool placeSibling(SearchDef& search, const KelStringBase& namespaceURI, Passing& passing,
