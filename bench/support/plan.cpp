@@ -295,28 +295,6 @@ Plan choicePlan(std::size_t members) {
   return {.name = "Document", .types = {type}};
 }
 
-Plan deepPlan(std::size_t depth) {
-  Plan plan{.name = "Document", .types = {}};
-  for (std::size_t i = 0; i < depth; ++i) {
-    const bool isLast = i + 1 == depth;
-    plan.types.push_back({.name = numbered("Level", i),
-                          .members = {{.name = numbered("Element", i),
-                                       .type = isLast ? -1 : static_cast<int>(i + 1),
-                                       .isRepeated = i == 0}}});
-  }
-  return plan;
-}
-
-Plan sequencePlan(std::size_t members) {
-  PlanType type{.name = "Sequence", .members = {}};
-  for (std::size_t i = 0; i < members; ++i) {
-    type.members.push_back({.name = numbered("Member", i),
-                            .isOptional = i + 1 < members,
-                            .isRepeated = i + 1 == members});
-  }
-  return {.name = "Document", .types = {type}};
-}
-
 std::string writeSchema(const Plan& plan, const std::string& directory) {
   SchemaWriter writer(plan);
   const auto write = [&](const char* part, const std::string& text) {

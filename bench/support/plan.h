@@ -39,10 +39,6 @@ Plan narrowPlan();
 Plan widePlan();
 // One type: a repeated choice of `members` texts.
 Plan choicePlan(std::size_t members);
-// A chain of types, each within the one before.
-Plan deepPlan(std::size_t depth);
-// One type: a sequence of `members` optional texts, the last of them repeated.
-Plan sequencePlan(std::size_t members);
 
 // Writes the plan's schema into an empty directory; returns the path of the root document.
 std::string writeSchema(const Plan& plan, const std::string& directory);
