@@ -1,6 +1,7 @@
 // What one item costs as something doubles: "growth/<what doubles>/<its size>/stddi".
 #include <map>
 
+#include "bench/support/eventtape.h"
 #include "bench/support/kept.h"
 #include "bench/support/lookups.h"
 #include "bench/support/replay.h"
@@ -123,16 +124,15 @@ void addRows() {
     add("growth/rows, look-up by name" + end, [=](benchmark::State& state) {
       const StdDictionaryInfo& dictionary = nameDictionary(rows);
       const NameQuestions& questions = nameQuestions(rows);
-      askAll(state, questions.hits, questions.hit, [&](const unsigned short* name) {
-        return dictionary.getTagDefIndexFromName(name);
-      });
+      askAll(state, questions.hits, questions.hit,
+             [&](const unsigned short* name) { return dictionary.getTagDefIndexFromName(name); });
     });
     add("growth/rows, load by events" + end, [=](benchmark::State& state) {
-      const DictionaryTables& tables =
-          kept(rows, [=] { return tablesOf(nameDictionary(rows)); });
+      const DictionaryTables& tables = kept(rows, [=] { return tablesOf(nameDictionary(rows)); });
+      const auto& tape = kept(rows, [&] { return std::make_unique<EventTape>(tables); });
       measure(state, rows, [&] {
         StdDictionaryInfo dictionary(0);
-        feed(tables, dictionary);
+        tape->play(dictionary);
       });
     });
   }
@@ -142,8 +142,8 @@ void addMessages() {
   for (std::size_t elements = 1024; elements <= 1 << 16; elements *= 2) {
     const std::string size = std::to_string(elements);
     add("growth/message length, parse and place/" + size + "/stddi", [=](benchmark::State& state) {
-      const Model& model = *kept(
-          elements, [=] { return std::make_unique<const Model>(narrowPlan(), elements); });
+      const Model& model =
+          *kept(elements, [=] { return std::make_unique<const Model>(narrowPlan(), elements); });
       XmlWalker walker(model.walkModel());
       measure(state, model.elements(), [&] {
         benchmark::DoNotOptimize(walker.walkText(model.message(), "message").elements);

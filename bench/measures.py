@@ -25,7 +25,8 @@ class Run:
         for document in documents:
             for line in document["benchmarks"]:
                 if line["run_type"] == "iteration" and not line.get("error_occurred"):
-                    self.repetitions.setdefault(line["run_name"], []).append(line)
+                    name = line["run_name"].removesuffix("/iterations:1")
+                    self.repetitions.setdefault(name, []).append(line)
 
     def values(self, name, key):
         lines = self.repetitions.get(name)

@@ -69,9 +69,11 @@ void addShape(const std::string& name, const std::string& way, Shape (*make)()) 
 }
 
 const bool kRegistered = registered([] {
-  const std::pair<const char*, Shape (*)()> shapes[] = {
-      {"nested-groups", nestedGroups}, {"repeated-group", repeatedGroup}, {"unordered", unordered},
-      {"repeats", repeats},            {"undefined-tag", undefinedTags}};
+  const std::pair<const char*, Shape (*)()> shapes[] = {{"nested-groups", nestedGroups},
+                                                        {"repeated-group", repeatedGroup},
+                                                        {"unordered", unordered},
+                                                        {"repeats", repeats},
+                                                        {"undefined-tag", undefinedTags}};
   for (const auto& [name, make] : shapes) {
     addShape<ByTagId>(name, "id", make);
     addShape<ByName>(name, "name", make);

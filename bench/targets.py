@@ -65,7 +65,7 @@ def loads():
         events = ns(f"load/{model}/events/stddi")
         image = ns(f"load/{model}/image/stddi")
         yield Target(f"{model}: load by events, of the least that a load must do",
-                     ratio(events, ns(f"load/{model}/floor")), at_most=4)
+                     ratio(events, ns(f"load/{model}/events/floor")), at_most=4)
         yield Target(f"{model}: the same, of protobuf's descriptors",
                      ratio(events, ns(f"load/{model}/protobuf")), at_most=1 / 8)
         yield Target(f"{model}: opening an image, of a copy of its bytes",

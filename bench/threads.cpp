@@ -7,9 +7,12 @@ namespace {
 
 template <class By>
 void addThreads(const std::string& way) {
-  add("threads/payment/" + way + "/stddi", [](benchmark::State& state) {
-    replay<By>(state, paymentModel().dictionary(), paymentModel().steps());
-  })->ThreadRange(1, 2)->UseRealTime();
+  add("threads/payment/" + way + "/stddi",
+      [](benchmark::State& state) {
+        replay<By>(state, paymentModel().dictionary(), paymentModel().steps());
+      })
+      ->ThreadRange(1, 2)
+      ->UseRealTime();
 }
 
 const bool kRegistered = registered([] {

@@ -7,7 +7,8 @@ namespace cpi::bench {
 
 namespace {
 
-// A tag that the dictionary has, and that no type has as a member, or with which no search succeeds.
+// A tag that the dictionary has, and that no type has as a member, or with which no search
+// succeeds.
 constexpr std::int32_t kUnknownTag = 1'000'000;
 
 // The first member of each name.
