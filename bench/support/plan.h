@@ -12,6 +12,8 @@
 #include <string_view>
 #include <vector>
 
+#include "bench/support/directory.h"
+
 namespace cpi::bench {
 
 struct PlanMember {
@@ -40,8 +42,8 @@ Plan widePlan();
 // One type: a repeated choice of `members` texts.
 Plan choicePlan(std::size_t members);
 
-// Writes the plan's schema into an empty directory; returns the path of the root document.
-std::string writeSchema(const Plan& plan, const std::string& directory);
+// Writes the plan's schema into a directory; returns the path of the root document.
+std::string writeSchema(const Plan& plan, const TemporaryDirectory& directory);
 
 // A valid message of about `elements` elements. The same arguments give the same message.
 std::string messageOf(const Plan& plan, std::size_t elements);
