@@ -23,6 +23,15 @@ bool isBeyondLimit(const SMD_STRUCTURE_ELEMENT_DEFINITION& member, std::int32_t 
   return member.MaxOccurs >= 0 && repeatIndex >= member.MaxOccurs;
 }
 
+VerdictKind kindOfRepeat(const SMD_STRUCTURE_ELEMENT_DEFINITION& member, std::int32_t repeatIndex) {
+  return isBeyondLimit(member, repeatIndex) ? VerdictKind::BeyondLimit : VerdictKind::Placed;
+}
+
+VerdictKind kindOf(Placement placement) {
+  if (placement == Placement::Refused) return VerdictKind::Refused;
+  return placement == Placement::Unjudged ? VerdictKind::Unjudged : VerdictKind::Placed;
+}
+
 // Whether the type around an element that is no member of it admits it all the same. The moves
 // place such an element in any case, so this has to be asked of the type.
 bool admitsNonMember(const StdDictionaryIterator& at, EWhereDefined where) {
@@ -81,10 +90,10 @@ Verdict ModelWalk::enter(const unsigned short* name, const KelStringBase& namesp
   switch (open_.back().judge) {
     case Judge::Model: return enterChild(asked, typeKey);
     case Judge::Skipped:
-      return enterUnmodelled(Placement::SelfDefined, Judge::Skipped, Refusal::None);
+      return enterUnmodelled(Placement::SelfDefined, Judge::Skipped, Reason::None);
     case Judge::Nobody: break;
   }
-  return enterUnmodelled(Placement::Unjudged, Judge::Nobody, Refusal::None);
+  return enterUnmodelled(Placement::Unjudged, Judge::Nobody, Reason::None);
 }
 
 // The iterator moves to the parent only from a child. When there was none it still stands on the
@@ -104,10 +113,12 @@ void ModelWalk::leave() {
 Verdict ModelWalk::enterRoot(const Name& name, std::u16string_view typeKey) {
   levelCount_ = 0;
   const std::int32_t tag = model_->globalTag(name.local, name.namespaceURI);
-  if (tag == 0) return enterUnmodelled(Placement::Refused, Judge::Nobody, Refusal::UnknownRoot);
+  if (tag == 0) return enterUnmodelled(Placement::Refused, Judge::Nobody, Reason::UnknownRoot);
   pushLevel(tag);
   Verdict verdict = verdictAt(cursor());
   verdict.placement = Placement::Root;
+  verdict.kind = VerdictKind::Placed;
+  verdict.reason = Reason::None;
   if (const std::int32_t hiddenTag = model_->hiddenTag(typeKey); hiddenTag != 0) {
     cursor().setContextFromTag(hiddenTag);
     verdict.typeIndex = cursor().getCurrentPosition()->typeIndex;
@@ -137,10 +148,11 @@ Verdict ModelWalk::enterWildcard(const Name& name, std::int32_t hiddenTag,
   const std::int32_t globalTag = model_->globalTag(name.local, name.namespaceURI);
   const std::int32_t contextTag = hiddenTag != 0 ? hiddenTag : globalTag;
   if (contextTag == 0 && contents == ProcessContents::Strict) {
-    return enterUnmodelled(Placement::Refused, Judge::Nobody, Refusal::NotDeclared);
+    return enterUnmodelled(Placement::Refused, Judge::Nobody, Reason::NotDeclared);
   }
   Verdict verdict = verdictAt(cursor());
   verdict.placement = Placement::Wildcard;
+  verdict.kind = VerdictKind::Placed;
   verdict.typeIndex = kNone;
   if (contents == ProcessContents::Skip) {
     open(Judge::Skipped, false, kNone);
@@ -153,11 +165,12 @@ Verdict ModelWalk::enterWildcard(const Name& name, std::int32_t hiddenTag,
   return verdict;
 }
 
-Verdict ModelWalk::enterUnmodelled(Placement placement, Judge judge, Refusal refusal) {
+Verdict ModelWalk::enterUnmodelled(Placement placement, Judge judge, Reason reason) {
   open(judge, false, kNone);
   Verdict verdict;
   verdict.placement = placement;
-  verdict.refusal = refusal;
+  verdict.kind = kindOf(placement);
+  verdict.reason = reason;
   return verdict;
 }
 
@@ -229,15 +242,15 @@ bool ModelWalk::hasWildcardFor(const OpenElement& parent, const Name& name) cons
   });
 }
 
-Refusal ModelWalk::refusalUnder(const OpenElement& parent) const {
+Reason ModelWalk::refusalUnder(const OpenElement& parent) const {
   const SMD_TYPE_DEFINITION* const type = model_->dictionary().types().find(parent.typeIndex);
-  return type != nullptr && type->LogicalType > 0 ? Refusal::InSimpleType : Refusal::NotAllowed;
+  return type != nullptr && type->LogicalType > 0 ? Reason::InSimpleType : Reason::NotAllowed;
 }
 
 void ModelWalk::countUnordered(const Cursor& at, const OpenElement& parent, Verdict& verdict) {
   if (!at.isInUnorderedType()) return;
   verdict.occurrence = counter_.count(parent.number, verdict.memberIndex);
-  verdict.isBeyondLimit = isBeyondLimit(*at.getMemberDef(), verdict.occurrence - 1);
+  verdict.kind = kindOfRepeat(*at.getMemberDef(), verdict.occurrence - 1);
 }
 
 Verdict ModelWalk::verdictAt(const Cursor& at) const {
@@ -250,12 +263,14 @@ Verdict ModelWalk::verdictAt(const Cursor& at) const {
     verdict.placement = Placement::Member;
     verdict.memberIndex = position.memberIndex;
     verdict.occurrence = position.repeatIndex + 1;
-    verdict.isBeyondLimit = isBeyondLimit(*member, position.repeatIndex);
+    verdict.kind = kindOfRepeat(*member, position.repeatIndex);
   } else if (!admitsNonMember(at, where)) {
     verdict.placement = Placement::Refused;
-    verdict.refusal = Refusal::NotAllowed;
+    verdict.kind = VerdictKind::Refused;
+    verdict.reason = Reason::NotAllowed;
   } else {
     verdict.placement = where == WDTag ? Placement::TagDefined : Placement::SelfDefined;
+    verdict.kind = VerdictKind::Placed;
   }
   return verdict;
 }

@@ -22,40 +22,10 @@
 
 #include "cpi/dictinfo/stddi/stddictionaryiterator.h"
 #include "cpi/walk/occurrencecounter.h"
+#include "cpi/walk/verdict.h"
 #include "cpi/walk/walkmodel.h"
 
 namespace cpi {
-
-// Where an element of the message was placed.
-enum class Placement : std::uint8_t {
-  Root,         // the message's outermost element, a global element of the model
-  Member,       // a member of the enclosing type
-  Wildcard,     // admitted by a wildcard of the enclosing type
-  TagDefined,   // a global element where the enclosing type, or the absence of one, admits any
-  SelfDefined,  // an element unknown to the model, where unknown ones are admitted
-  Refused,      // the model does not admit it here
-  Unjudged,     // inside a refused element of which the model says nothing
-};
-inline constexpr std::size_t kPlacementCount = 7;
-
-// Why an element was refused.
-enum class Refusal : std::uint8_t {
-  None,
-  UnknownRoot,   // the model has no global element of this name
-  NotAllowed,    // the enclosing type has no place for it here
-  InSimpleType,  // the enclosing element has a simple type
-  NotDeclared,   // a wildcard demands a global declaration, and there is none
-};
-
-struct Verdict {
-  Placement placement = Placement::Unjudged;
-  Refusal refusal = Refusal::None;
-  bool isBeyondLimit = false;        // a member that occurs more often than it may
-  std::int32_t occurrence = 0;       // of the member, counted from 1; 0 for a non-member
-  std::int32_t memberIndex = kNone;  // Type Members row; of a wildcard's own member, too
-  std::int32_t tagIndex = kNone;     // Tags row
-  std::int32_t typeIndex = kNone;    // Types row that judges the content
-};
 
 class ModelWalk {
  public:
@@ -108,7 +78,7 @@ class ModelWalk {
   Verdict enterRoot(const Name& name, std::u16string_view typeKey);
   Verdict enterChild(const Name& name, std::u16string_view typeKey);
   Verdict enterWildcard(const Name& name, std::int32_t hiddenTag, ProcessContents contents);
-  Verdict enterUnmodelled(Placement placement, Judge judge, Refusal refusal);
+  Verdict enterUnmodelled(Placement placement, Judge judge, Reason reason);
   void open(Judge judge, bool hasLevel, std::int32_t typeIndex);
   void openByModel(Verdict& verdict, std::int32_t hiddenTag);
   void pushLevel(std::int32_t contextTag);
@@ -118,7 +88,7 @@ class ModelWalk {
   bool placeByWildcard(Cursor& at, const OpenElement& parent, const Name& name,
                        ProcessContents& contents) const;
   bool hasWildcardFor(const OpenElement& parent, const Name& name) const noexcept;
-  Refusal refusalUnder(const OpenElement& parent) const;
+  Reason refusalUnder(const OpenElement& parent) const;
   Verdict verdictAt(const Cursor& at) const;
   void countUnordered(const Cursor& at, const OpenElement& parent, Verdict& verdict);
   Cursor& cursor() noexcept { return *levels_[levelCount_ - 1].at; }

@@ -109,7 +109,7 @@ class XmlPushParser::Context {
     if (parser_->wellFormed == 0) fail("not well-formed");
   }
 
-  XmlPosition position() const noexcept;
+  WalkPosition position() const noexcept;
   std::int64_t notFetched() const noexcept { return notFetched_; }
 
  private:
@@ -153,7 +153,7 @@ class XmlPushParser::Context {
     if (pending_ != nullptr) std::rethrow_exception(pending_);
   }
   [[noreturn]] void fail(const std::string& message) const {
-    const XmlPosition at = position();
+    const WalkPosition at = position();
     throw FileError(fileName_, {at.line, at.column}, message);
   }
 
@@ -278,12 +278,12 @@ std::string_view XmlPushParser::Context::typeAmong(const xmlChar** attributes,
 
 // The parser stands at the end of the start tag. No value may contain '<', so the last one in
 // front of it begins the tag.
-XmlPosition XmlPushParser::Context::position() const noexcept {
+WalkPosition XmlPushParser::Context::position() const noexcept {
   const xmlParserInputPtr input = parser_->input;
   if (input == nullptr) return {};
   const xmlChar* tag = input->cur;
   while (tag > input->base && *tag != '<') --tag;
-  XmlPosition place;
+  WalkPosition place;
   const bool isConverted = input->buf != nullptr && input->buf->encoder != nullptr;
   if (!isConverted) place.offset = static_cast<std::int64_t>(input->consumed) + (tag - input->base);
   const std::int64_t lineEnds = std::count(tag, input->cur, xmlChar{'\n'});
@@ -306,7 +306,7 @@ XmlPushParser::~XmlPushParser() = default;
 
 void XmlPushParser::feed(std::string_view bytes) { context_->feed(bytes); }
 void XmlPushParser::finish() { context_->finish(); }
-XmlPosition XmlPushParser::position() const noexcept { return context_->position(); }
+WalkPosition XmlPushParser::position() const noexcept { return context_->position(); }
 std::int64_t XmlPushParser::notFetched() const noexcept { return context_->notFetched(); }
 
 }  // namespace cpi

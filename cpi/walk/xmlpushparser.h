@@ -50,7 +50,7 @@ class XmlPushParser {
   void finish();
 
   // The place of the start tag that is being reported.
-  XmlPosition position() const noexcept;
+  WalkPosition position() const noexcept;
   std::int64_t notFetched() const noexcept;
 
  private:

@@ -24,8 +24,6 @@ using File = std::unique_ptr<std::FILE, CloseFile>;
 
 }  // namespace
 
-WalkVisitor::~WalkVisitor() = default;
-
 // One message at a time; what it has allocated serves the next message too.
 class XmlWalker::Walk : public XmlEvents {
  public:
@@ -58,7 +56,7 @@ class XmlWalker::Walk : public XmlEvents {
   void count(const Verdict& verdict) noexcept {
     ++summary_.elements;
     ++summary_.placed[static_cast<std::size_t>(verdict.placement)];
-    summary_.beyondLimit += verdict.isBeyondLimit ? 1 : 0;
+    summary_.beyondLimit += verdict.isBeyondLimit() ? 1 : 0;
   }
   void report(const Verdict& verdict, const XmlStartTag& tag) const;
 

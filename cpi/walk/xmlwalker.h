@@ -21,50 +21,12 @@
 #include "cpi/dictinfo/stddi/records.h"
 #include "cpi/extract/fileerror.h"
 #include "cpi/walk/modelwalk.h"
+#include "cpi/walk/walkvisitor.h"
 
 namespace cpi {
 
 // Deeper messages are refused.
 inline constexpr std::int32_t kMaxXmlDepth = 256;
-
-// The start of a tag; the column is 0 when it is not known. An element that comes out of an entity
-// has the place of the reference.
-struct XmlPosition : FilePosition {
-  std::int64_t offset = -1;  // in bytes from 0; -1 when the message is in another code than UTF-8
-};
-
-// One element and where it was placed. Valid during the call that hands it out.
-struct WalkedElement {
-  Verdict verdict;
-  std::int32_t depth = 0;         // 0: the root
-  std::string_view name;          // local name, UTF-8
-  std::string_view namespaceURI;  // UTF-8, empty: none
-  XmlPosition position;
-  const SMD_STRUCTURE_ELEMENT_DEFINITION* member = nullptr;  // null: no member
-  const SMD_TAG_DEFINITION* tag = nullptr;                   // null: the model has none
-  const SMD_TYPE_DEFINITION* type = nullptr;                 // null: the content is not judged
-};
-
-class WalkVisitor {
- public:
-  virtual ~WalkVisitor();
-  // At the start of each element, in document order. What it throws ends the walk and leaves it.
-  virtual void element(const WalkedElement& element) = 0;
-};
-
-// Counts of one message.
-struct WalkSummary {
-  std::int64_t elements = 0;
-  std::array<std::int64_t, kPlacementCount> placed{};  // by Placement
-  std::int64_t beyondLimit = 0;  // members that occur more often than they may
-  std::int64_t notFetched = 0;   // external entities and document types that it declares
-
-  std::int64_t count(Placement placement) const noexcept {
-    return placed[static_cast<std::size_t>(placement)];
-  }
-  // Whether each element has a place that the model admits.
-  bool isAllPlaced() const noexcept { return beyondLimit == 0 && count(Placement::Refused) == 0; }
-};
 
 class XmlWalker {
  public:

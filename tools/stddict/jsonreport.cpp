@@ -37,8 +37,8 @@ Json toJson(const cpi::WalkedElement& element) {
   }
   if (element.type != nullptr) line["typeId"] = element.type->TypeId;
   if (const std::string type = typeNameOf(element); !type.empty()) line["type"] = type;
-  if (verdict.isBeyondLimit) line["atMost"] = element.member->MaxOccurs;
-  if (verdict.refusal != cpi::Refusal::None) line["reason"] = wordsOf(verdict.refusal);
+  if (verdict.isBeyondLimit()) line["atMost"] = element.member->MaxOccurs;
+  if (verdict.reason != cpi::Reason::None) line["reason"] = wordsOf(verdict.reason);
   return line;
 }
 

@@ -62,7 +62,7 @@ class TextReport final : public WalkReport {
   std::string styled(const cpi::WalkedElement& element, std::string_view word) const {
     if (!isColoured_) return std::string(word);
     const bool isBad =
-        element.verdict.placement == cpi::Placement::Refused || element.verdict.isBeyondLimit;
+        element.verdict.placement == cpi::Placement::Refused || element.verdict.isBeyondLimit();
     if (isBad) return fmt::format(fg(fmt::terminal_color::red) | fmt::emphasis::bold, "{}", word);
     if (element.verdict.placement == cpi::Placement::Member) return std::string(word);
     return fmt::format(fg(fmt::terminal_color::cyan), "{}", word);
@@ -75,12 +75,12 @@ class TextReport final : public WalkReport {
       fmt::format_to(std::back_inserter(text), "[{}]", element.verdict.occurrence);
     }
     if (const std::string type = typeNameOf(element); !type.empty()) text += "  " + type;
-    if (element.verdict.isBeyondLimit) {
+    if (element.verdict.isBeyondLimit()) {
       fmt::format_to(std::back_inserter(text), "  BEYOND LIMIT: at most {}",
                      element.member->MaxOccurs);
     }
-    if (element.verdict.refusal != cpi::Refusal::None) {
-      fmt::format_to(std::back_inserter(text), "  ({})", wordsOf(element.verdict.refusal));
+    if (element.verdict.reason != cpi::Reason::None) {
+      fmt::format_to(std::back_inserter(text), "  ({})", wordsOf(element.verdict.reason));
     }
     return text;
   }

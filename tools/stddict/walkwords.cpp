@@ -15,14 +15,15 @@ std::string_view wordOf(cpi::Placement placement) noexcept {
   return "";
 }
 
-std::string_view wordsOf(cpi::Refusal refusal) noexcept {
-  switch (refusal) {
-    case cpi::Refusal::None: return "";
-    case cpi::Refusal::UnknownRoot: return "the model has no global element of this name";
-    case cpi::Refusal::NotAllowed: return "the enclosing type has no place for it here";
-    case cpi::Refusal::InSimpleType: return "the enclosing element has a simple type";
-    case cpi::Refusal::NotDeclared:
+std::string_view wordsOf(cpi::Reason reason) noexcept {
+  switch (reason) {
+    case cpi::Reason::None: return "";
+    case cpi::Reason::UnknownRoot: return "the model has no global element of this name";
+    case cpi::Reason::NotAllowed: return "the enclosing type has no place for it here";
+    case cpi::Reason::InSimpleType: return "the enclosing element has a simple type";
+    case cpi::Reason::NotDeclared:
       return "the wildcard here demands a global element, and the model has none of this name";
+    default: return "";
   }
   return "";
 }

@@ -17,7 +17,7 @@ inline constexpr std::array<cpi::Placement, cpi::kPlacementCount> kPlacements = 
 // A word without spaces: "member", "tag-defined", ...
 std::string_view wordOf(cpi::Placement placement) noexcept;
 // Why an element was refused; empty when it was not.
-std::string_view wordsOf(cpi::Refusal refusal) noexcept;
+std::string_view wordsOf(cpi::Reason reason) noexcept;
 // The name of the type by which an element's content is judged, UTF-8; empty when there is none
 // or the type has no name of its own.
 std::string typeNameOf(const cpi::WalkedElement& element);
