@@ -4,12 +4,14 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "cpi/extract/fileerror.h"
+#include "cpi/walk/fixwalker.h"
 #include "cpi/walk/walkmodel.h"
 #include "cpi/walk/xmlwalker.h"
 #include "tools/stddict/terminal.h"
@@ -47,11 +49,29 @@ std::unique_ptr<WalkReport> makeReport(const Options& options) {
                         : makeTextReport(options.isQuiet, isColourWanted());
 }
 
+// Walks a file of messages in the form that the dictionary is for.
+using WalkFile = std::function<cpi::WalkSummary(const std::string&, cpi::WalkVisitor*)>;
+
+template <class Model, class Walker>
+WalkFile walkFileWith(const cpi::StdDictionaryInfo& dictionary) {
+  const auto model = std::make_shared<const Model>(dictionary);
+  const auto walker = std::make_shared<Walker>(*model);
+  return [model, walker](const std::string& file, cpi::WalkVisitor* visitor) {
+    return walker->walkFile(file, visitor);
+  };
+}
+
+WalkFile makeWalkFile(const cpi::StdDictionaryInfo& dictionary) {
+  return cpi::FixModel::isFix(dictionary)
+             ? walkFileWith<cpi::FixModel, cpi::FixWalker>(dictionary)
+             : walkFileWith<cpi::WalkModel, cpi::XmlWalker>(dictionary);
+}
+
 // A message that cannot be read does not keep the others from being walked.
-int walkOne(cpi::XmlWalker& walker, const std::string& message, WalkReport& report) {
+int walkOne(const WalkFile& walkFile, const std::string& message, WalkReport& report) {
   try {
     report.begin(message);
-    const cpi::WalkSummary summary = walker.walkFile(message, &report);
+    const cpi::WalkSummary summary = walkFile(message, &report);
     report.end(summary);
     return summary.isAllPlaced() ? kExitGood : kExitNo;
   } catch (const cpi::FileError& error) {
@@ -63,15 +83,14 @@ int walkOne(cpi::XmlWalker& walker, const std::string& message, WalkReport& repo
 
 int run(const Options& options) {
   const auto dictionary = openDictionary(options.dictionary);
-  const cpi::WalkModel model(*dictionary);
-  cpi::XmlWalker walker(model);
+  const WalkFile walkFile = makeWalkFile(*dictionary);
   const std::unique_ptr<WalkReport> report = makeReport(options);
   // Lines on the terminal tell by themselves how far it is.
   std::optional<Progress> progress;
   if (::isatty(STDOUT_FILENO) == 0) progress.emplace("walking messages");
   int exitCode = kExitGood;
   for (std::size_t i = 0; i < options.messages.size(); ++i) {
-    exitCode = std::max(exitCode, walkOne(walker, options.messages[i], *report));
+    exitCode = std::max(exitCode, walkOne(walkFile, options.messages[i], *report));
     const auto count = static_cast<double>(options.messages.size());
     if (progress && count > 1) progress->setDone(static_cast<double>(i + 1) / count);
   }
