@@ -279,8 +279,9 @@ bool FixModelBuilder::appendField(Level& level, const FixDocument& document, con
   return true;
 }
 
-// A group's first field says where an instance begins, so that none can be without it. Written
-// once, a group is one tag, wherever its component is used.
+// A group's first field says where an instance begins, so that none can be without it; the others
+// come in any order, for those that send them do not agree on one. Written once, a group is one
+// tag, wherever its component is used.
 std::int32_t FixModelBuilder::groupTag(const FixDocument& document, const FixItem& group) {
   if (const auto known = groupTags_.find(&group); known != groupTags_.end()) return known->second;
   Level level;
@@ -291,7 +292,7 @@ std::int32_t FixModelBuilder::groupTag(const FixDocument& document, const FixIte
   level.members.front().minOccurs = 1;
   const std::u16string name =
       fixGroupText(static_cast<std::int32_t>(groupTags_.size()) + 1, group.name);
-  const std::int32_t type = draft_.addType({.identifier = name, .composition = TYPE_ORDERED});
+  const std::int32_t type = draft_.addType({.identifier = name, .composition = TYPE_UNORDERED});
   addMembers(type, level);
   const std::int32_t tag = draft_.addTag({.text = name, .type = type});
   groupTags_.emplace(&group, tag);

@@ -124,6 +124,7 @@ void FixWalk::end() {
 void FixWalk::place(const FixField& field) {
   if (field.row == kNone) {
     const bool isField = field.number != kNone;
+    if (!isField) ++level().garbled;
     reportRefused(field, isField ? Fault{VerdictKind::UnknownName, Reason::NotAllowed}
                                  : Fault{VerdictKind::Refused, Reason::NotAField});
     return;
@@ -155,6 +156,7 @@ void FixWalk::settle(const FixField& field) {
     reportRefused(field, {VerdictKind::KnownElsewhere, Reason::NotAllowed});
     return;
   }
+  if (current_ >= kSectionCount && isSeen(here, member) && placeRepeat(field)) return;
   const std::int32_t occurrence = see(here, member);
   if (const std::int32_t group = model_->groupMember(member); group != kNone) {
     here.awaited = group;
@@ -203,6 +205,7 @@ void FixWalk::beginInstance(Level& level, const FixField& field) {
   ++level.instances;
   level.stamp = newStamp();
   level.requiredSeen = 0;
+  level.garbled = 0;
   reportStructure(level, field);
 }
 
@@ -230,30 +233,33 @@ void FixWalk::moveOut(Level& level) {
   level.hadChild = false;
 }
 
-// A field that has no place at the innermost level where the iterator stands: it belongs to a level
-// around it, to the next section, or nowhere.
+// A field that was in the same instance of a group before: it belongs to a level around that, or
+// to the next instance, if this one lacks the field that should have begun it.
+bool FixWalk::placeRepeat(const FixField& field) {
+  Level& here = level();
+  const std::size_t target = levelWithout(field.row);
+  if (target != levels_.size()) {
+    while (current_ != target) closeGroup();
+  } else if (!isSeen(here, model_->firstMember(here.typeIndex))) {
+    beginInstance(here, field);
+  } else {
+    return false;
+  }
+  place(field);
+  return true;
+}
+
+// A field that has no place at the innermost level: it belongs to a level around it, to another
+// section, or nowhere.
 void FixWalk::placeElsewhere(const FixField& field) {
   const std::size_t target = levelWithout(field.row);
-  if (target == current_ && current_ >= kSectionCount) {
+  if (target == current_) {
     reportMisplaced(field, level(), model_->memberOf(level().typeIndex, field.row));
-    return;
-  }
-  if (target != levels_.size() && target != current_) {
+  } else if (target != levels_.size()) {
     while (current_ != target) closeGroup();
     place(field);
-    return;
-  }
-  if (placeInSection(field)) return;
-  Level& here = level();
-  const std::int32_t member = model_->memberOf(here.typeIndex, field.row);
-  if (member == kNone) {
+  } else if (!placeInSection(field)) {
     reportRefused(field, {VerdictKind::KnownElsewhere, Reason::NotAllowed});
-  } else if (here.delimiter != kNone && !isSeen(here, model_->firstMember(here.typeIndex))) {
-    beginInstance(here, field);
-    place(field);
-  } else {
-    reportMember(field, member, see(here, member));
-    checkValue(field);
   }
 }
 
@@ -354,11 +360,13 @@ void FixWalk::checkFrame() {
   const FixField& sum = fields.back();
   const std::int32_t right = message_->checkSum(sum);
   const std::string_view value = message_->value(sum);
+  current_ = kTrailer;
   if (!value.empty() && (value.size() != 3 || fixNumberOf(value) != right)) {
     reportValue(sum, Reason::WrongCheckSum, right);
   }
   const auto length = std::ranges::find(fields, kFixBodyLength, &FixField::number);
   if (length == fields.end()) return;
+  current_ = kHeader;
   const std::int64_t bytes = message_->length(*(length + 1), sum);
   const std::string_view told = message_->value(*length);
   if (hasFixForm(told, FixForm::Count) && fixNumberOf(told) != bytes) {
@@ -367,7 +375,9 @@ void FixWalk::checkFrame() {
 }
 
 void FixWalk::checkRequired(const Level& level) {
-  if (level.requiredSeen < model_->requiredCount(level.typeIndex)) reportIncomplete(level);
+  // What could not be read may have been what is missing.
+  const std::int32_t missing = model_->requiredCount(level.typeIndex) - level.requiredSeen;
+  if (missing > level.garbled) reportIncomplete(level);
 }
 
 void FixWalk::checkCount(const FixField& count, std::int32_t instances) {

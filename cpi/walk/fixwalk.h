@@ -60,8 +60,9 @@ class FixWalk final : private WalkTrail {
     std::int32_t delimiter = kNone;  // of a group: Tags row of its first field
     std::uint32_t stamp = 0;         // of this level alone, see Seen
     std::int32_t requiredSeen = 0;
-    bool hadChild = false;  // the iterator stands on a child
-    bool isOpen = false;    // of a section with a tag: the iterator is inside
+    std::int32_t garbled = 0;  // fields that could not be read
+    bool hadChild = false;     // the iterator stands on a child
+    bool isOpen = false;       // of a section with a tag: the iterator is inside
     // A count field came, and the next field tells whether its group does.
     std::int32_t awaited = kNone;     // member of the group's instances
     const FixField* count = nullptr;  // the field; of a group: its own
@@ -81,6 +82,7 @@ class FixWalk final : private WalkTrail {
 
   // Placing.
   void place(const FixField& field);
+  bool placeRepeat(const FixField& field);
   void placeElsewhere(const FixField& field);
   std::size_t levelWithout(std::int32_t row) const;
   bool placeInSection(const FixField& field);
