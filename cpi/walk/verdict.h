@@ -92,10 +92,12 @@ struct Verdict {
   // The fault follows from one that was told before: the second of two swapped elements. It is no
   // Finding, and it is not counted.
   bool isConsequence = false;
-  std::int32_t occurrence = 0;       // of the member, counted from 1; 0 for a non-member
-  std::int32_t memberIndex = kNone;  // Type Members row; of a wildcard's own member, too
-  std::int32_t tagIndex = kNone;     // Tags row
-  std::int32_t typeIndex = kNone;    // Types row that judges the content
+  std::int32_t occurrence = 0;           // of the member, counted from 1; 0 for a non-member
+  std::int32_t memberIndex = kNone;      // Type Members row; of a wildcard's own member, too
+  std::int32_t tagIndex = kNone;         // Tags row
+  std::int32_t typeIndex = kNone;        // Types row that judges the content
+  std::int32_t contentTagIndex = kNone;  // Tags row with the limits of its text: that of its type
+                                         // when the message asks for one
 
   bool isGood() const noexcept { return kind == VerdictKind::Placed; }
   bool isBeyondLimit() const noexcept { return kind == VerdictKind::BeyondLimit; }
@@ -118,6 +120,7 @@ struct PathStep {
 struct GroupStep {
   std::int32_t memberIndex = kNone;  // Type Members row of the group
   std::int32_t occurrence = 1;       // which repeat of the group, from 1
+  std::string text;                  // what it holds: "(a, b, c)", or "(a | b)" for a choice
 };
 
 // An element or wildcard that may or must come.

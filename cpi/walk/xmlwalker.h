@@ -4,7 +4,10 @@
 //     cpi::XmlWalker walker(model);
 //     const cpi::WalkSummary summary = walker.walkFile("order.xml", &visitor);
 //
-// Only elements are judged; text, comments and processing instructions are passed over. Nothing
+// Without WalkOptions::isChecking only the places of elements are judged; text and attributes are
+// passed over. With it the message must be right as a whole: what is missing, values, and text
+// where none may be are judged too, see docs/walk.md. Comments and processing instructions are
+// always passed over. Nothing
 // beyond the message is ever read: external entities and external document types are counted and
 // left out. Entities that the message defines itself are expanded within the parser's limits.
 //
@@ -28,10 +31,14 @@ namespace cpi {
 // Deeper messages are refused.
 inline constexpr std::int32_t kMaxXmlDepth = 256;
 
+struct WalkOptions {
+  bool isChecking = false;
+};
+
 class XmlWalker {
  public:
   // `model` is not owned and must outlive the walker.
-  explicit XmlWalker(const WalkModel& model);
+  explicit XmlWalker(const WalkModel& model, WalkOptions options = {});
   ~XmlWalker();
   XmlWalker(XmlWalker&&) noexcept;
   XmlWalker& operator=(XmlWalker&&) = delete;

@@ -136,7 +136,7 @@ void StdDictionaryInfo::freeze() noexcept {
 }
 
 const LookupIndex* StdDictionaryInfo::index() const noexcept {
-  return index_ != nullptr && index_->generation == tableGeneration() ? index_.get() : nullptr;
+  return index_ != nullptr && index_->generation() == tableGeneration() ? index_.get() : nullptr;
 }
 
 std::u16string_view StdDictionaryInfo::namespaceText(std::int32_t namespaceIndex) const noexcept {
@@ -146,6 +146,9 @@ std::u16string_view StdDictionaryInfo::namespaceText(std::int32_t namespaceIndex
 
 bool StdDictionaryInfo::isInNamespace(std::int32_t namespaceIndex,
                                       const KelStringBase& namespaceURI) const noexcept {
+  if (const LookupIndex* const derived = index(); derived != nullptr) {
+    return derived->spaces().isIn(namespaceIndex, namespaceURI.view());
+  }
   if (namespaceIndex == kNone && namespaceURI.isEmpty()) return true;
   return namespaces_.contains(namespaceIndex) &&
          namespaceText(namespaceIndex) == namespaceURI.view();

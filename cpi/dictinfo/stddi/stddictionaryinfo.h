@@ -31,7 +31,7 @@
 namespace cpi {
 
 class StdDictionaryHandler;
-struct LookupIndex;
+class LookupIndex;
 
 // The code of a logical type, as the Types table holds it. Compared, never interpreted.
 enum LOGICAL_TYPE : std::int32_t {};
@@ -236,6 +236,10 @@ class CPI_API StdDictionaryInfo : public DictionaryInfo {
   // what an empty URI asks for, and any other negative index is in none.
   bool isInNamespace(std::int32_t namespaceIndex, const KelStringBase& namespaceURI) const noexcept;
 
+  // What was derived from the tables as they are now, for the library itself; null while there is
+  // none: during a load, and after one that failed.
+  const LookupIndex* index() const noexcept;
+
  protected:
   void MapTableProperty(DictTableRefBase table, StringTableRef strings) override;
   const RecordRules* recordRules(int slot) const override;
@@ -264,8 +268,6 @@ class CPI_API StdDictionaryInfo : public DictionaryInfo {
   StdDictionaryHandler* loadHandler();
   // Refreshes every text field, so that readers find nothing to write, and builds the index.
   void freeze() noexcept;
-  // The index of the tables as they are now; null while there is none.
-  const LookupIndex* index() const noexcept;
   std::int32_t findTag(std::u16string_view name, const KelStringBase& namespaceURI,
                        bool anyNamespace) const;
   std::int32_t findType(const unsigned short* text, const KelStringBase& namespaceURI,

@@ -138,6 +138,8 @@ struct MbrPathItem {
   friend bool operator==(const MbrPathItem&, const MbrPathItem&) = default;
 };
 
+struct Expectation;  // expectation.h
+
 class CPI_API StdDictionaryIterator : public KelOwnedLogSource {
  public:
   // On `dictionary` (not owned, may be null), in the context of a tag; see setContextFromTag,
@@ -211,6 +213,25 @@ class CPI_API StdDictionaryIterator : public KelOwnedLogSource {
   // The anonymous groups around the current element, outermost first; returns their number.
   std::int32_t getPartialMemberPath(std::vector<MbrPathItem>& path) const;
   std::vector<MbrPathItem> getPartialMemberPath() const;
+
+  // --- What may come next --------------------------------------------------------------------
+  // List each member that may come next beside the current element, or as its first child before
+  // any child was seen, and what is owed before the parent, or the current element, may end. They
+  // agree with the moves of the same name: a move to a listed element lands on the listed member
+  // and occurrence; a move to another tag fails, counts beyond the limit of its member, or places
+  // an element that is no member here. Elements that the model does not define are not listed, nor
+  // is a member beyond its limit. In a type in any order members are listed whether or not they
+  // occurred before the current run: a caller who counts occurrences takes off the satisfied ones.
+  // False, with nothing listed, where no model says what may come: without dictionary or context,
+  // at the root (siblings), under a parent without a type, in an element of a simple type. Nothing
+  // of the iterator changes, its caches included. Throw KelParserException where each such move
+  // would throw because the model makes no sense, with a part of the list in `expectation`.
+  bool listNextSiblings(Expectation& expectation, bool enforceRequired) const;
+  bool listFirstChildren(Expectation& expectation, bool enforceRequired) const;
+  // The same without `elements`, which is cheaper: for the end of an element that had children, and
+  // of one that had none.
+  bool listOwedSiblings(Expectation& expectation) const;
+  bool listOwedChildren(Expectation& expectation) const;
 
   // --- Moves ---------------------------------------------------------------------------------
   // Up, past anonymous groups. False without context; from the root it leaves no context.
@@ -299,6 +320,7 @@ class CPI_API StdDictionaryIterator : public KelOwnedLogSource {
 
  private:
   friend class PositionSearch;
+  friend class ExpectationList;
 
   // The same without log items, for the searches.
   std::int32_t parentIndex() const noexcept;
@@ -315,6 +337,7 @@ class CPI_API StdDictionaryIterator : public KelOwnedLogSource {
                           bool enforceRequired);
   bool placeFirstChild(SearchDef& search, const SMD_TYPE_DEFINITION* type);
   bool pushProbe(const SearchDef& search, const SMD_TYPE_DEFINITION* type);
+  bool isInNamedMessage() const;
   void checkNamedMessage(const SearchDef& search) const;
   bool settleCurrentEntry();
   bool placeSibling(SearchDef& search, bool isFirstChildMarker);

@@ -41,6 +41,13 @@ inline bool isGroup(const StdDictionaryInfo& dictionary,
   return type != nullptr && type->LogicalType == 0;
 }
 
+// The name that a tag matches by: what follows the first '^', or the whole text.
+inline std::u16string_view comparedName(const unsigned short* text) noexcept {
+  const std::u16string_view whole = textView(text);
+  const std::size_t mark = whole.find(u'^');
+  return mark == std::u16string_view::npos ? whole : whole.substr(mark + 1);
+}
+
 // Labels and values of a search in entry items.
 struct SearchLabel {
   const char* label;

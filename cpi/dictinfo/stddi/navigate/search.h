@@ -10,6 +10,7 @@
 #ifndef CPI_DICTINFO_STDDI_NAVIGATE_SEARCH_H
 #define CPI_DICTINFO_STDDI_NAVIGATE_SEARCH_H
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <vector>
@@ -57,6 +58,22 @@ class PositionSearch {
   // The searches; see StdDictionaryIterator.
   bool findNewPosition();
   bool findBestPosition(bool replaceCurrent);
+
+  // Runs a search that matches nothing and shows `visit` each candidate at which a search that
+  // matches it would be found, with the occurrence that it would be. Until its first match every
+  // search by tag, name or logical type goes the same way, so what it would find is what is shown
+  // first of all that it matches. `visit` returns whether to go on. Leaves the stack where the
+  // search ended.
+  template <class Visit>
+  void visitCandidates(Visit visit) {
+    while (!isExhausted()) {
+      const bool isRepeat = candidate_.repeatIndex >= 0 && isFirst_;
+      const std::int32_t last = std::min(candidate_.repeatIndex, kUnbounded - 1);
+      const bool isFound = !isRepeat || mayRepeat();
+      if (isFound && !visit(candidate_, isRepeat ? last + 1 : 0)) return;
+      if (!entersGroup() && advance() == Step::Ended) return;
+    }
+  }
 
  private:
   // What a step led to.

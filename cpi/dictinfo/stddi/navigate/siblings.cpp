@@ -85,11 +85,15 @@ bool StdDictionaryIterator::moveToSibling(SearchDef search, bool moveFwd, bool a
 }
 
 // Inside a message composition that has a tag there is room for one message.
-void StdDictionaryIterator::checkNamedMessage(const SearchDef& search) const {
+bool StdDictionaryIterator::isInNamedMessage() const {
   const std::int32_t index = parentIndex();
-  if (index < 0 || positionStack[static_cast<std::size_t>(index)].tagIndex < 0) return;
+  if (index < 0 || positionStack[static_cast<std::size_t>(index)].tagIndex < 0) return false;
   const SMD_TYPE_DEFINITION* const parent = dictionaryInfo->types().find(getParentTypeIndex());
-  if (parent == nullptr || parent->Composition != TYPE_MESSAGE) return;
+  return parent != nullptr && parent->Composition == TYPE_MESSAGE;
+}
+
+void StdDictionaryIterator::checkNamedMessage(const SearchDef& search) const {
+  if (!isInNamedMessage()) return;
   throwParserError(this, siteOf(kIteratorSource, kMoveToSibling),
                    CP_DICT_EMBEDDED_MESSAGE_NOT_ALLOWED,
                    "Can't move to the next sibling of a named message composition",
