@@ -62,13 +62,23 @@ bool StdDictionaryIterator::moveToPreviousSibling() {
 
 bool StdDictionaryIterator::moveToSibling(SearchDef search, bool moveFwd, bool allowUndefined,
                                           bool enforceRequired) {
+  if (moveFwd) {
+    const KelStringBase namespaceURI = search.namespaceURI;
+    return moveToPeer(search, namespaceURI, passingFor(search), allowUndefined, enforceRequired);
+  }
   MoveOperation operation(this, kMoveToSibling, search, moveFwd, allowUndefined, enforceRequired);
   positionStackSaved = false;
   checkDictionary(dictionaryInfo, kMoveToSibling);
-  if (!moveFwd) {
-    throwParserError(this, siteOf(kIteratorSource, kMoveToSibling), CP_INTERNAL_ERROR,
-                     "moveFwd false not supported");
-  }
+  throwParserError(this, siteOf(kIteratorSource, kMoveToSibling), CP_INTERNAL_ERROR,
+                   "moveFwd false not supported");
+}
+
+bool StdDictionaryIterator::moveToPeer(SearchDef& search, const KelStringBase& namespaceURI,
+                                       Passing passing, bool allowUndefined,
+                                       bool enforceRequired) {
+  MoveOperation operation(this, kMoveToSibling, search, true, allowUndefined, enforceRequired);
+  positionStackSaved = false;
+  checkDictionary(dictionaryInfo, kMoveToSibling);
   if (positionStack.size() < 2) {
     traceItem(this, kMoveToSibling, kNoPeers, {positionStack.size()});
     return operation.returns(false);
@@ -77,10 +87,10 @@ bool StdDictionaryIterator::moveToSibling(SearchDef search, bool moveFwd, bool a
   StackGuard guard(positionStack, savedPositionStack, positionStackSaved);
   return operation.returns(guard.run([&] {
     const SMD_TYPE_DEFINITION* const parent = dictionaryInfo->types().find(getParentTypeIndex());
-    if (parent == nullptr) return moveWithoutModel(search, allowUndefined);
+    if (parent == nullptr) return moveWithoutModel(search, namespaceURI, passing, allowUndefined);
     const bool isFirstChildMarker = settleCurrentEntry();
-    return searchNewPosition(search, false, true, enforceRequired) ||
-           (allowUndefined && placeSibling(search, isFirstChildMarker));
+    return searchNewPosition(search, passing, false, true, enforceRequired) ||
+           (allowUndefined && placeSibling(search, namespaceURI, passing, isFirstChildMarker));
   }));
 }
 
@@ -136,12 +146,15 @@ bool StdDictionaryIterator::settleCurrentEntry() {
 }
 
 // The element is no member: placed as one that the model does not define here.
-bool StdDictionaryIterator::placeSibling(SearchDef& search, bool isFirstChildMarker) {
+bool StdDictionaryIterator::placeSibling(SearchDef& search, const KelStringBase& namespaceURI,
+                                         Passing& passing, bool isFirstChildMarker) {
   switch (search.searchType) {
     case STAny:
     case STMember: return false;
     case STTagName:
-      if (!resolveTagName(search)) return moveToSibling(search, true, true, true);
+      if (!resolveTagName(search, namespaceURI, passing)) {
+        return moveToPeer(search, namespaceURI, passing, true, true);
+      }
       break;
     case STTagId:
     case STSimpleType:
@@ -161,7 +174,7 @@ bool StdDictionaryIterator::placeSibling(SearchDef& search, bool isFirstChildMar
     }
   }
   if (search.searchType == STSelfDef) checkNamedMessage(search);
-  if (searchBestPosition(search, isFirstChildMarker, true)) return true;
+  if (searchBestPosition(search, passing, isFirstChildMarker, true)) return true;
   return pushSibling(search, isFirstChildMarker);
 }
 
@@ -173,14 +186,17 @@ bool StdDictionaryIterator::pushSibling(const SearchDef& search, bool isFirstChi
 }
 
 // Under a parent without a type there is nothing to search.
-bool StdDictionaryIterator::moveWithoutModel(SearchDef& search, bool allowUndefined) {
+bool StdDictionaryIterator::moveWithoutModel(SearchDef& search, const KelStringBase& namespaceURI,
+                                             Passing& passing, bool allowUndefined) {
   switch (search.searchType) {
     case STMember:
       throwParserError(this, siteOf(kIteratorSource, kMoveToSibling), CP_INTERNAL_ERROR,
                        "Can't look for a member id in StdDictionaryIterator when the parent is "
                        "self defined.");
     case STTagName:
-      if (!resolveTagName(search)) return moveToSibling(search, true, allowUndefined, true);
+      if (!resolveTagName(search, namespaceURI, passing)) {
+        return moveToPeer(search, namespaceURI, passing, allowUndefined, true);
+      }
       break;
     case STTagId:
     case STSimpleType:
@@ -233,7 +249,7 @@ bool StdDictionaryIterator::moveOnFromMember(std::int32_t nextMemberId, bool enf
       const auto* const nextRow = dictionaryInfo->typeMembers().find(next);
       if (nextRow != nullptr && row != nullptr && nextRow->ParentTypeId == row->ParentTypeId) {
         current = DictionaryPosition(dictionaryInfo, next);
-        if (searchNewPosition(SearchDef(STAny, kNone), true, true, enforceRequired)) return true;
+        if (searchNewPosition(SearchDef(STAny, kNone), {}, true, true, enforceRequired)) return true;
         break;
       }
       if (!isParentAnonymous() || nextMemberId <= 0) break;

@@ -60,6 +60,8 @@ LookupIndex::LookupIndex(const StdDictionaryInfo& dictionary, const SpaceNumbers
                                                                                  numbers)),
       elements_(dictionary.tags(), spaces_,
                 spacesOf<SMD_TAG_DEFINITION, &SMD_TAG_DEFINITION::namespaceIndex>(dictionary.tags(),
-                                                                                  numbers)) {}
+                                                                                  numbers)) {
+  if (elements_.isComplete()) members_.emplace(dictionary, elements_);
+}
 
 }  // namespace cpi

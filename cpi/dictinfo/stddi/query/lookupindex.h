@@ -7,10 +7,12 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string_view>
 #include <vector>
 
 #include "cpi/dictinfo/stddi/query/elementnames.h"
+#include "cpi/dictinfo/stddi/query/memberindex.h"
 #include "cpi/dictinfo/stddi/query/nameindex.h"
 #include "cpi/dictinfo/stddi/query/namespacetexts.h"
 #include "cpi/dictinfo/stddi/stddictionaryinfo.h"
@@ -46,9 +48,14 @@ class LookupIndex {
   const ElementNames* elements() const noexcept {
     return elements_.isComplete() ? &elements_ : nullptr;
   }
+  // For moves; null without the elements.
+  const MemberIndex* members() const noexcept {
+    return members_.has_value() ? &*members_ : nullptr;
+  }
   // What the index occupies beside the tables.
   std::size_t bytes() const noexcept {
-    return sizeof *this + spaces_.bytes() + tags_.bytes() + types_.bytes() + elements_.bytes();
+    return sizeof *this + spaces_.bytes() + tags_.bytes() + types_.bytes() + elements_.bytes() +
+           (members_.has_value() ? members_->bytes() : 0);
   }
 
  private:
@@ -62,6 +69,7 @@ class LookupIndex {
   NameIndex tags_;
   NameIndex types_;
   ElementNames elements_;
+  std::optional<MemberIndex> members_;
 };
 
 }  // namespace cpi
