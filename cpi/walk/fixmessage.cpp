@@ -195,35 +195,44 @@ bool FixFramer::frameAt(std::string_view text, bool isLast, FixFrame& frame) noe
   return isLast || newline != text.npos;
 }
 
+// What has no tag is all value.
+inline void FixMessage::readTag(const FixModel& model, FixField& field) const noexcept {
+  const char* const begin = text_.data() + field.begin;
+  const char* const stop = text_.data() + text_.size();
+  const char* const end = begin + std::min(text_.size() - field.begin, kMaxDigits);
+  std::int32_t number = 0;
+  const char* at = begin;
+  for (; at != end && isDigit(*at); ++at) number = number * 10 + (*at - '0');
+  field.valueBegin = field.begin;
+  if (at == begin || at == stop || *at != '=') return;
+  field.number = number;
+  field.row = model.fieldRow(number);
+  field.valueBegin = field.begin + static_cast<std::uint32_t>(at - begin) + 1;
+}
+
+// The end of the text when there is none.
+inline std::uint32_t FixMessage::findDelimiter(std::uint32_t from) const noexcept {
+  std::size_t at = findByte(text_, from, firstOf(delimiter_));
+  while (delimiter_ == FixDelimiter::Caret && at < text_.size() && !isDelimiter(at)) {
+    at = findByte(text_, at + 1, firstOf(delimiter_));
+  }
+  return static_cast<std::uint32_t>(at);
+}
+
 void FixMessage::parse(const FixModel& model, std::string_view text, FixDelimiter delimiter) {
   text_ = text;
   delimiter_ = delimiter;
   fields_.clear();
+  const auto size = static_cast<std::uint32_t>(text.size());
   const auto width = static_cast<std::uint32_t>(widthOf(delimiter));
-  for (std::uint32_t at = 0; at < text_.size(); at = fields_.back().end + width) {
-    fields_.push_back(parseField(model, at));
-    FixField& field = fields_.back();
+  for (std::uint32_t at = 0; at < size;) {
+    FixField& field = fields_.emplace_back();
+    field.begin = at;
+    readTag(model, field);
+    field.end = findDelimiter(field.valueBegin);
     if (field.row >= 0 && model.form(field.row) == FixForm::Data) takeData(model, field);
+    at = field.end + width;
   }
-}
-
-FixField FixMessage::parseField(const FixModel& model, std::uint32_t begin) const {
-  FixField field;
-  field.begin = begin;
-  field.valueBegin = begin;
-  const std::string_view text = text_;
-  std::uint32_t at = begin;
-  std::int32_t number = 0;
-  while (at < text.size() && isDigit(text[at]) && at - begin < kMaxDigits) {
-    number = number * 10 + (text[at++] - '0');
-  }
-  if (at > begin && at < text.size() && text[at] == '=') {
-    field.number = number;
-    field.row = model.fieldRow(number);
-    field.valueBegin = at + 1;
-  }
-  field.end = findDelimiter(field.valueBegin);
-  return field;
 }
 
 // Data may hold delimiters; the field before it says how many bytes it has.
@@ -239,15 +248,6 @@ void FixMessage::takeData(const FixModel& model, FixField& field) const {
 
 bool FixMessage::isDelimiter(std::size_t at) const noexcept {
   return at == text_.size() || text_.substr(at).starts_with(textOf(delimiter_));
-}
-
-// The end of the text when there is none.
-std::uint32_t FixMessage::findDelimiter(std::uint32_t from) const noexcept {
-  std::size_t at = findByte(text_, from, firstOf(delimiter_));
-  while (delimiter_ == FixDelimiter::Caret && at < text_.size() && !isDelimiter(at)) {
-    at = findByte(text_, at + 1, firstOf(delimiter_));
-  }
-  return static_cast<std::uint32_t>(at);
 }
 
 std::int64_t FixMessage::length(const FixField& from, const FixField& to) const noexcept {

@@ -73,7 +73,7 @@ class FixMessage {
   std::int32_t checkSum(const FixField& end) const noexcept;
 
  private:
-  FixField parseField(const FixModel& model, std::uint32_t begin) const;
+  void readTag(const FixModel& model, FixField& field) const noexcept;
   void takeData(const FixModel& model, FixField& field) const;
   std::uint32_t findDelimiter(std::uint32_t from) const noexcept;
   bool isDelimiter(std::size_t at) const noexcept;

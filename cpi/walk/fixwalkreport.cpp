@@ -96,6 +96,11 @@ void FixWalk::reportStructure(const Level& level, const FixField& field) {
 }
 
 void FixWalk::reportMember(const FixField& field, std::int32_t member, std::int32_t occurrence) {
+  if (visitor_ == nullptr && occurrence == 1 && &field != early_) {
+    ++summary_->elements;
+    ++summary_->placed[static_cast<std::size_t>(Placement::Member)];
+    return;
+  }
   Verdict verdict = memberVerdict(member, occurrence);
   if (occurrence > 1) {
     verdict.kind = VerdictKind::BeyondLimit;
@@ -311,7 +316,7 @@ std::vector<PathStep> FixWalk::path() const {
 // The fields of the body are a group without tag.
 std::vector<GroupStep> FixWalk::groups() const {
   if (current_ != kBody || levels_[kBody].member == kNone) return {};
-  return {{levels_[kBody].member, 1}};
+  return {{levels_[kBody].member, 1, "(body)"}};
 }
 
 }  // namespace cpi

@@ -80,9 +80,9 @@ std::map<std::string, std::vector<Sent>> readIndex() {
     columns.resize(8);
     Sent message{columns[1], std::stoul(columns[2]), columns[4], columns[6], columns[7]};
     // The oldest version has the tag in the text.
-    if (const std::size_t open = message.text.rfind('('); open != message.text.npos) {
-      message.tag = message.text.substr(open + 1);
-      message.tag.erase(message.tag.size() - 1);
+    if (message.text.ends_with(')')) {
+      message.tag = message.text.substr(message.text.rfind('(') + 1);
+      message.tag.pop_back();
     }
     sent[columns[0]].push_back(message);
   }
