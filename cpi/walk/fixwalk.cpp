@@ -48,8 +48,9 @@ void FixPlaces::advance(WalkPosition& place, std::string_view bytes) noexcept {
       bytes, [](char byte) { return (static_cast<unsigned char>(byte) & 0xc0) != 0x80; });
 }
 
-FixWalk::FixWalk(const FixModel& model)
+FixWalk::FixWalk(const FixModel& model, bool isChecking)
     : model_(&model),
+      isChecking_(isChecking),
       at_(std::make_unique<Cursor>(model.dictionary())),
       levels_(kSectionCount),
       seen_(static_cast<std::size_t>(model.dictionary().typeMembers().rowCount())) {}
@@ -116,7 +117,7 @@ void FixWalk::end() {
     current_ = section;
     checkRequired(levels_[section]);
   }
-  checkFrame();
+  if (isChecking_) checkFrame();
 }
 
 // --- Placing ------------------------------------------------------------------------------------
@@ -377,10 +378,11 @@ void FixWalk::checkFrame() {
 void FixWalk::checkRequired(const Level& level) {
   // What could not be read may have been what is missing.
   const std::int32_t missing = model_->requiredCount(level.typeIndex) - level.requiredSeen;
-  if (missing > level.garbled) reportIncomplete(level);
+  if (isChecking_ && missing > level.garbled) reportIncomplete(level);
 }
 
 void FixWalk::checkCount(const FixField& count, std::int32_t instances) {
+  if (!isChecking_) return;
   const std::string_view value = message_->value(count);
   if (hasFixForm(value, FixForm::Count) && fixNumberOf(value) != instances) {
     reportValue(count, Reason::WrongCount, instances);
@@ -388,6 +390,7 @@ void FixWalk::checkCount(const FixField& count, std::int32_t instances) {
 }
 
 void FixWalk::checkValue(const FixField& field) {
+  if (!isChecking_) return;
   const Reason reason = valueReason(field);
   if (reason != Reason::None) reportValue(field, reason);
 }

@@ -39,7 +39,7 @@ class FixPlaces {
 class FixWalk final : private WalkTrail {
  public:
   // `model` is not owned and must outlive the walk.
-  explicit FixWalk(const FixModel& model);
+  FixWalk(const FixModel& model, bool isChecking);
   ~FixWalk() override;
 
   // Walks one message, of which `places` is set to the start; `visitor` may be null. Adds to
@@ -139,6 +139,7 @@ class FixWalk final : private WalkTrail {
   std::vector<GroupStep> groups() const override;
 
   const FixModel* model_;
+  bool isChecking_;
   std::unique_ptr<Cursor> at_;
   std::vector<Level> levels_;  // the sections, then the open groups
   std::size_t current_ = 0;    // the innermost

@@ -27,7 +27,8 @@ using File = std::unique_ptr<std::FILE, CloseFile>;
 
 class FixWalker::Walk {
  public:
-  explicit Walk(const FixModel& model) : model_(&model), walk_(model) {}
+  Walk(const FixModel& model, const WalkOptions& options)
+      : model_(&model), walk_(model, options.isChecking) {}
 
   WalkSummary file(const std::string& path, WalkVisitor* visitor);
   WalkSummary text(std::string_view text, const std::string& name, WalkVisitor* visitor);
@@ -113,7 +114,8 @@ WalkSummary FixWalker::Walk::file(const std::string& path, WalkVisitor* visitor)
   }
 }
 
-FixWalker::FixWalker(const FixModel& model) : walk_(std::make_unique<Walk>(model)) {}
+FixWalker::FixWalker(const FixModel& model, WalkOptions options)
+    : walk_(std::make_unique<Walk>(model, options)) {}
 FixWalker::~FixWalker() = default;
 FixWalker::FixWalker(FixWalker&&) noexcept = default;
 

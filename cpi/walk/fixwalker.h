@@ -7,8 +7,9 @@
 //
 // A file holds any number of messages, one behind another or one a line behind other text, with
 // fields that end with 0x01, '|' or "^A". Each message is a root element; header, trailer and the
-// instances of repeating groups are elements in which fields stand. What is told of a message is
-// in docs/fix-mapping.md.
+// instances of repeating groups are elements in which fields stand. Without WalkOptions::isChecking
+// only the places of fields are judged; with it values, counts, body length, check sum and what is
+// missing as well, see docs/fix-mapping.md.
 //
 // Thread rule: a walker is used by one thread at a time; any number of walkers may share a model.
 #ifndef CPI_WALK_FIXWALKER_H
@@ -26,7 +27,7 @@ namespace cpi {
 class FixWalker {
  public:
   // `model` is not owned and must outlive the walker.
-  explicit FixWalker(const FixModel& model);
+  explicit FixWalker(const FixModel& model, WalkOptions options = {});
   ~FixWalker();
   FixWalker(FixWalker&&) noexcept;
   FixWalker& operator=(FixWalker&&) = delete;

@@ -114,6 +114,7 @@ void FixWalk::reportMember(const FixField& field, std::int32_t member, std::int3
 // Fields that follow one another behind their section were moved together.
 void FixWalk::reportMisplaced(const FixField& field, Level& level, std::int32_t member) {
   Verdict verdict = memberVerdict(member, see(level, member));
+  verdict.placement = Placement::Refused;
   verdict.kind = VerdictKind::OutOfOrder;
   verdict.reason = Reason::PlacePassed;
   verdict.isConsequence = wasMisplaced_;

@@ -189,7 +189,7 @@ TEST(FixCorpus, AcceptanceTestsGetTheVerdictsThatTheyExpect) {
              "rejected", "broken", "differ");
   for (const auto& [names, messages] : readIndex()) {
     const auto dictionary = compiled(names);
-    FixWalker walker(dictionary->model());
+    FixWalker walker(dictionary->model(), {.isChecking = true});
     Counts counts;
     for (const Sent& sent : messages) {
       FindingList list;
@@ -225,7 +225,7 @@ TEST(FixCorpus, RecordedMessagesHaveNoFaultsButTheKnownOnes) {
   };
   for (const FileRow& row : rows) {
     const auto dictionary = compiled(row.dictionaries);
-    FixWalker walker(dictionary->model());
+    FixWalker walker(dictionary->model(), {.isChecking = true});
     const WalkSummary summary = walker.walkFile(corpus() / "msgs" / row.file);
     EXPECT_EQ(summary.count(Placement::Root), row.messages) << row.file;
     EXPECT_EQ(summary.elements, row.elements) << row.file;
