@@ -199,7 +199,7 @@ void FixModelBuilder::addMessage(const FixDocument& document, const FixMessage& 
   }
   if (!body.members.empty()) {
     const std::int32_t bodyType = draft_.addType(
-        {.identifier = message.name + kNameMark + u"body", .composition = TYPE_UNORDERED});
+        {.identifier = message.name + std::u16string(kFixBodyMark), .composition = TYPE_UNORDERED});
     const bool isOwed = std::ranges::any_of(
         body.members, [](const MemberDraft& member) { return member.minOccurs > 0; });
     addMembers(bodyType, body);

@@ -70,6 +70,7 @@ inline constexpr std::u16string_view kSchemaNamespace = u"http://www.w3.org/2001
 inline constexpr std::u16string_view kFixWireFormat = u"FIX";
 inline constexpr std::u16string_view kFixHeader = u"StandardHeader";
 inline constexpr std::u16string_view kFixTrailer = u"StandardTrailer";
+inline constexpr std::u16string_view kFixBodyMark = u"^body";  // behind a message's name: its type
 
 inline std::u16string numberedText(std::u16string_view prefix, std::int32_t number) {
   std::u16string text(prefix);

@@ -100,7 +100,8 @@ class ValueReader {
     return hasWhole || hasFraction;
   }
   bool monthYear() noexcept {
-    if (!number(4, 0, 9999) || !number(2, 1, 12) || isAtEnd()) return isAtEnd();
+    if (!number(4, 0, 9999) || !number(2, 1, 12)) return false;
+    if (isAtEnd()) return true;
     return take('w') ? number(1, 1, 5) : number(2, 1, 31);
   }
 

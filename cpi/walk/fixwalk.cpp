@@ -161,17 +161,20 @@ void FixWalk::settle(const FixField& field) {
   const std::int32_t occurrence = see(here, member);
   if (const std::int32_t group = model_->groupMember(member); group != kNone) {
     here.awaited = group;
-    here.count = &field;
+    here.awaitedCount = &field;
   }
   reportMember(field, member, occurrence);
   checkValue(field);
 }
 
-// Whether the field behind a count begins the group's first instance: also without the field that
-// should begin it.
+// Whether the field behind a count begins the group's first instance. Another than the one that
+// should begin it does too, if the count says that there is a group.
 void FixWalk::awaitGroup(const FixField& field) {
   const std::int32_t type = model_->dictionary().typeMembers().row(level().awaited).toTypeIndex;
-  if (model_->memberOf(type, field.row) != kNone) {
+  const std::int32_t member = model_->memberOf(type, field.row);
+  const bool isFirst = member == model_->firstMember(type);
+  const bool isTold = fixNumberOf(message_->value(*level().awaitedCount)) != 0;
+  if (member != kNone && (isFirst || isTold)) {
     openGroup(field);
   } else {
     closeAwaited(level());
@@ -184,7 +187,7 @@ void FixWalk::openGroup(const FixField& field) {
   group.typeIndex = row.toTypeIndex;
   group.member = level().awaited;
   group.tagId = row.ChildTagId;
-  group.count = level().count;
+  group.count = level().awaitedCount;
   group.isOpen = true;
   const auto* const first =
       model_->dictionary().typeMembers().find(model_->firstMember(row.toTypeIndex));
@@ -225,7 +228,7 @@ void FixWalk::closeGroup() {
 void FixWalk::closeAwaited(Level& level) {
   if (level.awaited == kNone) return;
   level.awaited = kNone;
-  checkCount(*level.count, 0);
+  checkCount(*level.awaitedCount, 0);
 }
 
 // From a field up to the section or group that it is in.
@@ -359,12 +362,18 @@ void FixWalk::checkFrame() {
   const auto& fields = message_->fields();
   if (fields.back().number != kFixCheckSum) return;
   const FixField& sum = fields.back();
+  checkLength(sum);
+  current_ = kTrailer;
   const std::int32_t right = message_->checkSum(sum);
   const std::string_view value = message_->value(sum);
-  current_ = kTrailer;
   if (!value.empty() && (value.size() != 3 || fixNumberOf(value) != right)) {
     reportValue(sum, Reason::WrongCheckSum, right);
   }
+}
+
+// The body length counts what stands between it and the check sum.
+void FixWalk::checkLength(const FixField& sum) {
+  const auto& fields = message_->fields();
   const auto length = std::ranges::find(fields, kFixBodyLength, &FixField::number);
   if (length == fields.end()) return;
   current_ = kHeader;
@@ -391,6 +400,11 @@ void FixWalk::checkCount(const FixField& count, std::int32_t instances) {
 
 void FixWalk::checkValue(const FixField& field) {
   if (!isChecking_) return;
+  if (field.hasWrongLength) {
+    const FixField& length = *(&field - 1);
+    reportValue(length, Reason::WrongCount, field.end - field.valueBegin);
+    return;
+  }
   const Reason reason = valueReason(field);
   if (reason != Reason::None) reportValue(field, reason);
 }
@@ -398,7 +412,6 @@ void FixWalk::checkValue(const FixField& field) {
 Reason FixWalk::valueReason(const FixField& field) const {
   const std::string_view value = message_->value(field);
   if (value.empty()) return Reason::NoValue;
-  if (field.hasWrongLength) return Reason::WrongCount;
   const FixForm form = model_->form(field.row);
   if (form != FixForm::Text && !hasFixForm(value, form)) return Reason::WrongForm;
   if (field.number == kFixBeginString && !model_->beginString().empty()) {

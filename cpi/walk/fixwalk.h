@@ -64,9 +64,11 @@ class FixWalk final : private WalkTrail {
     bool hadChild = false;     // the iterator stands on a child
     bool isOpen = false;       // of a section with a tag: the iterator is inside
     // A count field came, and the next field tells whether its group does.
-    std::int32_t awaited = kNone;     // member of the group's instances
-    const FixField* count = nullptr;  // the field; of a group: its own
-    std::int32_t instances = 0;       // of a group: so far
+    std::int32_t awaited = kNone;            // member of the group's instances
+    const FixField* awaitedCount = nullptr;  // the count field
+    // Of a group:
+    const FixField* count = nullptr;
+    std::int32_t instances = 0;  // so far
   };
   // How often a member came at the level with this stamp.
   struct Seen {
@@ -104,6 +106,7 @@ class FixWalk final : private WalkTrail {
   // Judging.
   const FixField* findEarly();
   void checkFrame();
+  void checkLength(const FixField& sum);
   void checkValue(const FixField& field);
   void checkRequired(const Level& level);
   void checkCount(const FixField& count, std::int32_t instances);
@@ -133,6 +136,7 @@ class FixWalk final : private WalkTrail {
   void listElsewhere(Finding& finding, std::int32_t row) const;
   Verdict memberVerdict(std::int32_t member, std::int32_t occurrence) const;
   std::string nameOfTag(std::int32_t row) const;
+  static std::string nameOfType(const SMD_TYPE_DEFINITION& type);
   std::string nameOf(const FixField& field) const;
   std::int32_t depth() const noexcept;
   std::vector<PathStep> path() const override;

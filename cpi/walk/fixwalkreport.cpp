@@ -13,6 +13,8 @@ namespace {
 constexpr std::size_t kMaxText = 80;
 // Of more values than these, or elements that might have come, the first are listed.
 constexpr std::size_t kMaxListed = 20;
+// What a message is called that does not say what it is.
+constexpr const char* kUnnamed = "message";
 
 }  // namespace
 
@@ -61,6 +63,7 @@ void FixWalk::walkUnknown(const FixField* msgType) {
     Finding finding;
     finding.verdict = verdict;
     if (msgType != nullptr) finding.name = message_->value(*msgType).substr(0, kMaxText);
+    if (msgType == nullptr) finding.name = kUnnamed;
     if (msgType == nullptr) finding.missing.push_back(expectedNumber(kFixMsgType));
     finding.path = {{finding.name, {}, 1}};
     finding.position = places_->at(0);
@@ -210,7 +213,6 @@ Finding FixWalk::findingOf(const Verdict& verdict, const FixField* field) {
   Finding finding;
   finding.verdict = verdict;
   finding.path = path();
-  finding.groups = groups();
   const FixField* const at = field == nullptr ? field_ : field;
   finding.position = places_->at(at == nullptr ? message_->text().size() : at->begin);
   if (field == nullptr) return finding;
@@ -244,7 +246,6 @@ std::vector<Expected> FixWalk::expected(const Level& level, bool isOwedOnly) con
     item.memberIndex = member;
     item.owed = isOwed ? 1 : 0;
     item.atMost = row.MaxOccurs < 0 ? kUnbounded : row.MaxOccurs;
-    item.groups = groups();
   }
   return list;
 }
@@ -275,7 +276,7 @@ void FixWalk::listElsewhere(Finding& finding, std::int32_t row) const {
     const std::int32_t id = dictionary.typeMembers().row(member).ParentTypeId;
     place.parentTypeIndex = dictionary.getTypeDefIndex(id);
     const SMD_TYPE_DEFINITION* const type = dictionary.types().find(place.parentTypeIndex);
-    if (type != nullptr) place.parent = fixNameOf(textView(type->Identifier));
+    if (type != nullptr) place.parent = nameOfType(*type);
   }
 }
 
@@ -284,6 +285,13 @@ void FixWalk::listElsewhere(Finding& finding, std::int32_t row) const {
 std::string FixWalk::nameOfTag(std::int32_t row) const {
   const SMD_TAG_DEFINITION* const tag = model_->dictionary().tags().find(row);
   return tag == nullptr ? std::string() : fixNameOf(textView(tag->TextIdentifier));
+}
+
+// The body of a message goes by the message's name.
+std::string FixWalk::nameOfType(const SMD_TYPE_DEFINITION& type) {
+  std::u16string_view text = textView(type.Identifier);
+  if (text.ends_with(kFixBodyMark)) text.remove_suffix(kFixBodyMark.size());
+  return fixNameOf(text);
 }
 
 // A field without definition is called by its number, and what is no field by what stands there.
@@ -314,10 +322,7 @@ std::vector<PathStep> FixWalk::path() const {
   return steps;
 }
 
-// The fields of the body are a group without tag.
-std::vector<GroupStep> FixWalk::groups() const {
-  if (current_ != kBody || levels_[kBody].member == kNone) return {};
-  return {{levels_[kBody].member, 1, "(body)"}};
-}
+// The body's fields are the only group without tag, which is no news to anybody.
+std::vector<GroupStep> FixWalk::groups() const { return {}; }
 
 }  // namespace cpi

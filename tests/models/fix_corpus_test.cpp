@@ -115,7 +115,7 @@ struct DifferenceRow {
 constexpr DifferenceRow kDifferences[] = {
     {"11c_NewSeqNoLess", "reject", "the value is wrong for the state of the session only"},
     {"2g_PossDupNoOrigSendingTime", "reject", "the field is required by the value of another"},
-    {"14a_BadField", "reject", "a negative tag is no field at all"},
+    {"14a_BadField", "reject", "a negative tag is no field; fields of both layers are joined"},
 };
 
 struct Counts {
@@ -184,7 +184,7 @@ TEST(FixCorpus, AcceptanceTestsGetTheVerdictsThatTheyExpect) {
   const std::map<std::string, Counts> expected = {{"FIX40", {224, 24, 13, 4}},
                                                   {"FIX42", {230, 28, 13, 4}},
                                                   {"FIX44", {243, 28, 13, 4}},
-                                                  {"FIXT11+FIX50", {243, 28, 14, 4}}};
+                                                  {"FIXT11+FIX50", {243, 27, 14, 5}}};
   fmt::print("{:<12} {:>8} {:>8} {:>8} {:>8} {:>8}\n", "dictionary", "messages", "accepted",
              "rejected", "broken", "differ");
   for (const auto& [names, messages] : readIndex()) {
