@@ -185,6 +185,7 @@ StructureCheck::Outcome StructureCheck::judgeAhead(const Scope& scope, const Ele
   if (!find(search, name, true)) return {};
   listMissing(search, found_, known);
   const bool isFault = owedCount() > (known == nullptr ? 0 : known->strays);
+  if (isFault && isOneMore(scope, name)) return {};
   if (isFault) explain(scope);
   Trouble& trouble = addTrouble(scope);
   tellMissing(trouble);
@@ -197,6 +198,13 @@ StructureCheck::Outcome StructureCheck::judgeAhead(const Scope& scope, const Ele
   outcome.kind = VerdictKind::OutOfOrder;
   outcome.reason = Reason::SkipsRequired;
   return outcome;
+}
+
+// Whether the element is the last child's, once more. Then that is the fault, rather than that the
+// next repeat of a group around both would lack something.
+bool StructureCheck::isOneMore(const Scope& scope, const ElementName& name) const {
+  const ContentSearch::Path last = path(scope);
+  return !last.empty() && isTaken(last.back().memberIndex, name);
 }
 
 // An element of this content that may no longer come.

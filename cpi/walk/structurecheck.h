@@ -106,6 +106,7 @@ class StructureCheck {
   bool isForeign(const ContentSearch& search, const ElementName& name) const;
   Outcome placed(const Scope& scope);
   Outcome judgeAhead(const Scope& scope, const ElementName& name);
+  bool isOneMore(const Scope& scope, const ElementName& name) const;
   Outcome judgeBehind(const Scope& scope, const ElementName& name);
   Outcome judgeUnknown(const Scope& scope, const ElementName& name);
   std::int32_t otherNamespace(const ContentSearch& search, const ElementName& name) const;

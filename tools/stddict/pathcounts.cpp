@@ -14,13 +14,15 @@ bool isAboutElement(cpi::VerdictKind kind) {
   return static_cast<std::size_t>(kind) <= static_cast<std::size_t>(cpi::VerdictKind::Unjudged);
 }
 
-// "2 value, 1 incomplete"; elements in their places are left out.
+// "2 value, 1 incomplete"; elements in their places, and unjudged ones, are no faults.
 std::string faultsOf(const PathCounts::Kinds& kinds) {
   std::string text;
-  for (std::size_t i = 1; i < kinds.size(); ++i) {
+  for (std::size_t i = 0; i < kinds.size(); ++i) {
+    const auto kind = static_cast<cpi::VerdictKind>(i);
+    if (kind == cpi::VerdictKind::Placed || kind == cpi::VerdictKind::Unjudged) continue;
     if (kinds[i] == 0) continue;
     fmt::format_to(std::back_inserter(text), "{}{} {}", text.empty() ? "" : ", ", kinds[i],
-                   wordOf(static_cast<cpi::VerdictKind>(i)));
+                   wordOf(kind));
   }
   return text;
 }

@@ -52,6 +52,8 @@ class TextReport final : public WalkReport {
     print("{}:{}:{}: {}: {}\n", file_, finding.position.line, finding.position.column,
           printable(cpi::toText(finding.path)), style_.bad(sentenceOf(finding)));
     if (!finding.groups.empty()) print("    in the group {}\n", textOf(finding.groups));
+    // Of an element that ended too early the sentence tells what matters.
+    if (finding.verdict.kind == cpi::VerdictKind::Incomplete) return;
     if (!finding.expected.empty()) print("    expected here: {}\n", listOf(finding.expected));
   }
 
