@@ -25,7 +25,9 @@ class Dice {
   }
   bool oneIn(std::int32_t count) { return below(count) == 0; }
   // Mostly a number below `count`; where the model is a broken one, now and then none of them.
-  std::int32_t index(std::int32_t count) { return isWild && oneIn(12) ? below(7) - 3 : below(count); }
+  std::int32_t index(std::int32_t count) {
+    return isWild && oneIn(12) ? below(7) - 3 : below(count);
+  }
 
   bool isWild = false;
 
@@ -92,15 +94,18 @@ class RandomModel {
     cell(410, row, row + 1);
     cell(411, row, dice_.below(5) - 1);
     cell(412, row, isGroup && !isLeaf ? -1 : dice_.index(tags_));
-    cell(413, row, isLeaf ? 0 : isBelow ? type + 1 + dice_.below(types_ - type - 1)
-                                        : dice_.index(types_));
+    cell(413, row,
+         isLeaf    ? 0
+         : isBelow ? type + 1 + dice_.below(types_ - type - 1)
+                   : dice_.index(types_));
   }
 
   void writeTypes() {
     cell(2000, 0, types_);
     for (std::int32_t type = 0; type < types_; ++type) {
       cell(2101, type, type + 1);
-      cell(2103, type, dice_.isWild && dice_.oneIn(15) ? 9 : 1 + dice_.below(dice_.oneIn(5) ? 7 : 6));
+      cell(2103, type,
+           dice_.isWild && dice_.oneIn(15) ? 9 : 1 + dice_.below(dice_.oneIn(5) ? 7 : 6));
       cell(2104, type, dice_.oneIn(2) ? 1 : 1 + dice_.below(3));
       cell(2106, type, type == 0 ? 1 : 0);
       const std::int32_t first = type == 0 ? -1 : firsts_[static_cast<std::size_t>(type) - 1];
@@ -192,10 +197,12 @@ bool agree(std::uint32_t seed) {
   const std::int32_t bias = dice.below(3);
   for (int step = 0; step < 60; ++step) {
     // Siblings more often than children, children more often than the way up.
-    const std::int32_t kind = dice.oneIn(4) ? dice.below(14) : bias == 0 ? 14 + dice.below(6)
-                              : dice.oneIn(3) ? dice.below(3) : 14 + dice.below(6);
-    const Move move{kind, 1 + dice.below(9), dice.below(7), dice.below(3), !dice.oneIn(bias + 1),
-                    !dice.oneIn(3)};
+    const std::int32_t kind = dice.oneIn(4)   ? dice.below(14)
+                              : bias == 0     ? 14 + dice.below(6)
+                              : dice.oneIn(3) ? dice.below(3)
+                                              : 14 + dice.below(6);
+    const Move move{kind,          1 + dice.below(9),     dice.below(7),
+                    dice.below(3), !dice.oneIn(bias + 1), !dice.oneIn(3)};
     const std::string expected = outcomeOf(plain, move);
     const std::string outcome = outcomeOf(fast, move);
     EXPECT_EQ(outcome, expected);
@@ -204,7 +211,8 @@ bool agree(std::uint32_t seed) {
     if (testing::Test::HasFailure()) {
       ADD_FAILURE() << "seed " << seed << " step " << step << " kind " << move.kind << " id "
                     << move.id << " name " << move.name << " space " << move.space << " allow "
-                    << move.allow << " enforce " << move.enforce << "\n" << events;
+                    << move.allow << " enforce " << move.enforce << "\n"
+                    << events;
       return false;
     }
     if (!fast.hasContext()) fast.setContextFromTag(rootId), plain.setContextFromTag(rootId);

@@ -341,11 +341,20 @@ class CPI_API StdDictionaryIterator : public KelOwnedLogSource {
   KelStringBase traceNameOfSearch(const SearchDef& search) const;
   Passing passing() const noexcept;
   Passing passingFor(const SearchDef& search) const noexcept;
+  Passing passingForTag(std::int32_t tagIndex) const noexcept;
+  Passing passingForName(const unsigned short* name,
+                         const KelStringBase& namespaceURI) const noexcept;
+  bool goToParent();
   bool searchNewPosition(const SearchDef& search, const Passing& passing, bool matchCurrent,
                          bool moveFwd, bool enforceRequired);
   bool searchBestPosition(const SearchDef& search, const Passing& passing, bool replaceCurrent,
                           bool moveFwd);
   bool isParentAnonymous() const;
+  // By the index alone, where it can tell; to the tag, or to any tag of the key when it is -1.
+  bool goToChild(const Passing& passing, std::int32_t tagIndex);
+  bool goToPeer(const Passing& passing, std::int32_t tagIndex);
+  bool goToNextRound(const Passing& passing, std::int32_t tagIndex,
+                     const SMD_TYPE_DEFINITION& type);
   // In these the namespace is the caller's, and that of `search` is not read.
   bool moveToChild(SearchDef& search, const KelStringBase& namespaceURI, Passing passing,
                    bool allowUndefined, bool enforceRequired);

@@ -13,20 +13,27 @@ constexpr const char* kMoveToFirstChild = "StdDictionaryIterator::moveToFirstChi
 }  // namespace
 
 bool StdDictionaryIterator::moveToParent() {
-  KelOperation operation(this, kMoveToParent);
+  if (KelLog::isOn(LLDebug)) {
+    KelOperation operation(this, kMoveToParent);
+    return operation.returns(goToParent());
+  }
+  return goToParent();
+}
+
+bool StdDictionaryIterator::goToParent() {
   positionStackSaved = false;
   if (dictionaryInfo == nullptr) {
     throwParserError(nullptr, siteOf(kIteratorSource, kMoveToParent),
                      CP_DICT_ITERATOR_NOT_INITIALISED, "null dictionary pointer");
   }
-  if (positionStack.empty()) return operation.returns(false);
+  if (positionStack.empty()) return false;
   do {
     // A marker goes together with the member that it stands on.
     if (positionStack.back().memberIndex == kMarkerMember) positionStack.pop_back();
     if (!positionStack.empty()) positionStack.pop_back();
   } while (!positionStack.empty() && positionStack.back().memberIndex >= 0 &&
            positionStack.back().tagIndex < 0);
-  return operation.returns(true);
+  return true;
 }
 
 bool StdDictionaryIterator::moveToFirstChild() {
@@ -36,15 +43,20 @@ bool StdDictionaryIterator::moveToFirstChild() {
 bool StdDictionaryIterator::moveToFirstChildTagId(std::int32_t tagId, bool allowUndefined,
                                                   bool enforceRequired) {
   if (dictionaryInfo == nullptr) return moveToFirstChild();  // which refuses it
-  return moveToFirstChild(SearchDef(STTagId, dictionaryInfo->getTagDefIndex(tagId)), allowUndefined,
-                          enforceRequired);
+  const std::int32_t row = dictionaryInfo->getTagDefIndex(tagId);
+  const Passing passing = passingForTag(row);
+  if (passing.members != nullptr && goToChild(passing, row)) return true;
+  SearchDef search(STTagId, row);
+  return moveToChild(search, KelStringBase(), passing, allowUndefined, enforceRequired);
 }
 
 bool StdDictionaryIterator::moveToFirstChildTagName(const unsigned short* name,
                                                     const KelStringBase& namespaceURI,
                                                     bool allowUndefined, bool enforceRequired) {
-  return moveToFirstChild(SearchDef(STTagName, name, namespaceURI), allowUndefined,
-                          enforceRequired);
+  const Passing passing = passingForName(name, namespaceURI);
+  if (passing.members != nullptr && goToChild(passing, kNone)) return true;
+  SearchDef search(STTagName, name, passing.members != nullptr ? KelStringBase() : namespaceURI);
+  return moveToChild(search, namespaceURI, passing, allowUndefined, enforceRequired);
 }
 
 bool StdDictionaryIterator::moveToFirstChildMemberId(std::int32_t memberId, bool enforceRequired) {
@@ -155,8 +167,7 @@ bool StdDictionaryIterator::pushProbe(const SearchDef& search, const SMD_TYPE_DE
 // Turns a name search into one for the tag of that name, or for an element without definition.
 bool StdDictionaryIterator::resolveTagName(SearchDef& search, const KelStringBase& namespaceURI,
                                            Passing& passing) const {
-  const std::int32_t row =
-      dictionaryInfo->getTagDefIndexFromName(search.name, namespaceURI, false);
+  const std::int32_t row = dictionaryInfo->getTagDefIndexFromName(search.name, namespaceURI, false);
   search.searchType = row < 0 ? STSelfDef : STTagId;
   if (row >= 0) search.value = row;
   if (passing.members != nullptr) passing.key = passing.members->keyOfTag(row);

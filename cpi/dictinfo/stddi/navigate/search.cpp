@@ -18,7 +18,6 @@ namespace {
 
 constexpr std::int64_t kCandidateCost = 64;  // beside one for each stack entry below it
 constexpr std::int64_t kMaximumCost = 100'000'000;
-constexpr std::size_t kMaximumDepth = 512;  // of searches that pass over members
 
 void increaseRepeat(DictionaryPosition& position) noexcept {
   if (position.repeatIndex < std::numeric_limits<std::int32_t>::max()) ++position.repeatIndex;
@@ -103,8 +102,7 @@ std::int32_t PositionSearch::nextMember(const SMD_TYPE_DEFINITION& parent) {
     case TYPE_CHOICE:
     case TYPE_MESSAGE: return isAlternativeTaken() ? kNone : passedOver(following, parent);
     case TYPE_UNORDERED:
-    case TYPE_ALL:
-      return restartsLevel() ? parent.ToTypeMbrIndex : passedOver(following, parent);
+    case TYPE_ALL: return restartsLevel() ? parent.ToTypeMbrIndex : passedOver(following, parent);
     case TYPE_SEQUENCE:
     case TYPE_ORDERED: return closesLevel() ? kNone : passedOver(following, parent);
     default: break;
@@ -114,36 +112,42 @@ std::int32_t PositionSearch::nextMember(const SMD_TYPE_DEFINITION& parent) {
 }
 
 void PositionSearch::passOver(const Passing& passing) noexcept {
+  passing_ = passing;
+  passesOver_ = passing.members != nullptr && isAllIndexed(*passing.members);
+}
+
+bool PositionSearch::isAllIndexed(const MemberIndex& members) const noexcept {
   const auto& stack = iterator_.positionStack;
-  if (passing.members == nullptr || stack.size() > kMaximumDepth) return;
+  if (stack.size() > kMaximumPassingDepth) return false;
   // Where the search may go up to is regular too, or it is not known what that would cost.
   for (std::size_t i = stack.size() - 1; i-- > 0 && stack[i].memberIndex >= 0;) {
-    const SMD_TAG_DEFINITION* const tag = passing.members->tag(stack[i].tagIndex);
+    const SMD_TAG_DEFINITION* const tag = members.tag(stack[i].tagIndex);
     if (tag != nullptr && tag->Id != 0) break;
-    if (passing.members->member(stack[i].memberIndex) == nullptr ||
-        passing.members->runOf(stack[i].memberIndex) < 0) {
-      return;
+    if (members.member(stack[i].memberIndex) == nullptr ||
+        members.runOf(stack[i].memberIndex) < 0) {
+      return false;
     }
   }
-  members_ = passing.members;
-  key_ = passing.key;
+  return true;
 }
 
 // The next member to look at from `row` on, kNoRow or -1 when none is left at this level. What a
 // search step by step would look at in between ends up as if it had been.
 std::int32_t PositionSearch::passedOver(std::int32_t row, const SMD_TYPE_DEFINITION& parent) {
-  if (members_ == nullptr || members_->member(row) == nullptr) return row;
-  const std::int32_t run = members_->runOf(row);
-  if (run < 0 || run != members_->runOf(candidate_.memberIndex)) return row;
+  if (!passesOver_) return row;
+  const MemberIndex& members = *passing_.members;
+  if (members.member(row) == nullptr || members.runOf(row) < 0 ||
+      members.runOf(row) != members.runOf(candidate_.memberIndex)) {
+    return row;
+  }
   if (isBestPosition_ && !isRefused(parent)) return row;
-  const std::int32_t group = members_->nextGroup(row);
+  const std::int32_t group = members.nextGroup(row);
   const std::int32_t stop = nextStop(row, group, parent);
   if (stop == row) return row;
   isFirst_ = false;
-  const bool isOrdered =
-      parent.Composition == TYPE_SEQUENCE || parent.Composition == TYPE_ORDERED;
+  const bool isOrdered = parent.Composition == TYPE_SEQUENCE || parent.Composition == TYPE_ORDERED;
   if (!isBestPosition_ && isDescended_ && isOrdered &&
-      members_->nextRequired(row) < std::min(stop, group)) {
+      members.nextRequired(row) < std::min(stop, group)) {
     return kNone;  // which closes the level
   }
   if (group < stop) {  // entered and left
@@ -157,14 +161,15 @@ std::int32_t PositionSearch::passedOver(std::int32_t row, const SMD_TYPE_DEFINIT
 // The next member that may match, or at which a group that is left in vain changes how it goes on.
 std::int32_t PositionSearch::nextStop(std::int32_t row, std::int32_t group,
                                       const SMD_TYPE_DEFINITION& parent) const {
+  const MemberIndex& members = *passing_.members;
   const std::int32_t stop =
-      isBestPosition_ ? members_->nextOpenGroup(row) : members_->find(row, key_);
+      isBestPosition_ ? members.nextOpenGroup(row) : members.find(row, passing_.key);
   if (group >= stop) return stop;
   switch (parent.Composition) {
     case TYPE_SEQUENCE: return stop;
     case TYPE_ORDERED:
       return !isBestPosition_ && enforceRequired_ && iterator_.isParentAnonymous()
-                 ? std::min(stop, members_->nextRequiredGroup(row))
+                 ? std::min(stop, members.nextRequiredGroup(row))
                  : stop;
     default: return countsFromStart() ? group : stop;
   }
@@ -181,14 +186,14 @@ bool PositionSearch::isRefused(const SMD_TYPE_DEFINITION& parent) const noexcept
 bool PositionSearch::countsFromStart() const noexcept {
   const auto& stack = iterator_.positionStack;
   const auto& saved = iterator_.positionStackSaved ? iterator_.savedPositionStack : stack;
-  return saved.size() >= stack.size() &&
-         saved[stack.size() - 1].repeatIndex == kUnmatchedRepeat;
+  return saved.size() >= stack.size() && saved[stack.size() - 1].repeatIndex == kUnmatchedRepeat;
 }
 
 bool PositionSearch::isMatching(const DictionaryPosition& position, bool atStartEntry) const {
-  if (members_ != nullptr && isSearchFor(STTagName)) {
-    return position.memberIndex >= 0 && members_->tag(position.tagIndex) != nullptr &&
-           members_->names().answers(position.tagIndex, key_);
+  if (passing_.members != nullptr && isSearchFor(STTagName)) {
+    const MemberIndex& members = *passing_.members;
+    return position.memberIndex >= 0 && members.tag(position.tagIndex) != nullptr &&
+           members.names().answers(position.tagIndex, passing_.key);
   }
   return iterator_.isElementMatched(search_, position, atStartEntry, matchCurrent_);
 }
@@ -210,8 +215,7 @@ bool PositionSearch::closesLevel() const {
     return false;
   }
   const auto* const row = memberOf(candidate_);
-  return row != nullptr && row->MinOccurs > 0 &&
-         !isMatching(candidate_, isFirst_);
+  return row != nullptr && row->MinOccurs > 0 && !isMatching(candidate_, isFirst_);
 }
 
 PositionSearch::Step PositionSearch::leaveGroup() {

@@ -56,8 +56,8 @@ class PositionSearch {
         start_(iterator.positionStack.back()),
         candidate_(start_) {}
 
-  // Lets the search pass over members that it would look at in vain. Not while log items are
-  // written, which tell of each of them.
+  // Lets the search match names by their key, and pass over members that it would look at in vain.
+  // Not while log items are written, which tell of each of them.
   void passOver(const Passing& passing) noexcept;
 
   // The searches; see StdDictionaryIterator.
@@ -95,6 +95,7 @@ class PositionSearch {
   bool isInsideItself() noexcept;
   Step advance();
   std::int32_t nextMember(const SMD_TYPE_DEFINITION& parent);
+  bool isAllIndexed(const MemberIndex& members) const noexcept;
   std::int32_t passedOver(std::int32_t row, const SMD_TYPE_DEFINITION& parent);
   std::int32_t nextStop(std::int32_t row, std::int32_t group,
                         const SMD_TYPE_DEFINITION& parent) const;
@@ -137,8 +138,8 @@ class PositionSearch {
   const SearchDef& search_;
   const bool matchCurrent_;
   const bool enforceRequired_;
-  const MemberIndex* members_ = nullptr;  // null: step by step
-  std::int32_t key_ = kNone;              // of the tags that match; -1: none does
+  Passing passing_;  // without an index a name is compared with those of the tags
+  bool passesOver_ = false;
   bool isBestPosition_ = false;
   bool replaceCurrent_ = false;  // by an element without member: what stands at the level
   const DictionaryPosition start_;

@@ -31,21 +31,30 @@ Passing StdDictionaryIterator::passing() const noexcept {
   return {index == nullptr ? nullptr : index->members(), kNone};
 }
 
-Passing StdDictionaryIterator::passingFor(const SearchDef& search) const noexcept {
+// A row that is no tag is left to the search, for which it may be what any group has.
+Passing StdDictionaryIterator::passingForTag(std::int32_t tagIndex) const noexcept {
   Passing found = passing();
-  if (found.members == nullptr) return {};
-  switch (search.searchType) {
-    case STTagId:
-      found.key = found.members->keyOfTag(search.value);
-      if (found.key == kNone) return {};  // no tag: any member without one would match
-      break;
-    case STTagName:
-      found.key = found.members->names().keyOf(search.nameView(), search.namespaceURI.view());
-      break;
-    case STSelfDef: break;
-    default: return {};
+  if (found.members != nullptr) found.key = found.members->keyOfTag(tagIndex);
+  return found.key == kNone ? Passing() : found;
+}
+
+// No name is one that the search refuses.
+Passing StdDictionaryIterator::passingForName(const unsigned short* name,
+                                              const KelStringBase& namespaceURI) const noexcept {
+  Passing found = name == nullptr || *name == 0 ? Passing() : passing();
+  if (found.members != nullptr) {
+    found.key = found.members->names().keyOf(textView(name), namespaceURI.view());
   }
   return found;
+}
+
+Passing StdDictionaryIterator::passingFor(const SearchDef& search) const noexcept {
+  switch (search.searchType) {
+    case STTagId: return passingForTag(search.value);
+    case STTagName: return passingForName(search.name, search.namespaceURI);
+    case STSelfDef: return passing();
+    default: return {};
+  }
 }
 
 bool StdDictionaryIterator::moveToNewPosition(SearchDef search, bool matchCurrent, bool moveFwd,

@@ -28,15 +28,21 @@ bool StdDictionaryIterator::moveToNextSibling() {
 bool StdDictionaryIterator::moveToNextSiblingTagId(std::int32_t tagId, bool allowUndefined,
                                                    bool enforceRequired) {
   if (dictionaryInfo == nullptr) return moveToNextSibling();  // which refuses it
-  return moveToSibling(SearchDef(STTagId, dictionaryInfo->getTagDefIndex(tagId)), true,
-                       allowUndefined, enforceRequired);
+  const std::int32_t row = dictionaryInfo->getTagDefIndex(tagId);
+  const Passing passing = passingForTag(row);
+  if (passing.members != nullptr && goToPeer(passing, row)) return true;
+  SearchDef search(STTagId, row);
+  return moveToPeer(search, KelStringBase(), passing, allowUndefined, enforceRequired);
 }
 
 bool StdDictionaryIterator::moveToNextSiblingTagName(const unsigned short* name,
                                                      const KelStringBase& namespaceURI,
                                                      bool /*allowUndefined*/,
                                                      bool enforceRequired) {
-  return moveToSibling(SearchDef(STTagName, name, namespaceURI), true, true, enforceRequired);
+  const Passing passing = passingForName(name, namespaceURI);
+  if (passing.members != nullptr && goToPeer(passing, kNone)) return true;
+  SearchDef search(STTagName, name, passing.members != nullptr ? KelStringBase() : namespaceURI);
+  return moveToPeer(search, namespaceURI, passing, true, enforceRequired);
 }
 
 bool StdDictionaryIterator::moveToNextSiblingMemberId(std::int32_t memberId, bool enforceRequired) {
@@ -74,8 +80,7 @@ bool StdDictionaryIterator::moveToSibling(SearchDef search, bool moveFwd, bool a
 }
 
 bool StdDictionaryIterator::moveToPeer(SearchDef& search, const KelStringBase& namespaceURI,
-                                       Passing passing, bool allowUndefined,
-                                       bool enforceRequired) {
+                                       Passing passing, bool allowUndefined, bool enforceRequired) {
   MoveOperation operation(this, kMoveToSibling, search, true, allowUndefined, enforceRequired);
   positionStackSaved = false;
   checkDictionary(dictionaryInfo, kMoveToSibling);
@@ -249,7 +254,8 @@ bool StdDictionaryIterator::moveOnFromMember(std::int32_t nextMemberId, bool enf
       const auto* const nextRow = dictionaryInfo->typeMembers().find(next);
       if (nextRow != nullptr && row != nullptr && nextRow->ParentTypeId == row->ParentTypeId) {
         current = DictionaryPosition(dictionaryInfo, next);
-        if (searchNewPosition(SearchDef(STAny, kNone), {}, true, true, enforceRequired)) return true;
+        if (searchNewPosition(SearchDef(STAny, kNone), {}, true, true, enforceRequired))
+          return true;
         break;
       }
       if (!isParentAnonymous() || nextMemberId <= 0) break;

@@ -39,7 +39,7 @@ class MemberIndexBuilder {
     }
     checkRuns();
     findHints();
-    index_.slots_.resize(static_cast<std::size_t>(entryCount_ + entryCount_ / 2 + 1));
+    index_.slots_.resize(static_cast<std::size_t>(2 * entryCount_ + 1));
     for (std::int32_t row = 0; row < rowCount_; ++row) addRow(row);
   }
 

@@ -5,7 +5,7 @@
 // may stand, or one that changes how the search goes on although it does not match. What lies
 // between is passed over, with the same outcome.
 //
-// Memory: 8 bytes a member, 12 more when the dictionary has groups, and 12 bytes for each entry,
+// Memory: 8 bytes a member, 12 more when the dictionary has groups, and 16 bytes for each entry,
 // of which there are at most five a member: itself, and those by which the groups around it are
 // found to lead to it. What would need more is left to the plain search, and so are groups that
 // contain themselves. Thread rule: never changes once built, safe to share.
@@ -60,6 +60,13 @@ class MemberIndex {
   // The first row from `row` on in its run that carries a tag of this key, or is a group that may
   // lead to one; kNoRow when there is none. The run must be indexed.
   std::int32_t find(std::int32_t row, std::int32_t key) const noexcept;
+  // The same for any `row`, of a member with no group in front of it; kNoRow also for a row that is
+  // none and for a run that is not indexed.
+  std::int32_t findBeforeGroups(std::int32_t row, std::int32_t key) const noexcept {
+    if (member(row) == nullptr || runOf(row) < 0) return kNoRow;
+    const std::int32_t found = find(row, key);
+    return found < nextGroup(row) ? found : kNoRow;
+  }
   // The first group from `row` on in its run, or kNoRow.
   std::int32_t nextGroup(std::int32_t row) const noexcept { return places_[asSize(row)].nextGroup; }
   // The same for groups that must occur, and for groups that may admit an element without member.
@@ -100,7 +107,7 @@ class MemberIndex {
 
   // Steps after which a search for a slot ends: an entry that finds no slot by then makes its run
   // one that is not indexed.
-  static constexpr std::size_t kMaximumSteps = 64;
+  static constexpr std::size_t kMaximumSteps = 256;
 
   static std::size_t asSize(std::int32_t row) noexcept { return static_cast<std::size_t>(row); }
   std::size_t slotOf(std::int32_t run, std::int32_t key) const noexcept {
