@@ -137,6 +137,8 @@ void configure(xercesc::XercesDOMParser& parser, bool fullChecking) {
   parser.setDoSchema(true);
   parser.setHandleMultipleImports(true);
   parser.setValidationSchemaFullChecking(fullChecking);
+  // The full checks belong to validation; a grammar that is loaded without misses them.
+  if (fullChecking) parser.setValidationScheme(xercesc::AbstractDOMParser::Val_Always);
   parser.setLoadExternalDTD(false);
   parser.setDisableDefaultEntityResolution(true);
 }

@@ -23,6 +23,9 @@ namespace cpi {
 struct XsdOptions {
   std::string catalog = {};  // path of an OASIS XML catalog; empty: none
   std::string name = {};     // of the dictionary, UTF-8; empty: the first file's, without extension
+  // Directories in which a relative location is looked up, in this order, when there is no such
+  // file beside the document in which it stands.
+  std::vector<std::string> includeRoots = {};
   // Also checks that no content model is ambiguous and that restrictions are restrictions. Costs
   // time and memory that grow with the occurrence limits in the schema.
   bool fullChecking = false;

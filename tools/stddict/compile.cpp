@@ -24,8 +24,9 @@ constexpr const char* kFooter = R"(Examples:
   stddict compile bom.xsd --catalog catalog.xml -o bom.json
 
 Schemas that others include or import need not be named. Locations on the network are never
-fetched: an XML catalog says which local file stands for which location. What a dictionary cannot
-express (identity constraints, for example) is listed as warnings.)";
+fetched: they are files beside the schema or in an include root, or an XML catalog says which local
+file stands for which location. What a dictionary cannot express (identity constraints, for
+example) is listed as warnings.)";
 
 struct Options {
   std::vector<std::string> schemas;
@@ -80,6 +81,12 @@ void addCompile(CLI::App& app, int& exitCode) {
       ->type_name("FILE");
   verb.add_option("--catalog", options->xsd.catalog, "XML catalog of schema locations")
       ->type_name("FILE");
+  verb.add_option("--include-root", options->xsd.includeRoots,
+                  "Directory in which relative schema locations are looked up, too; repeatable")
+      ->type_name("DIR")
+      ->allow_extra_args(false);
+  verb.add_flag("--full-checking", options->xsd.fullChecking,
+                "Also check restrictions and that no content model is ambiguous (slow)");
   verb.add_option("--name", options->xsd.name, "Name of the dictionary; by default the schema's")
       ->type_name("NAME");
   verb.callback([options, &exitCode] {
