@@ -40,7 +40,7 @@ SchemaDocuments::SchemaDocuments(const std::vector<std::string>& roots, const Xm
     const std::vector<SchemaReference> references = documents_[i].scan.references;
     for (const SchemaReference& reference : references) follow(i, reference);
   }
-  stackNeed_ = checkSchemaSize(documents_);
+  size_ = checkSchemaSize(documents_);
 }
 
 const SchemaDocument* SchemaDocuments::find(const std::optional<std::string>& location,

@@ -23,6 +23,18 @@ struct SchemaDocument {
   SchemaScan scan;
 };
 
+// What the processing of the documents takes.
+struct SchemaSize {
+  std::size_t stackNeed = 0;  // bytes
+  // The component of most positions, which are its particles with limits of occurrence multiplied
+  // out; full checking builds an automaton of as many states. `document` is null when there is
+  // none.
+  const SchemaDocument* document = nullptr;
+  SchemaPlace place = {};
+  double positions = 0;
+  double allPositions = 0;  // of all components
+};
+
 class SchemaDocuments {
  public:
   // Reads the roots, then what they refer to, breadth first. Throws FileError when a root cannot
@@ -41,8 +53,7 @@ class SchemaDocuments {
   const SchemaDocument* find(const std::optional<std::string>& location,
                              const std::string& namespaceUri, const std::string& base) const;
 
-  // The bytes of stack that the processing of the documents may take.
-  std::size_t stackNeed() const noexcept { return stackNeed_; }
+  const SchemaSize& size() const noexcept { return size_; }
 
   // References that led nowhere, each with its place.
   const std::vector<Notice>& unresolved() const noexcept { return unresolved_; }
@@ -60,13 +71,12 @@ class SchemaDocuments {
   std::vector<SchemaDocument> documents_;
   std::map<std::string, std::size_t> indexOfPath_;
   std::vector<Notice> unresolved_;
-  std::size_t stackNeed_ = 0;
+  SchemaSize size_;
 };
 
 // Throws FileError when the components of the documents refer to one another in chains, or unfold
-// to sizes, that the processing of the schema would not survive. Returns the bytes of stack that it
-// may take.
-std::size_t checkSchemaSize(const std::vector<SchemaDocument>& documents);
+// to sizes, that the processing of the schema would not survive.
+SchemaSize checkSchemaSize(const std::vector<SchemaDocument>& documents);
 
 }  // namespace cpi
 

@@ -1,6 +1,7 @@
 #include "cpi/compile/schemascan.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <iterator>
 #include <memory>
 #include <xercesc/framework/MemBufInputSource.hpp>
@@ -137,12 +138,16 @@ class ScanHandler : public xercesc::DefaultHandler {
     if (scan.components.empty()) return;
     ComponentScan& component = scan.components.back();
     component.nesting = std::max(component.nesting, depth_ - 1);
-    if (row != nullptr) noteUse(row->kind, u"ref", row->kind == ComponentKind::Group);
-    noteUse(ComponentKind::Type, u"type", false);
+    const double times = noteTimes();
+    if (row != nullptr) noteUse(row->kind, u"ref", row->kind == ComponentKind::Group, times);
+    noteUse(ComponentKind::Type, u"type");
     noteUse(ComponentKind::Type, u"base", true);
-    noteUse(ComponentKind::Type, u"itemType", false);
-    noteUse(ComponentKind::Element, u"substitutionGroup", false);
-    if (element == u"element" || element == u"any" || element == u"group") ++component.particles;
+    noteUse(ComponentKind::Type, u"itemType");
+    noteUse(ComponentKind::Element, u"substitutionGroup");
+    if (element == u"element" || element == u"any" || element == u"group") {
+      ++component.particles;
+      component.positions += times;
+    }
     if (element == u"element") noteElement(component);
   }
 
@@ -155,13 +160,26 @@ class ScanHandler : public xercesc::DefaultHandler {
     if (value(u"default") || value(u"fixed")) scan.constants.push_back({text, here()});
   }
 
+  // How often the element that begins occurs at most within its component, the limits of all around
+  // it multiplied; an unbounded one counts as its least number.
+  double noteTimes() {
+    const auto limit = [this](const char16_t* name) {
+      return std::max(1.0, std::strtod(toUtf8(value(name).value_or(View())).c_str(), nullptr));
+    };
+    times_.resize(depth_ - 1, 1);  // those around it
+    const double around = times_.empty() ? 1 : times_.back();
+    times_.push_back(around * std::max(limit(u"minOccurs"), limit(u"maxOccurs")));
+    return times_.back();
+  }
+
   bool isGlobal() const { return depth_ == 2 || (depth_ == 3 && redefineDepth_ == 2); }
 
-  void noteUse(ComponentKind kind, const char16_t* attribute, bool isCopied) {
+  void noteUse(ComponentKind kind, const char16_t* attribute, bool isCopied = false,
+               double times = 1) {
     const auto name = value(attribute);
     if (!name) return;
     const ComponentName used{kind, std::u16string(localPart(*name))};
-    scan.components.back().uses.push_back({used, isCopied});
+    scan.components.back().uses.push_back({used, isCopied, times});
   }
 
   void noteConstructs(View element) {
@@ -177,6 +195,7 @@ class ScanHandler : public xercesc::DefaultHandler {
   const xercesc::Attributes* attributes_ = nullptr;
   std::size_t depth_ = 0;
   std::size_t redefineDepth_ = 0;
+  std::vector<double> times_;  // by depth: of the open elements, see noteTimes
 };
 
 std::unique_ptr<xercesc::SAX2XMLReader> makeReader(ScanHandler& handler,

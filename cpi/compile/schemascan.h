@@ -40,6 +40,7 @@ struct ComponentName {
 struct ComponentUse {
   ComponentName name;
   bool isCopied = false;  // the processor copies what is used into the user: groups and base types
+  double times = 1;       // how often, limits of occurrence multiplied out
 };
 
 // One global component and what it uses, in document order.
@@ -48,6 +49,7 @@ struct ComponentScan {
   SchemaPlace place = {};
   std::vector<ComponentUse> uses = {};
   std::size_t particles = 0;  // written inside it, references not expanded
+  double positions = 0;       // the same with limits of occurrence multiplied out
   std::size_t nesting = 0;    // of its elements
   // Of the elements declared inside it: in which list of the processor's table each will be.
   std::vector<std::uint8_t> elementLists = {};

@@ -62,17 +62,23 @@ class SizeCheck {
     checkSteps();
   }
 
-  std::size_t stackNeed() const {
-    return kStackBase + longestChain_ * kStackOfLink + deepestNesting_ * kStackOfNesting +
-           total_ * kStackOfParticle;
+  SchemaSize size() const {
+    SchemaSize size = widest_;
+    size.stackNeed = kStackBase + longestChain_ * kStackOfLink + deepestNesting_ * kStackOfNesting +
+                     total_ * kStackOfParticle;
+    return size;
   }
 
  private:
+  struct Size {
+    std::size_t particles = 0;
+    double positions = 0;
+  };
   struct Frame {
     const Components::value_type* component;
     std::vector<const ComponentUse*> uses = {};
     std::size_t next = 0;
-    std::size_t size = 0;
+    Size size = {};
     std::size_t nesting = 0;
   };
 
@@ -97,7 +103,8 @@ class SizeCheck {
   void open(const Components::value_type& component) {
     Frame frame{&component};
     for (const ComponentScan* scan : component.second.scans) {
-      frame.size += 1 + scan->particles;
+      frame.size.particles += 1 + scan->particles;
+      frame.size.positions += scan->positions;
       frame.nesting = std::max(frame.nesting, scan->nesting);
       for (const ComponentUse& use : scan->uses) {
         if (use.isCopied || !copiesOnly_) frame.uses.push_back(&use);
@@ -107,7 +114,7 @@ class SizeCheck {
     if (stack_.size() == kChainLimit || nesting_ > kNestingLimit) {
       refuse(component, "components refer to one another in too long a chain");
     }
-    sizes_[component.first] = 0;
+    sizes_[component.first] = {};
     stack_.push_back(std::move(frame));
     longestChain_ = std::max(longestChain_, stack_.size());
     deepestNesting_ = std::max(deepestNesting_, nesting_);
@@ -120,14 +127,16 @@ class SizeCheck {
     if (known == sizes_.end() && component != components_.end()) return open(*component);
     ++frame.next;
     if (!copiesOnly_ || known == sizes_.end()) return;
-    frame.size = std::min(frame.size + known->second, kSizeLimit + 1);
+    frame.size.particles = std::min(frame.size.particles + known->second.particles, kSizeLimit + 1);
+    frame.size.positions += used.times * known->second.positions;
   }
 
   void close() {
     const Frame& frame = stack_.back();
     if (copiesOnly_) {
       sizes_[frame.component->first] = frame.size;
-      total_ += frame.size;
+      total_ += frame.size.particles;
+      notePositions(*frame.component, frame.size.positions);
       closed_.push_back(frame.component);
       if (total_ > kSizeLimit) {
         refuse(*frame.component,
@@ -136,6 +145,14 @@ class SizeCheck {
     }
     nesting_ -= frame.nesting;
     stack_.pop_back();
+  }
+
+  void notePositions(const Components::value_type& component, double positions) {
+    widest_.allPositions += positions;
+    if (positions <= widest_.positions) return;
+    widest_.positions = positions;
+    widest_.document = component.second.document;
+    widest_.place = component.second.scans.back()->place;
   }
 
   // What is copied was closed before what copies it: backwards, each has all its copies when it is
@@ -162,7 +179,7 @@ class SizeCheck {
   }
 
   Components components_;
-  std::map<ComponentName, std::size_t> sizes_;
+  std::map<ComponentName, Size> sizes_;
   std::vector<Frame> stack_;
   std::vector<const Components::value_type*> closed_;
   bool copiesOnly_ = false;
@@ -170,14 +187,15 @@ class SizeCheck {
   std::size_t longestChain_ = 0;
   std::size_t deepestNesting_ = 0;
   std::size_t total_ = 0;
+  SchemaSize widest_;  // what of it is known
 };
 
 }  // namespace
 
-std::size_t checkSchemaSize(const std::vector<SchemaDocument>& documents) {
+SchemaSize checkSchemaSize(const std::vector<SchemaDocument>& documents) {
   SizeCheck check(documents);
   check.run();
-  return check.stackNeed();
+  return check.size();
 }
 
 }  // namespace cpi

@@ -149,6 +149,24 @@ void reportLostConstants(const SchemaDocuments& documents, const DictionaryTable
   addCounted(report, std::move(notice));
 }
 
+// The checking that the schema is not too large for.
+SchemaChecking affordable(SchemaChecking wanted, const SchemaSize& size, XsdReport& report) {
+  constexpr double kMostPositions = 2'000;
+  constexpr double kMostInAll = 40'000;
+  const bool isLarge = size.positions > kMostPositions || size.allPositions > kMostInAll;
+  if (wanted != SchemaChecking::Standard || !isLarge) return wanted;
+  Notice notice{
+      "content models are too large to be checked for ambiguity and restrictions; the "
+      "largest is here",
+      {},
+      0,
+      0,
+      0};
+  count(notice, *size.document, size.place);
+  report.notices.push_back(std::move(notice));
+  return SchemaChecking::Basic;
+}
+
 std::u16string dictionaryName(const XsdOptions& options, const std::string& firstFile) {
   constexpr std::size_t kMost = kFixedTextUnits - 1;
   const std::string stem = std::filesystem::path(firstFile).stem().string();
@@ -176,9 +194,11 @@ DictionaryTables compileXsd(const std::vector<std::string>& schemaFiles, const X
   reportConstructs(documents, report);
   std::ranges::copy(documents.unresolved(), std::back_inserter(report.notices));
 
+  const SchemaChecking checking = affordable(options.checking, documents.size(), report);
   DictionaryTables tables;
-  runOnStack(documents.stackNeed(), [&] {
-    const SchemaProcessor processor(documents, distinctCount(schemaFiles), options.fullChecking);
+  runOnStack(documents.size().stackNeed, [&] {
+    const SchemaProcessor processor(documents, distinctCount(schemaFiles), checking);
+    std::ranges::copy(processor.doubts(), std::back_inserter(report.notices));
     const Declarations declarations(documents);
     TableDraft draft;
     const ModelBuilder builder(processor.model(), globalElements(processor.model(), declarations),

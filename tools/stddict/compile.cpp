@@ -4,6 +4,7 @@
 #include <spdlog/spdlog.h>
 
 #include <chrono>
+#include <map>
 #include <memory>
 #include <string>
 #include <vector>
@@ -27,6 +28,12 @@ Schemas that others include or import need not be named. Locations on the networ
 fetched: they are files beside the schema or in an include root, or an XML catalog says which local
 file stands for which location. What a dictionary cannot express (identity constraints, for
 example) is listed as warnings.)";
+
+const std::map<std::string, cpi::SchemaChecking> kCheckings = {
+    {"basic", cpi::SchemaChecking::Basic},
+    {"standard", cpi::SchemaChecking::Standard},
+    {"full", cpi::SchemaChecking::Full},
+};
 
 struct Options {
   std::vector<std::string> schemas;
@@ -85,8 +92,11 @@ void addCompile(CLI::App& app, int& exitCode) {
                   "Directory in which relative schema locations are looked up, too; repeatable")
       ->type_name("DIR")
       ->allow_extra_args(false);
-  verb.add_flag("--full-checking", options->xsd.fullChecking,
-                "Also check restrictions and that no content model is ambiguous (slow)");
+  verb.add_option("--checking", options->xsd.checking,
+                  "How strictly schemas are checked: basic, standard, full (slow when large)")
+      ->transform(CLI::CheckedTransformer(kCheckings).description(""))
+      ->default_str("standard")
+      ->type_name("LEVEL");
   verb.add_option("--name", options->xsd.name, "Name of the dictionary; by default the schema's")
       ->type_name("NAME");
   verb.callback([options, &exitCode] {
