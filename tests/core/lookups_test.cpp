@@ -4,6 +4,7 @@
 #include <random>
 #include <string>
 
+#include "cpi/dictinfo/stddi/query/lookupindex.h"
 #include "cpi/dictinfo/stddi/stddictionaryiterator.h"
 #include "tests/core/support/eventtext.h"
 
@@ -122,6 +123,32 @@ TEST(NameLookups, TheFirstRowOfNameAndNamespaceWins) {
   EXPECT_EQ(dictionary.getTypeIdForTypeText(u"", KelStringBase(), id, true), 10025);
   EXPECT_EQ(dictionary.getTypeIdForTypeText(u"  ", KelStringBase(), id, true), 0);
   EXPECT_EQ(id, 3);
+}
+
+// The pairs of name and namespace that tags answer to, by the keys.
+TEST(NameLookups, ATagAnswersToThePartBehindTheFirstMark) {
+  StdDictionaryInfo dictionary(0);
+  ASSERT_EQ(
+      errorOf(dictionary,
+              "( 1000{ 100002:0=S } 2{ " + column(201, {1, 2, 3, 4, 5, 6, 7, 8, 9}) +
+                  "202:0=A 202:1=l1^A 202:2=a^b^A 202:3=l2^A 202:4=A+ 202:5=A 202:6=A 202:8=^ " +
+                  column(212, {-1, -1, -1, 0, -1, 2, 9, -1, 1}) +
+                  "} 26{ 2000:0=#3 2601:0=urn:x 2601:2=urn:x } )"),
+      "");
+  const ElementNames& names = *dictionary.index()->elements();
+  const std::pair<std::u16string, std::u16string> kSearches[] = {
+      {u"A", u""},    {u"A", u"urn:x"}, {u"A ", u""}, {u"b^A", u""},
+      {u"l1^A", u""}, {u"A", u"urn:y"}, {u"", u""},   {u"A", std::u16string(u"urn:x\0", 6)},
+  };
+  const std::vector<std::int32_t> kKeys = {0, 3, 4, 2, -1, -1, 8, -1};
+  for (std::size_t i = 0; i < kKeys.size(); ++i) {
+    EXPECT_EQ(names.keyOf(kSearches[i].first, kSearches[i].second), kKeys[i]) << i;
+  }
+  const std::vector<std::int32_t> kKeysOfTags = {0, 0, 2, 3, 4, 3, 6, -1, 8};
+  for (std::int32_t tag = 0; tag < 9; ++tag) {
+    EXPECT_EQ(names.keyOfTag(tag), kKeysOfTags[static_cast<std::size_t>(tag)]) << tag;
+    EXPECT_FALSE(names.answers(tag, -1)) << tag;
+  }
 }
 
 // Against a scan of the rows, on names that are often equal once trimmed.

@@ -80,7 +80,7 @@ struct Misplaced : WalkVisitor {
 
   void element(const WalkedElement& element) override {
     const Placement placement = element.verdict.placement;
-    if (placement != Placement::Refused && !element.verdict.isBeyondLimit) return;
+    if (placement != Placement::Refused && !element.verdict.isBeyondLimit()) return;
     text +=
         fmt::format("\n  {}:{} {}", element.position.line, element.position.column, element.name);
   }

@@ -1,36 +1,10 @@
 // A walk that has been as deep as the message goes, and has met its names, allocates nothing more.
 #include <gtest/gtest.h>
 
-#include <atomic>
-#include <cstdlib>
-#include <new>
 #include <string>
 
 #include "tests/models/walk_support.h"
-
-namespace {
-std::atomic<std::int64_t> allocations = 0;
-
-void* counted(std::size_t size) {
-  allocations.fetch_add(1, std::memory_order_relaxed);
-  void* const block = std::malloc(size == 0 ? 1 : size);
-  if (block == nullptr) throw std::bad_alloc();
-  return block;
-}
-}  // namespace
-
-// Of the whole program, so that what the libraries allocate counts too.
-void* operator new(std::size_t size) { return counted(size); }
-void* operator new[](std::size_t size) { return counted(size); }
-// The form that does not throw must come from the same heap as the deletes below release to.
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-  allocations.fetch_add(1, std::memory_order_relaxed);
-  return std::malloc(size == 0 ? 1 : size);
-}
-void operator delete(void* block) noexcept { std::free(block); }
-void operator delete[](void* block) noexcept { std::free(block); }
-void operator delete(void* block, std::size_t) noexcept { std::free(block); }
-void operator delete[](void* block, std::size_t) noexcept { std::free(block); }
+#include "tests/support/allocations.h"
 
 namespace cpi::test {
 namespace {
@@ -59,17 +33,17 @@ TEST(WalkAllocation, NoneOnceWarm) {
       "<r xmlns='urn:t' xmlns:o='urn:o' xmlns:xsi='http://www.w3.org/2001/XMLSchema-instance'>" +
       half + "<half/>" + half + "<half/></r>";
   struct Watch : WalkVisitor {
-    std::int64_t first = -1;
-    std::int64_t second = -1;
+    std::size_t first = 0;
+    std::size_t second = 0;
     void element(const WalkedElement& element) override {
-      if (element.name == "half") (first < 0 ? first : second) = allocations.load();
+      if (element.name == "half") (first == 0 ? first : second) = allocationCount();
     }
   };
   Watch watch;
   XmlWalker walker(*model);
   const WalkSummary summary = walker.walkText(message, "message", &watch);
   EXPECT_GT(summary.elements, 1000);
-  EXPECT_GT(watch.first, 0);
+  EXPECT_GT(watch.first, 0U);
   EXPECT_EQ(watch.second, watch.first);
 }
 

@@ -98,10 +98,10 @@ expect "a full disk is noticed" bash -c '! "$1" walk "$2" "$3" >/dev/full 2>&1' 
 # values, overrides and a text that would steer a terminal.
 bank=tests/tool/data/bank.json
 faulty=tests/tool/data/faulty.json
-for verb in info find tree values path check dump convert; do
+for verb in info find tree values path next check dump convert; do
   check "$verb-help" "$verb" --help
 done
-for verb in 'info' 'find 1' 'tree 1' 'values 1' 'path 1 1' 'check' 'dump' "convert $work/none"; do
+for verb in 'info' 'find 1' 'tree 1' 'values 1' 'path 1 1' 'next --path /a' 'check' 'dump' "convert $work/none"; do
   read -r -a words <<<"$verb"
   check "${words[0]}-no-dictionary" "${words[0]}" "$work/missing.json" "${words[@]:1}"
 done
@@ -134,6 +134,13 @@ check values-nothing values $bank Nowhere
 check path path $bank Payment Country
 check path-json path $bank 17 204 --json
 check path-none path $bank 17 205
+check next next "$dictionary" --path '/order/article[2]'
+check next-namespace next "$dictionary" --path '/{urn:example:order}order/buyer' --json
+check next-past-others next "$dictionary" --path '/order/delivery/street'
+check next-wildcard next "$dictionary" --path /order/extras
+check next-missing next "$dictionary" --path '/order/quantity/piece'
+check next-no-message next $bank --path '/{urn:x}Payment'
+check next-bad-path next $bank --path '/Payment/Country[0]'
 check check check "$dictionary"
 check check-faults check $faulty
 check check-limit check $faulty --limit 2

@@ -5,11 +5,18 @@
 #ifndef CPI_DICTINFO_STDDI_QUERY_LOOKUPINDEX_H
 #define CPI_DICTINFO_STDDI_QUERY_LOOKUPINDEX_H
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string_view>
+#include <vector>
 
+#include "cpi/dictinfo/stddi/query/definitionindex.h"
+#include "cpi/dictinfo/stddi/query/elementnames.h"
+#include "cpi/dictinfo/stddi/query/idindex.h"
+#include "cpi/dictinfo/stddi/query/memberindex.h"
 #include "cpi/dictinfo/stddi/query/nameindex.h"
+#include "cpi/dictinfo/stddi/query/namespacetexts.h"
 #include "cpi/dictinfo/stddi/stddictionaryinfo.h"
 
 namespace cpi {
@@ -20,25 +27,58 @@ inline std::u16string_view trimmedName(std::u16string_view text) noexcept {
   return text.substr(0, last == std::u16string_view::npos ? 0 : last + 1);
 }
 
-// The trimmed name of a row of Tags or Types; nothing for a row without text.
-template <class Record>
-auto trimmedNames(const TableReference<Record>& table) noexcept {
-  return [&table](std::int32_t row) -> std::optional<std::u16string_view> {
-    const unsigned short* const text = table.text(row);
-    if (text == nullptr) return std::nullopt;
-    return trimmedName(textView(text));
-  };
+// The same for types, which compare the first units before any space is removed: an empty text
+// and one of spaces alone, equal once trimmed, do not meet.
+inline std::u16string_view trimmedTypeName(std::u16string_view text) noexcept {
+  const std::u16string_view name = trimmedName(text);
+  return name.empty() ? text.substr(0, 1) : name;
 }
 
-struct LookupIndex {
-  explicit LookupIndex(const StdDictionaryInfo& dictionary)
-      : generation(dictionary.tableGeneration()),
-        tags(dictionary.tags().rowCount(), trimmedNames(dictionary.tags())),
-        types(dictionary.types().rowCount(), trimmedNames(dictionary.types())) {}
+class LookupIndex {
+ public:
+  // Throws std::bad_alloc.
+  explicit LookupIndex(const StdDictionaryInfo& dictionary);
+  LookupIndex(const LookupIndex&) = delete;
+  LookupIndex& operator=(const LookupIndex&) = delete;
 
-  std::uint64_t generation;  // of the tables that were indexed
-  NameIndex tags;
-  NameIndex types;
+  // Views, valid as long as this object.
+  const IdLookup& tagIds() const noexcept { return tagIds_.lookup(); }
+  const IdLookup& typeIds() const noexcept { return typeIds_.lookup(); }
+  const IdLookup& memberIds() const noexcept { return memberIds_.lookup(); }
+  const DefinitionIndex& definitions() const noexcept { return definitions_; }
+  const NamespaceTexts& spaces() const noexcept { return spaces_; }
+  // Each is null when its names were made to collide.
+  const NameIndex* tags() const noexcept { return tags_.isComplete() ? &tags_ : nullptr; }
+  const NameIndex* types() const noexcept { return types_.isComplete() ? &types_ : nullptr; }
+  const ElementNames* elements() const noexcept {
+    return elements_.isComplete() ? &elements_ : nullptr;
+  }
+  // For moves; null without the elements.
+  const MemberIndex* members() const noexcept {
+    return members_.has_value() ? &*members_ : nullptr;
+  }
+  // What the index occupies beside the tables.
+  std::size_t bytes() const noexcept {
+    return sizeof *this + tagIds_.bytes() + typeIds_.bytes() + memberIds_.bytes() +
+           definitions_.bytes() + spaces_.bytes() + tags_.bytes() + types_.bytes() +
+           elements_.bytes() + (members_.has_value() ? members_->bytes() : 0);
+  }
+
+ private:
+  // For each Namespaces row the first one of the same text, or -1 for an empty text.
+  using SpaceNumbers = std::vector<std::int32_t>;
+  static SpaceNumbers numberSpaces(const TableReference<NamespaceRow>& table);
+  LookupIndex(const StdDictionaryInfo& dictionary, const SpaceNumbers& numbers);
+
+  IdIndex tagIds_;
+  IdIndex typeIds_;
+  IdIndex memberIds_;
+  DefinitionIndex definitions_;
+  NamespaceTexts spaces_;
+  NameIndex tags_;
+  NameIndex types_;
+  ElementNames elements_;
+  std::optional<MemberIndex> members_;
 };
 
 }  // namespace cpi

@@ -10,45 +10,56 @@ constexpr const char* kInvalidName = "Invalid Tag Name";
 
 std::u16string_view trimmed(const unsigned short* text) { return trimmedName(textView(text)); }
 
-// The first row of a name that is accepted: by the index, or by a scan without one.
-template <class Record, class Accepts>
-std::int32_t findNamed(const TableReference<Record>& table, const NameIndex* index,
-                       std::u16string_view name, Accepts accepts) {
-  const auto nameOf = trimmedNames(table);
-  if (index != nullptr) return index->find(name, nameOf, accepts);
+// The first row that `isWanted`, looking at all of them.
+template <class Record, class IsWanted>
+std::int32_t scan(const TableReference<Record>& table, IsWanted isWanted) {
   for (std::int32_t row = 0; row < table.rowCount(); ++row) {
-    if (nameOf(row) == name && accepts(row)) return row;
+    if (isWanted(table.row(row))) return row;
   }
   return kNone;
 }
 
-// The first units are compared before any space is removed: an empty text and one of spaces
-// alone, equal once trimmed, do not meet.
-bool isFirstUnitEqual(const SMD_TYPE_DEFINITION& type, const unsigned short* text) {
-  return type.Identifier != nullptr && type.Identifier[0] == text[0];
+// The first row of a name whose namespace index `isIn` the wanted namespace.
+template <class Record, class IsIn>
+std::int32_t findIn(const TableReference<Record>& table, std::int32_t Record::*namespaceIndex,
+                    const NameIndex& names, std::u16string_view name, IsIn isIn) {
+  std::int32_t row = names.find(name);
+  while (row != kNone && !isIn(table.records()[row].*namespaceIndex)) row = names.nextSpace(row);
+  return row;
 }
 
 }  // namespace
 
 std::int32_t StdDictionaryInfo::findTag(std::u16string_view name, const KelStringBase& namespaceURI,
                                         bool anyNamespace) const {
+  const auto isIn = [&](std::int32_t namespaceIndex) {
+    return anyNamespace || isInNamespace(namespaceIndex, namespaceURI);
+  };
   const LookupIndex* const derived = index();
-  return findNamed(
-      tags_, derived == nullptr ? nullptr : &derived->tags, name, [&](std::int32_t row) {
-        return anyNamespace || isInNamespace(tags_.row(row).namespaceIndex, namespaceURI);
-      });
+  if (derived != nullptr && derived->tags() != nullptr) {
+    return findIn(tags_, &SMD_TAG_DEFINITION::namespaceIndex, *derived->tags(), name, isIn);
+  }
+  return scan(tags_, [&](const SMD_TAG_DEFINITION& tag) {
+    return tag.TextIdentifier != nullptr && trimmed(tag.TextIdentifier) == name &&
+           isIn(tag.namespaceIndex);
+  });
 }
 
 std::int32_t StdDictionaryInfo::findType(const unsigned short* text,
                                          const KelStringBase& namespaceURI,
                                          bool anyNamespace) const {
+  const std::u16string_view name = trimmedTypeName(textView(text));
+  const auto isIn = [&](std::int32_t namespaceIndex) {
+    return anyNamespace || isInNamespace(namespaceIndex, namespaceURI);
+  };
   const LookupIndex* const derived = index();
-  return findNamed(types_, derived == nullptr ? nullptr : &derived->types, trimmed(text),
-                   [&](std::int32_t row) {
-                     const SMD_TYPE_DEFINITION& type = types_.row(row);
-                     return isFirstUnitEqual(type, text) &&
-                            (anyNamespace || isInNamespace(type.NamespaceIndex, namespaceURI));
-                   });
+  if (derived != nullptr && derived->types() != nullptr) {
+    return findIn(types_, &SMD_TYPE_DEFINITION::NamespaceIndex, *derived->types(), name, isIn);
+  }
+  return scan(types_, [&](const SMD_TYPE_DEFINITION& type) {
+    return type.Identifier != nullptr && trimmedTypeName(textView(type.Identifier)) == name &&
+           isIn(type.NamespaceIndex);
+  });
 }
 
 std::int32_t StdDictionaryInfo::getTagDefIndexFromName(const unsigned short* name,

@@ -1,4 +1,4 @@
-#include "tests/core/support/allocations.h"
+#include "tests/support/allocations.h"
 
 #include <atomic>
 #include <cstdlib>

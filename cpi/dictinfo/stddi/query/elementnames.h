@@ -1,0 +1,76 @@
+// ElementNames: the names of elements as numbers.
+//
+// A tag answers to a name and a namespace. Each distinct pair that occurs among the tags is a key;
+// a key is found by one probe of the name, and whether a tag answers to it is one comparison. A key
+// is the first of the Tags rows that answer to it. Thread rule: never changes once built, safe to
+// share.
+#ifndef CPI_DICTINFO_STDDI_QUERY_ELEMENTNAMES_H
+#define CPI_DICTINFO_STDDI_QUERY_ELEMENTNAMES_H
+
+#include <cstdint>
+#include <string_view>
+#include <vector>
+
+#include "cpi/dictinfo/stddi/query/nameindex.h"
+#include "cpi/dictinfo/stddi/query/namespacetexts.h"
+
+namespace cpi {
+
+// The name that a tag answers to: what follows the first '^' of its text, or all of it.
+inline std::u16string_view elementName(std::u16string_view text) noexcept {
+  const std::size_t mark = text.find(u'^');
+  return mark == std::u16string_view::npos ? text : text.substr(mark + 1);
+}
+
+class ElementNames {
+ public:
+  // `spaceOf(tagIndex)` is the number of the tag's namespace; `spaces` are the URIs, and outlive
+  // this object. Throws std::bad_alloc.
+  template <class SpaceOf>
+  ElementNames(const TableReference<SMD_TAG_DEFINITION>& tags, const NamespaceTexts& spaces,
+               SpaceOf spaceOf)
+      : tags_(tags),
+        spaces_(spaces),
+        names_(
+            tags.strings(), NameIndex::Ending::Nothing, tags.rowCount(),
+            [&tags](std::int32_t row) -> std::optional<std::u16string_view> {
+              const unsigned short* const text = tags.text(row);
+              if (text == nullptr) return std::nullopt;
+              return elementName(textView(text));
+            },
+            spaceOf, &keys_) {}
+
+  // False when the names were made to collide: then nothing here is of use.
+  bool isComplete() const noexcept { return names_.isComplete(); }
+  // The key of the elements of this name and namespace, empty for none; -1 when no tag answers to
+  // them. `name` is compared as it is, spaces included, and has no unit of 0.
+  std::int32_t keyOf(std::u16string_view name, std::u16string_view namespaceURI) const noexcept {
+    std::int32_t row = names_.find(name);
+    while (row != kNone && !spaces_.isIn(tags_.records()[row].namespaceIndex, namespaceURI)) {
+      row = names_.nextSpace(row);
+    }
+    return row;
+  }
+  // The key of a tag; -1 for one without text, which no element is. `tagIndex` is a row of Tags.
+  std::int32_t keyOfTag(std::int32_t tagIndex) const noexcept {
+    return keys_[static_cast<std::size_t>(tagIndex)];
+  }
+  // Whether the tag answers to what keyOf gave, which may be -1: no tag does.
+  bool answers(std::int32_t tagIndex, std::int32_t key) const noexcept {
+    return key >= 0 && keyOfTag(tagIndex) == key;
+  }
+  std::size_t bytes() const noexcept {
+    return names_.bytes() + keys_.size() * sizeof(std::int32_t);
+  }
+
+ private:
+  // As it was indexed; shared by the dictionaries that share the index.
+  TableReference<SMD_TAG_DEFINITION> tags_;
+  const NamespaceTexts& spaces_;
+  std::vector<std::int32_t> keys_;
+  NameIndex names_;
+};
+
+}  // namespace cpi
+
+#endif  // CPI_DICTINFO_STDDI_QUERY_ELEMENTNAMES_H
