@@ -25,7 +25,8 @@ class Run:
         for document in documents:
             for line in document["benchmarks"]:
                 if line["run_type"] == "iteration" and not line.get("error_occurred"):
-                    self.repetitions.setdefault(line["run_name"], []).append(line)
+                    name = line["run_name"].removesuffix("/iterations:1")
+                    self.repetitions.setdefault(name, []).append(line)
 
     def values(self, name, key):
         lines = self.repetitions.get(name)
@@ -116,12 +117,17 @@ class Target:
     at_most: float = None
     at_least: float = None
     unit: str = ""
+    beside: str = ""
+    own: object = None
 
     def is_met(self, value):
         return value <= self.at_most if self.at_least is None else value >= self.at_least
 
     def limit(self):
         if self.at_least is not None:
-            return f"at least {self.at_least:g} {self.unit}".rstrip()
-        text = f"1/{1 / self.at_most:.0f}" if 0 < self.at_most < 0.5 else f"{self.at_most:g}"
-        return f"at most {text} {self.unit}".rstrip()
+            text = f"at least {self.at_least:g}"
+        elif 0 < self.at_most < 0.5:
+            text = f"at most 1/{1 / self.at_most:.0f}"
+        else:
+            text = f"at most {self.at_most:g}"
+        return " ".join(filter(None, (text, self.unit, self.beside and f"({self.beside})")))

@@ -13,7 +13,7 @@ import sys
 
 from growth import growth_table
 from measures import Missing, Run
-from targets import targets
+from targets import MODELS, model_targets, other_targets
 
 MARK = "<!-- bench:{} (scripts/bench --readme writes what is between these marks) -->"
 
@@ -24,20 +24,65 @@ def number(value):
     return f"{value:.3g}"
 
 
-def rows_of(run):
-    for target in targets():
+class Result:
+    """A target, and what the run says of it: nothing, where it has no figures."""
+
+    def __init__(self, target, run):
+        self.target, self.spread, self.own = target, None, None
         try:
-            yield target, target.measure.of(run)
+            self.spread = target.measure.of(run)
+            self.own = target.own and target.own.of(run).median
         except Missing:
-            yield target, None
+            pass
+
+    def is_met(self):
+        return self.spread is not None and self.target.is_met(self.spread.median)
+
+    def cell(self):
+        if self.spread is None:
+            return "not measured"
+        text = number(self.spread.median)
+        text = text if self.is_met() else f"**{text}**"
+        span = f"{number(self.spread.low)} to {number(self.spread.high)}"
+        return f"{text} ({span})" + (f", {number(self.own)} ns" if self.own else "")
+
+    def document(self, name):
+        spread = self.spread
+        return {"what": name, "limit": self.target.limit(), "met": spread and self.is_met(),
+                "median": spread and spread.median, "low": spread and spread.low,
+                "high": spread and spread.high, "own": self.own}
 
 
-def row_text(target, spread):
-    if spread is None:
-        return f"| {target.what} | {target.limit()} | not measured | |"
-    result = f"{number(spread.median)} ({number(spread.low)} to {number(spread.high)})"
-    met = "met" if target.is_met(spread.median) else "**not met**"
-    return f"| {target.what} | {target.limit()} | {result} | {met} |"
+def table(header, rows):
+    lines = [header, ["---"] * len(header), *rows]
+    return "\n".join("| " + " | ".join(line) + " |" for line in lines)
+
+
+class Results:
+    def __init__(self, run):
+        self.by_model = {model: [Result(target, run) for target in model_targets(model)]
+                         for model in MODELS}
+        self.others = [Result(target, run) for target in other_targets()]
+
+    def named(self):
+        for model, results in self.by_model.items():
+            for result in results:
+                yield f"{model}: {result.target.what}", result
+        for result in self.others:
+            yield result.target.what, result
+
+    def tables(self, measured_only):
+        def rows(groups):
+            for name, group in groups:
+                if not measured_only or any(result.spread for result in group):
+                    yield [name, group[0].target.limit(), *(result.cell() for result in group)]
+
+        models = zip(*self.by_model.values())
+        first = table(["An element or a definition", "Target", *MODELS],
+                      rows((group[0].target.what, group) for group in models))
+        second = table(["Otherwise", "Target", "Result"],
+                       rows((result.target.what, [result]) for result in self.others))
+        return f"{first}\n\n{second}"
 
 
 def provenance(documents):
@@ -55,14 +100,10 @@ def provenance(documents):
 
 def provenance_text(source, run):
     count = min((len(lines) for lines in run.repetitions.values()), default=0)
-    return (f"Medians of {count} repetitions and the middle half of them. {source['date']}, commit "
+    return (f"In bold: not met. Ratios of the medians of {count} repetitions, in brackets the middle "
+            f"half of all ratios. {source['date']}, commit "
             f"{source['commit']}, {source['machine']}, {source['cpus']} CPUs, "
             f"{source['compiler']} ({source['build']}), load {max(source['load']):.1f}.")
-
-
-def target_table(rows):
-    lines = ["| Measure | Target | Result | |", "|---|---|---|---|"]
-    return "\n".join(lines + [row_text(target, spread) for target, spread in rows])
 
 
 def natural(item):
@@ -72,28 +113,21 @@ def natural(item):
 
 
 def workload_table(run):
-    lines = ["| Workload | ns an item | allocations an item |", "|---|---|---|"]
+    rows = []
     for name, repetitions in sorted(run.repetitions.items(), key=natural):
-        if "items_per_second" not in repetitions[0]:
-            continue
-        cost = statistics.median(1e9 / line["items_per_second"] for line in repetitions)
-        blocks = statistics.median(line.get("allocs", 0) for line in repetitions)
-        lines.append(f"| {name} | {number(cost)} | {number(blocks)} |")
-    return "\n".join(lines)
+        if "items_per_second" in repetitions[0]:
+            cost = statistics.median(1e9 / line["items_per_second"] for line in repetitions)
+            blocks = statistics.median(line.get("allocs", 0) for line in repetitions)
+            rows.append([name, number(cost), number(blocks)])
+    return table(["Workload", "ns an item", "allocations an item"], rows)
 
 
-def document_of(source, run, rows):
+def document_of(source, run, results):
     return {
         **source,
-        "targets": [
-            {"what": target.what, "limit": target.limit(),
-             "median": spread and spread.median, "low": spread and spread.low,
-             "high": spread and spread.high,
-             "met": target.is_met(spread.median) if spread else None}
-            for target, spread in rows
-        ],
+        "targets": [result.document(name) for name, result in results.named()],
         "workloads": {
-            name: [{key: line[key] for key in line if isinstance(line[key], (int, float))}
+            name: [{key: value for key, value in line.items() if isinstance(value, (int, float))}
                    for line in lines]
             for name, lines in run.repetitions.items()
         },
@@ -122,19 +156,17 @@ def main():
     options = parser.parse_args()
     documents = [json.load(open(path, encoding="utf-8")) for path in options.results]
     run, source = Run(documents), provenance(documents)
-    rows = list(rows_of(run))
-    missing = sum(spread is None for _, spread in rows)
+    results = Results(run)
+    missing = [name for name, result in results.named() if result.spread is None]
     if missing and options.readme:
-        sys.exit(f"report: {missing} targets were not measured; this is no table for {options.readme}")
-    if options.measured_only:
-        rows = [row for row in rows if row[1] is not None]
-    about, table = provenance_text(source, run), target_table(rows)
-    print(f"{about}\n\n{table}\n\n{growth_table(run)}\n\n{workload_table(run)}")
+        sys.exit("report: no table for the README; not measured: " + "; ".join(missing))
+    about, tables = provenance_text(source, run), results.tables(options.measured_only)
+    print(f"{about}\n\n{tables}\n\n{growth_table(run)}\n\n{workload_table(run)}")
     if options.json:
         with open(options.json, "w", encoding="utf-8") as file:
-            json.dump(document_of(source, run, rows), file, indent=1)
+            json.dump(document_of(source, run, results), file, indent=1)
     if options.readme:
-        replace_block(options.readme, f"{table}\n\n{about}")
+        replace_block(options.readme, f"{tables}\n\n{about}")
 
 
 if __name__ == "__main__":

@@ -65,7 +65,6 @@ void loadGrammar(xercesc::XMLGrammarPool& pool, const std::string& schemaPath) {
       nullptr) {
     throw std::runtime_error("Xerces-C++ refuses " + schemaPath);
   }
-  pool.lockPool();
 }
 
 }  // namespace cpi::bench

@@ -1,4 +1,4 @@
-// Xerces-C++ as the peers use it: initialised for the whole program, grammars in a locked pool.
+// Xerces-C++ as the peers use it: initialised for the whole program, grammars in a pool.
 #ifndef BENCH_PEERS_XERCES_GRAMMAR_H
 #define BENCH_PEERS_XERCES_GRAMMAR_H
 

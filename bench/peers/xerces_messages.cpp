@@ -13,6 +13,7 @@ xercesc::XMLGrammarPool& poolOf(const Model& model) {
   return *kept(&model, [&] {
     auto pool = emptyPool();
     loadGrammar(*pool, model.schemaPath());
+    pool->lockPool();
     return pool;
   });
 }

@@ -1,7 +1,6 @@
 #include "bench/support/model.h"
 
 #include <cstdio>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -18,12 +17,6 @@ namespace {
 
 // Long enough to make a parser's start and end small beside its elements.
 constexpr std::size_t kMessageElements = 5'000;
-
-std::string temporaryDirectory() {
-  std::string path = std::filesystem::temp_directory_path() / "stddi-bench-XXXXXX";
-  if (::mkdtemp(path.data()) == nullptr) throw std::runtime_error("cannot make " + path);
-  return path;
-}
 
 class StepRecorder : public WalkVisitor {
  public:
@@ -100,8 +93,8 @@ std::vector<NamedModel> listModels() {
 }  // namespace
 
 Model::Model(const Plan& plan, std::size_t elements)
-    : directory_(temporaryDirectory()),
-      schemaPath_(writeSchema(plan, directory_)),
+    : directory_(std::in_place),
+      schemaPath_(writeSchema(plan, *directory_)),
       message_(messageOf(plan, elements)) {
   compile();
 }
@@ -109,11 +102,6 @@ Model::Model(const Plan& plan, std::size_t elements)
 Model::Model(const std::string& schemaPath, std::string message)
     : schemaPath_(schemaPath), message_(std::move(message)) {
   compile();
-}
-
-Model::~Model() {
-  std::error_code ignored;
-  if (!directory_.empty()) std::filesystem::remove_all(directory_, ignored);
 }
 
 void Model::compile() {

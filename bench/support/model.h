@@ -6,10 +6,12 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
 
+#include "bench/support/directory.h"
 #include "bench/support/plan.h"
 #include "cpi/dictinfo/stddi/stddictionaryiterator.h"
 #include "cpi/extract/dictionarytables.h"
@@ -37,7 +39,6 @@ class Model {
   Model(const std::string& schemaPath, std::string message);
   Model(const Model&) = delete;
   Model& operator=(const Model&) = delete;
-  ~Model();
 
   const std::string& schemaPath() const noexcept { return schemaPath_; }
   const std::string& message() const noexcept { return message_; }
@@ -54,7 +55,7 @@ class Model {
   void compile();
   void recordSteps();
 
-  std::string directory_;  // of the schema, when it is ours
+  std::optional<TemporaryDirectory> directory_;  // of the schema, when it is ours
   std::string schemaPath_;
   std::string message_;
   DictionaryTables tables_;

@@ -1,10 +1,8 @@
 #include "bench/support/plan.h"
 
 #include <algorithm>
-#include <fstream>
 #include <random>
 #include <sstream>
-#include <stdexcept>
 
 namespace cpi::bench {
 
@@ -295,41 +293,12 @@ Plan choicePlan(std::size_t members) {
   return {.name = "Document", .types = {type}};
 }
 
-Plan deepPlan(std::size_t depth) {
-  Plan plan{.name = "Document", .types = {}};
-  for (std::size_t i = 0; i < depth; ++i) {
-    const bool isLast = i + 1 == depth;
-    plan.types.push_back({.name = numbered("Level", i),
-                          .members = {{.name = numbered("Element", i),
-                                       .type = isLast ? -1 : static_cast<int>(i + 1),
-                                       .isRepeated = i == 0}}});
-  }
-  return plan;
-}
-
-Plan sequencePlan(std::size_t members) {
-  PlanType type{.name = "Sequence", .members = {}};
-  for (std::size_t i = 0; i < members; ++i) {
-    type.members.push_back({.name = numbered("Member", i),
-                            .isOptional = i + 1 < members,
-                            .isRepeated = i + 1 == members});
-  }
-  return {.name = "Document", .types = {type}};
-}
-
-std::string writeSchema(const Plan& plan, const std::string& directory) {
+std::string writeSchema(const Plan& plan, const TemporaryDirectory& directory) {
   SchemaWriter writer(plan);
-  const auto write = [&](const char* part, const std::string& text) {
-    std::ofstream out(directory + "/" + part + ".xsd", std::ios::binary);
-    out << text;
-    if (!out.flush()) throw std::runtime_error("cannot write into " + directory);
-  };
-  if (plan.isByReference) {
-    write("aggregate", writer.aggregates());
-    write("basic", writer.basics());
-  }
-  write("root", plan.isByReference ? writer.root() : writer.local());
-  return directory + "/root.xsd";
+  if (!plan.isByReference) return directory.write("root.xsd", writer.local());
+  directory.write("aggregate.xsd", writer.aggregates());
+  directory.write("basic.xsd", writer.basics());
+  return directory.write("root.xsd", writer.root());
 }
 
 std::string messageOf(const Plan& plan, std::size_t elements) {

@@ -12,6 +12,8 @@
 #include <string_view>
 #include <vector>
 
+#include "bench/support/directory.h"
+
 namespace cpi::bench {
 
 struct PlanMember {
@@ -39,13 +41,9 @@ Plan narrowPlan();
 Plan widePlan();
 // One type: a repeated choice of `members` texts.
 Plan choicePlan(std::size_t members);
-// A chain of types, each within the one before.
-Plan deepPlan(std::size_t depth);
-// One type: a sequence of `members` optional texts, the last of them repeated.
-Plan sequencePlan(std::size_t members);
 
-// Writes the plan's schema into an empty directory; returns the path of the root document.
-std::string writeSchema(const Plan& plan, const std::string& directory);
+// Writes the plan's schema into a directory; returns the path of the root document.
+std::string writeSchema(const Plan& plan, const TemporaryDirectory& directory);
 
 // A valid message of about `elements` elements. The same arguments give the same message.
 std::string messageOf(const Plan& plan, std::size_t elements);

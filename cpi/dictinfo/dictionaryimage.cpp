@@ -60,6 +60,7 @@ void DictionaryInfo::CreateTable(int slot, std::uint32_t recordSize, std::uint32
                                 std::to_string(recordSize));
   }
   table.Create(recordSize, rowCount);
+  announceChange();
 }
 
 void DictionaryInfo::RepairTable(int slot) { announceTable(sharers(), slotTable(slot)); }

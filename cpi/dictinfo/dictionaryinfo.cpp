@@ -1,7 +1,6 @@
 #include "cpi/dictinfo/dictionaryinfo.h"
 
 #include <algorithm>
-#include <atomic>
 #include <mutex>
 #include <stdexcept>
 #include <vector>
@@ -31,7 +30,6 @@ struct DictionaryInfo::Storage {
 
   std::vector<DictTable> tables;
   std::vector<DictionaryInfo*> sharers;
-  std::atomic<std::uint64_t> generation{0};
   std::mutex mutex;  // of sharers: copies are made and destroyed by any thread
 };
 
@@ -75,14 +73,17 @@ void DictionaryInfo::announceProperty(DictTableRefBase table, StringTableRef str
   }
 }
 
-std::uint64_t DictionaryInfo::tableGeneration() const noexcept {
-  return storage_->generation.load(std::memory_order_relaxed);
-}
-
 void DictionaryInfo::adoptTables() noexcept {
   storage_->setOwner(this);
-  storage_->generation.fetch_add(1, std::memory_order_relaxed);
+  announceChange();
 }
+
+void DictionaryInfo::announceChange() noexcept {
+  const std::lock_guard lock(storage_->mutex);
+  for (DictionaryInfo* const sharer : storage_->sharers) sharer->tablesChanged();
+}
+
+void DictionaryInfo::tablesChanged() noexcept {}
 
 void DictionaryInfo::MapTableProperty(DictTableRefBase, StringTableRef) {}
 

@@ -43,9 +43,6 @@ class CPI_API DictionaryInfo : public FIHandler {
 
   std::span<DictTable> tables() noexcept;
   std::span<const DictTable> tables() const noexcept;
-  // Changes whenever the tables may change, in all dictionaries that share them: what is derived
-  // from the tables holds as long as this stays.
-  std::uint64_t tableGeneration() const noexcept;
 
  protected:
   friend class DictTable;
@@ -91,18 +88,23 @@ class CPI_API DictionaryInfo : public FIHandler {
   KelStringBase formatID;  // identifier of the first wire format; empty when there is none
 
  protected:
+  // Called in all dictionaries that share the tables whenever the tables may change: what was
+  // derived from them holds no more. The base does nothing.
+  virtual void tablesChanged() noexcept;
   // What images need to know of the records in a slot: null, as the base has it, when they have
   // neither pointers nor padding and may hold anything. The rules outlive the dictionary.
   virtual const RecordRules* recordRules(int slot) const;
   // Announces a new property to this dictionary and to those that share its tables.
   void announceProperty(DictTableRefBase table, StringTableRef strings);
-  // Makes this dictionary the one that its tables announce new properties to, and starts a new
-  // generation of them.
+  // Makes this dictionary the one that its tables announce new properties to, and lets those that
+  // share them know that they change.
   void adoptTables() noexcept;
 
  private:
   struct Storage;
   std::vector<DictionaryInfo*> sharers() const;
+  // Calls tablesChanged in all dictionaries that share the tables.
+  void announceChange() noexcept;
   static void announceTable(std::span<DictionaryInfo* const> readers, DictTable& table);
   DictTable& slotTable(int slot);
   std::vector<const RecordRules*> allRecordRules() const;

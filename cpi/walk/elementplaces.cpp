@@ -28,6 +28,31 @@ std::span<const std::int32_t> rowsWith(const std::vector<std::int32_t>& rows, co
 
 // How many groups are climbed from a member to the type of an element.
 constexpr int kMaxClimb = 64;
+// A group is told by so many of its members.
+constexpr std::int32_t kMaxTold = 3;
+
+std::string memberText(const ContentModel& model, std::int32_t row) {
+  const auto& member = model.member(row);
+  const auto* const tag = model.dictionary().tags().find(member.toTagIndex);
+  if (tag != nullptr) return toUtf8(elementNameOf(*tag));
+  return model.isGroup(row) ? "(...)" : "any";
+}
+
+std::string groupText(const ContentModel& model, std::int32_t typeIndex) {
+  const MemberRange members = model.membersOf(typeIndex);
+  const Order order = model.orderOf(typeIndex);
+  const char* const separator = order == Order::Choice ? " | " : order == Order::Any ? " & " : ", ";
+  std::string text = "(";
+  for (std::int32_t row = members.begin; row < members.end; ++row) {
+    if (row > members.begin) text += separator;
+    if (row - members.begin == kMaxTold) {
+      text += "...";
+      break;
+    }
+    text += memberText(model, row);
+  }
+  return text + ")";
+}
 
 }  // namespace
 
@@ -35,6 +60,15 @@ std::u16string_view elementNameOf(const SMD_TAG_DEFINITION& tag) noexcept {
   const std::u16string_view text = textView(tag.TextIdentifier);
   const std::size_t mark = text.find(kNameMark);
   return mark == text.npos ? text : text.substr(mark + 1);
+}
+
+std::vector<GroupStep> groupsOf(const ContentModel& model, std::span<const ContentStep> path) {
+  std::vector<GroupStep> groups;
+  for (std::size_t i = 0; i + 1 < path.size(); ++i) {
+    const std::int32_t row = path[i].memberIndex;
+    groups.push_back({row, path[i].repeat + 1, groupText(model, model.member(row).toTypeIndex)});
+  }
+  return groups;
 }
 
 ElementPlaces::ElementPlaces(const ContentModel& model) : model_(model) {

@@ -17,6 +17,9 @@ namespace cpi {
 // The name by which a tag matches elements: what follows its first '^', or the whole text.
 std::u16string_view elementNameOf(const SMD_TAG_DEFINITION& tag) noexcept;
 
+// The steps of a path but the last, which is the element's own; with what each group holds.
+std::vector<GroupStep> groupsOf(const ContentModel& model, std::span<const ContentStep> path);
+
 class ElementPlaces {
  public:
   // `model` is not owned and must outlive this.

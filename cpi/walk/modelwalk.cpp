@@ -4,6 +4,8 @@
 #include <cassert>
 #include <utility>
 
+#include "cpi/walk/elementplaces.h"
+
 namespace cpi {
 namespace {
 
@@ -74,7 +76,10 @@ Verdict ModelWalk::enter(const unsigned short* name, const KelStringBase& namesp
   return enterUnmodelled(Placement::Unjudged, Judge::Nobody, Reason::None);
 }
 
-void ModelWalk::setNil() { open_.back().isNil = true; }
+void ModelWalk::setNil(bool isTold) {
+  open_.back().isNil = true;
+  open_.back().isNilTold = isTold;
+}
 
 bool ModelWalk::isIncomplete() {
   const OpenElement& element = open_.back();
@@ -82,12 +87,13 @@ bool ModelWalk::isIncomplete() {
 }
 
 std::vector<GroupStep> ModelWalk::groups() const {
-  std::vector<GroupStep> groups;
-  if (open_.empty() || open_.back().judge != Judge::Model) return groups;
+  if (open_.empty() || open_.back().judge != Judge::Model) return {};
+  ContentPath path;
   for (const MbrPathItem& step : levels_[levelCount_ - 1].at->getPartialMemberPath()) {
-    groups.push_back({step.memberIndex, step.repeatIndex + 1});
+    path.push_back({step.memberIndex, step.repeatIndex});
   }
-  return groups;
+  path.push_back({});  // the element's own
+  return groupsOf(model_->content(), path);
 }
 
 // The iterator moves to the parent only from a child. When there was none it still stands on the
@@ -166,7 +172,7 @@ Verdict ModelWalk::enterChecked(const Name& name, std::u16string_view typeKey) {
   }
   const std::int32_t hiddenTag = model_->hiddenTag(typeKey);
   if (parent.isNil) {
-    const bool isConsequence = std::exchange(parent.hadNilChild, true);
+    const bool isConsequence = std::exchange(parent.isNilTold, true);
     Verdict verdict = enterUnmodelled(Placement::Refused, Judge::Nobody, Reason::InNil);
     verdict.isConsequence = isConsequence;
     return verdict;

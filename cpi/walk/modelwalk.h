@@ -52,8 +52,9 @@ class ModelWalk {
   // Throws KelParserException when the dictionary makes no sense to the navigator.
   Verdict enter(const unsigned short* name, const KelStringBase& namespaceURI,
                 std::u16string_view typeKey);
-  // Says that the innermost open element is nil: it is complete, and nothing may stand in it.
-  void setNil();
+  // Says that the innermost open element is nil: it is complete, and nothing may stand in it. With
+  // `isTold` it is known that something does, so that it is no fault again.
+  void setNil(bool isTold = false);
   // Whether the innermost open element lacks required members as it stands (only when checking).
   bool isIncomplete();
   // The end of the innermost open element, which must exist.
@@ -87,7 +88,7 @@ class ModelWalk {
     std::size_t height = 0;      // of the iterator; see WalkCursor
     std::size_t pathBegin = 0;   // see StructureCheck::Scope
     bool isNil = false;
-    bool hadNilChild = false;
+    bool isNilTold = false;
   };
   struct Level {
     std::unique_ptr<Cursor> at;

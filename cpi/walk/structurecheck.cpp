@@ -95,7 +95,9 @@ StructureCheck::Trouble* StructureCheck::troubleOf(const Scope& scope) noexcept 
 
 StructureCheck::Trouble& StructureCheck::addTrouble(const Scope& scope) {
   if (Trouble* const known = troubleOf(scope)) return *known;
-  return troubles_.emplace_back(Trouble{scope.number, {}, false, 0, {}});
+  Trouble& added = troubles_.emplace_back();
+  added.number = scope.number;
+  return added;
 }
 
 // The walk goes on from `next`. What is placed in faulty content may be missed at its own place
@@ -106,6 +108,8 @@ void StructureCheck::settle(const Scope& scope, ContentSearch::Path next) {
   Trouble* const trouble = troubleOf(scope);
   if (trouble == nullptr) return;
   trouble->strays = 0;
+  trouble->aside.clear();
+  trouble->strayType = kNone;
   if (trouble->hasBookmark) trouble->told.insert(next.back().memberIndex);
 }
 
@@ -134,6 +138,15 @@ bool StructureCheck::find(const ContentSearch& search, const ElementName& name, 
     return true;
   });
   return !found_.empty();
+}
+
+void StructureCheck::findAnywhere(const ContentSearch& search, const ElementName& name) {
+  found_.clear();
+  search.forEachLeaf([&](const ContentLeaf& leaf) {
+    if (!isTaken(leaf.path.back().memberIndex, name)) return false;
+    found_ = leaf.path;
+    return true;
+  });
 }
 
 bool StructureCheck::isForeign(const ContentSearch& search, const ElementName& name) const {
@@ -172,6 +185,7 @@ StructureCheck::Outcome StructureCheck::judgeAhead(const Scope& scope, const Ele
   if (!find(search, name, true)) return {};
   listMissing(search, found_, known);
   const bool isFault = owedCount() > (known == nullptr ? 0 : known->strays);
+  if (isFault && isOneMore(scope, name)) return {};
   if (isFault) explain(scope);
   Trouble& trouble = addTrouble(scope);
   tellMissing(trouble);
@@ -179,35 +193,41 @@ StructureCheck::Outcome StructureCheck::judgeAhead(const Scope& scope, const Ele
   const ContentSearch::Path last = path(scope);
   trouble.bookmark.assign(last.begin(), last.end());
   trouble.hasBookmark = true;
-  fault_.groups = groupsOf(found_);
+  fault_.groups = groupsOf(model_.content(), found_);
   Outcome outcome = placed(scope);
   outcome.kind = VerdictKind::OutOfOrder;
   outcome.reason = Reason::SkipsRequired;
   return outcome;
 }
 
+// Whether the element is the last child's, once more. Then that is the fault, rather than that the
+// next repeat of a group around both would lack something.
+bool StructureCheck::isOneMore(const Scope& scope, const ElementName& name) const {
+  const ContentSearch::Path last = path(scope);
+  return !last.empty() && isTaken(last.back().memberIndex, name);
+}
+
 // An element of this content that may no longer come.
 StructureCheck::Outcome StructureCheck::judgeBehind(const Scope& scope, const ElementName& name) {
+  Trouble* const known = troubleOf(scope);
+  const bool isInRun = known != nullptr && !known->aside.empty() &&
+                       find(searchFrom(scope, known->aside), name, false);
   const ContentSearch search = searchFrom(scope, path(scope));
-  found_.clear();
-  search.forEachLeaf([&](const ContentLeaf& leaf) {
-    if (!isTaken(leaf.path.back().memberIndex, name)) return false;
-    found_ = leaf.path;
-    return true;
-  });
+  if (!isInRun) findAnywhere(search, name);
   Outcome outcome;
   if (found_.empty()) return outcome;
+  Trouble& trouble = addTrouble(scope);
+  trouble.aside = found_;
   outcome.leaf = found_.back().memberIndex;
   const SMD_STRUCTURE_ELEMENT_DEFINITION& member = model_.content().member(outcome.leaf);
   outcome.content = member.toTagIndex;
   outcome.kind = VerdictKind::OutOfOrder;
   outcome.reason = Reason::PlacePassed;
-  const Trouble* const trouble = troubleOf(scope);
-  outcome.isConsequence = trouble != nullptr && trouble->told.contains(outcome.leaf);
+  outcome.isConsequence = isInRun || trouble.told.contains(outcome.leaf);
   if (outcome.isConsequence) return outcome;
   fault_.missing.clear();
   explain(scope);
-  fault_.groups = groupsOf(found_);
+  fault_.groups = groupsOf(model_.content(), found_);
   if (const std::int32_t limit = exhausted(scope); limit != kNone) {
     outcome.kind = VerdictKind::BeyondLimit;
     outcome.reason = Reason::None;
@@ -241,9 +261,24 @@ StructureCheck::Outcome StructureCheck::judgeUnknown(const Scope& scope, const E
   Trouble& trouble = addTrouble(scope);
   ++trouble.strays;
   const std::int32_t leaf = otherNamespace(searchFrom(scope, path(scope)), name);
-  if (leaf == kNone) return judgeByName(name);
+  if (leaf == kNone) return judgeStray(trouble, name);
   trouble.told.insert(leaf);
   return wrongNamespace(leaf);
+}
+
+// Elements side by side that another type has are one fault: their parent is missing.
+StructureCheck::Outcome StructureCheck::judgeStray(Trouble& trouble, const ElementName& name) {
+  Outcome outcome = judgeByName(name);
+  const auto isOfStrayType = [&](const KnownPlace& place) {
+    return place.parentTypeIndex != kNone && place.parentTypeIndex == trouble.strayType;
+  };
+  outcome.isConsequence = std::ranges::any_of(fault_.elsewhere, isOfStrayType);
+  if (outcome.isConsequence) return outcome;
+  trouble.strayType = kNone;
+  for (const KnownPlace& place : fault_.elsewhere) {
+    if (trouble.strayType == kNone) trouble.strayType = place.parentTypeIndex;
+  }
+  return outcome;
 }
 
 StructureCheck::Outcome StructureCheck::wrongNamespace(std::int32_t leaf) {
@@ -303,7 +338,7 @@ void StructureCheck::explain(const Scope& scope) {
   fault_.elsewhereCount = 0;
   fault_.atMost = kNone;
   const ContentSearch::Path last = path(scope);
-  fault_.groups = groupsOf(last);
+  fault_.groups = groupsOf(model_.content(), last);
   searchFrom(scope, last).forEachNext(false, [&](const ContentLeaf& leaf) {
     fault_.expected.push_back(expectedOf(leaf));
     return fault_.expected.size() == kMaxListed;
@@ -343,7 +378,7 @@ Expected StructureCheck::expectedOf(const ContentLeaf& leaf) const {
   expected.owed = leaf.owed;
   expected.atMost = leaf.atMost < 0 ? kUnbounded : leaf.atMost;
   expected.choice = leaf.choice;
-  expected.groups = groupsOf(leaf.path);
+  expected.groups = groupsOf(model_.content(), leaf.path);
   const auto& member = model_.content().member(expected.memberIndex);
   if (const auto* const tag = dictionary.tags().find(member.toTagIndex); tag != nullptr) {
     expected.name = toUtf8(elementNameOf(*tag));
@@ -354,15 +389,6 @@ Expected StructureCheck::expectedOf(const ContentLeaf& leaf) const {
     expected.name = toUtf8(text.substr(std::min(text.find(u' ') + 1, text.size())));
   }
   return expected;
-}
-
-// All steps but the last, which is the element's own.
-std::vector<GroupStep> StructureCheck::groupsOf(ContentSearch::Path path) const {
-  std::vector<GroupStep> groups;
-  for (std::size_t i = 0; i + 1 < path.size(); ++i) {
-    groups.push_back({path[i].memberIndex, path[i].repeat + 1});
-  }
-  return groups;
 }
 
 }  // namespace cpi

@@ -5,8 +5,9 @@
 // child that does not fit is sought again, exactly: the particle that it must be taken for is
 // resolved from the members themselves, so that no peculiarity of a search by name raises a false
 // alarm. Only then there is a fault, and the walk goes on where most of what follows makes sense:
-// something skipped is told once, an element that came too early does not move the others out of
-// their places, and an unknown element stands in for one that is missing beside it.
+// something skipped is told once, a run of elements that belong together elsewhere too, an element
+// that came too early does not move the others out of their places, and an unknown element stands
+// in for one that is missing beside it.
 //
 // Thread rule: used by the one thread that walks.
 #ifndef CPI_WALK_STRUCTURECHECK_H
@@ -86,10 +87,12 @@ class StructureCheck {
  private:
   // What a faulty element has to remember.
   struct Trouble {
-    std::int64_t number;   // of its scope
-    ContentPath bookmark;  // where it stood before something came too early
+    std::int64_t number = 0;  // of its scope
+    ContentPath bookmark;     // where it stood before something came too early
     bool hasBookmark = false;
     std::int32_t strays = 0;                // elements without a place, since the last with one
+    ContentPath aside;                      // where the last one out of place would stand
+    std::int32_t strayType = kNone;         // the Types row that has the last one without a place
     std::unordered_set<std::int32_t> told;  // members known to be missing or misplaced
   };
 
@@ -99,13 +102,16 @@ class StructureCheck {
   void settle(const Scope& scope, ContentSearch::Path next);
   bool isTaken(std::int32_t leaf, const ElementName& name) const;
   bool find(const ContentSearch& search, const ElementName& name, bool isLenient);
+  void findAnywhere(const ContentSearch& search, const ElementName& name);
   bool isForeign(const ContentSearch& search, const ElementName& name) const;
   Outcome placed(const Scope& scope);
   Outcome judgeAhead(const Scope& scope, const ElementName& name);
+  bool isOneMore(const Scope& scope, const ElementName& name) const;
   Outcome judgeBehind(const Scope& scope, const ElementName& name);
   Outcome judgeUnknown(const Scope& scope, const ElementName& name);
   std::int32_t otherNamespace(const ContentSearch& search, const ElementName& name) const;
   Outcome judgeByName(const ElementName& name);
+  Outcome judgeStray(Trouble& trouble, const ElementName& name);
   Outcome wrongNamespace(std::int32_t leaf);
   void explain(const Scope& scope);
   void listMissing(const ContentSearch& search, ContentSearch::Path next, const Trouble* trouble);
@@ -113,7 +119,6 @@ class StructureCheck {
   void tellMissing(Trouble& trouble) const;
   std::int32_t exhausted(const Scope& scope) const;
   Expected expectedOf(const ContentLeaf& leaf) const;
-  std::vector<GroupStep> groupsOf(ContentSearch::Path path) const;
 
   const WalkModel& model_;
   const OccurrenceCounter& counter_;

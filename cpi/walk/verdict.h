@@ -117,6 +117,7 @@ struct PathStep {
 struct GroupStep {
   std::int32_t memberIndex = kNone;  // Type Members row of the group
   std::int32_t occurrence = 1;       // which repeat of the group, from 1
+  std::string text;                  // what it holds: "(a, b, c)", or "(a | b)" for a choice
 };
 
 // An element or wildcard that may or must come.

@@ -52,6 +52,7 @@ void XmlCheck::start(const XmlStartTag& tag, std::u16string_view typeKey) {
   isWhole_ = true;
   XmlFrame& frame = trail_.top();
   const Verdict& verdict = frame.verdict;
+  if (verdict.reason == Reason::InNil) trail_.parent()->isNil = false;  // that was told just now
   if (verdict.typeIndex == kNone) return;
   if (!typeKey.empty()) checkType(frame, tag, typeKey);
   if (tag.attributeCount > 0) checkNil(frame, tag);
@@ -139,7 +140,8 @@ void XmlCheck::checkText(XmlFrame& frame, std::string_view piece, const XmlPushP
   Finding finding = frame.isNil ? findingOf(frame, VerdictKind::Nil, Reason::NilWithContent)
                                 : findingOf(frame, VerdictKind::Text, Reason::NotAllowed);
   finding.value = shown(trimmed(piece.substr(first)));
-  const WalkPosition position = parser.textPosition(piece.data() + first);
+  if (frame.isNil) walk_.setNil(true);
+  const WalkPosition position = parser.textPosition(piece.substr(first));
   frame.hasNoText = frame.isNil = false;
   sink_.add(std::move(finding), &position);
 }

@@ -116,7 +116,7 @@ class XmlPushParser::Context {
   }
 
   WalkPosition position() const noexcept;
-  WalkPosition textPosition(const char* at) const noexcept;
+  WalkPosition textPosition(std::string_view part) const noexcept;
   std::int64_t notFetched() const noexcept { return notFetched_; }
 
  private:
@@ -124,7 +124,8 @@ class XmlPushParser::Context {
     return *static_cast<Context*>(static_cast<xmlParserCtxtPtr>(parser)->_private);
   }
   static xmlSAXHandler makeHandler();
-  static WalkPosition positionOf(const xmlParserInput& input, const xmlChar* at) noexcept;
+  static WalkPosition positionOf(const xmlParserInput& input, const xmlChar* at,
+                                 const xmlChar* end) noexcept;
   static void onStart(void* parser, const xmlChar* local, const xmlChar* prefix, const xmlChar* uri,
                       int declarationCount, const xmlChar** declarations, int attributeCount,
                       int defaulted, const xmlChar** attributes);
@@ -301,28 +302,30 @@ WalkPosition XmlPushParser::Context::position() const noexcept {
   if (input == nullptr) return {};
   const xmlChar* tag = input->cur;
   while (tag > input->base && *tag != '<') --tag;
-  return positionOf(*input, tag);
+  return positionOf(*input, tag, input->cur);
 }
 
-// Text that comes out of an entity, or was converted, is not in the input: it has the place where
-// the parser stands.
-WalkPosition XmlPushParser::Context::textPosition(const char* at) const noexcept {
+// The parser's line is that of the end of the text. Text that comes out of an entity, or was
+// converted, is not in the input: it has the place where the parser stands.
+WalkPosition XmlPushParser::Context::textPosition(std::string_view part) const noexcept {
   const xmlParserInputPtr input = parser_->input;
   if (input == nullptr) return {};
-  const xmlChar* const text = bytesOf(at);
-  const bool isInside = std::less_equal<>()(input->base, text) && std::less<>()(text, input->cur);
-  return positionOf(*input, isInside ? text : input->cur);
+  const xmlChar* const begin = bytesOf(part.data());
+  const bool isInside = std::less_equal<>()(input->base, begin) && std::less<>()(begin, input->end);
+  return isInside ? positionOf(*input, begin, begin + part.size())
+                  : positionOf(*input, input->cur, input->cur);
 }
 
-WalkPosition XmlPushParser::Context::positionOf(const xmlParserInput& input,
-                                                const xmlChar* at) noexcept {
+// The place of `at`, when the parser's line and column are those of `end`, behind it.
+WalkPosition XmlPushParser::Context::positionOf(const xmlParserInput& input, const xmlChar* at,
+                                                const xmlChar* end) noexcept {
   WalkPosition place;
   const bool isConverted = input.buf != nullptr && input.buf->encoder != nullptr;
   if (!isConverted) place.offset = static_cast<std::int64_t>(input.consumed) + (at - input.base);
-  const std::int64_t lineEnds = std::count(at, input.cur, xmlChar{'\n'});
+  const std::int64_t lineEnds = std::count(at, end, xmlChar{'\n'});
   place.line = input.line - lineEnds;
   if (lineEnds == 0) {
-    place.column = input.col - std::count_if(at, input.cur, startsCharacter);
+    place.column = input.col - std::count_if(at, end, startsCharacter);
     return place;
   }
   const xmlChar* const limit = at - std::min(at - input.base, kMaxLookBack);
@@ -340,8 +343,8 @@ XmlPushParser::~XmlPushParser() = default;
 void XmlPushParser::feed(std::string_view bytes) { context_->feed(bytes); }
 void XmlPushParser::finish() { context_->finish(); }
 WalkPosition XmlPushParser::position() const noexcept { return context_->position(); }
-WalkPosition XmlPushParser::textPosition(const char* at) const noexcept {
-  return context_->textPosition(at);
+WalkPosition XmlPushParser::textPosition(std::string_view part) const noexcept {
+  return context_->textPosition(part);
 }
 std::int64_t XmlPushParser::notFetched() const noexcept { return context_->notFetched(); }
 

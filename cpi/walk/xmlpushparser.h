@@ -55,8 +55,9 @@ class XmlPushParser {
 
   // The place of the tag that is being reported.
   WalkPosition position() const noexcept;
-  // The place of `at`, which points into the piece of text that is being reported.
-  WalkPosition textPosition(const char* at) const noexcept;
+  // The place of the end of the piece of text that is being reported, or of a part that ends with
+  // it: where that begins.
+  WalkPosition textPosition(std::string_view part) const noexcept;
   std::int64_t notFetched() const noexcept;
 
  private:

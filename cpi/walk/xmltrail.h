@@ -38,6 +38,10 @@ class XmlTrail : public WalkTrail {
   XmlFrame& enter(const XmlName& name, std::size_t names);
   void leave() noexcept;
   XmlFrame& top() noexcept { return frames_.back(); }
+  // The element around the innermost one; null: there is none.
+  XmlFrame* parent() noexcept {
+    return frames_.size() < 2 ? nullptr : &frames_[frames_.size() - 2];
+  }
   bool isEmpty() const noexcept { return frames_.empty(); }
 
   std::vector<PathStep> path() const override;

@@ -141,13 +141,15 @@ void StdDictionaryInfo::freeze() noexcept {
   refreshTexts();
   try {
     index_ = std::make_shared<const LookupIndex>(*this);
+    ids_ = {index_->tagIds(), index_->typeIds(), index_->memberIds()};
   } catch (const std::bad_alloc&) {
-    index_ = nullptr;  // look-ups scan instead
+    tablesChanged();  // look-ups search and scan instead
   }
 }
 
-const LookupIndex* StdDictionaryInfo::index() const noexcept {
-  return index_ != nullptr && index_->generation() == tableGeneration() ? index_.get() : nullptr;
+void StdDictionaryInfo::tablesChanged() noexcept {
+  ids_ = {};
+  index_.reset();
 }
 
 std::u16string_view StdDictionaryInfo::namespaceText(std::int32_t namespaceIndex) const noexcept {

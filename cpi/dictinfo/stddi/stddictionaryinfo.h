@@ -24,6 +24,7 @@
 #include <memory>
 
 #include "cpi/dictinfo/dictionaryinfo.h"
+#include "cpi/dictinfo/stddi/idlookup.h"
 #include "cpi/dictinfo/stddi/loadlimits.h"
 #include "cpi/dictinfo/stddi/records.h"
 #include "cpi/dictinfo/stddi/tablereference.h"
@@ -102,10 +103,16 @@ class CPI_API StdDictionaryInfo : public DictionaryInfo {
 
   // --- Ids to rows ---------------------------------------------------------------------------
   // The row, or -1. Rows are expected in ascending order of id.
-  std::int32_t getTagDefIndex(std::int32_t tagId) const;
-  std::int32_t getTypeDefIndex(std::int32_t typeId) const;
+  std::int32_t getTagDefIndex(std::int32_t tagId) const {
+    return isQuick(ids_.tags) ? rowOfTag(tagId) : findTagId(tagId);
+  }
+  std::int32_t getTypeDefIndex(std::int32_t typeId) const {
+    return isQuick(ids_.types) ? rowOfType(typeId) : findTypeId(typeId);
+  }
   // The Type Members row of a member id.
-  std::int32_t getStructDefIndexFromMbrID(std::int32_t mbrId) const;
+  std::int32_t getStructDefIndexFromMbrID(std::int32_t mbrId) const {
+    return isQuick(ids_.members) ? rowOfMember(mbrId) : findMemberId(mbrId);
+  }
   // The tag's row through the first member of the type at `typeIndex` that carries it, which may
   // be negative; else as getTagDefIndex.
   std::int32_t getTagDefIndexUsingParentTypeDefIndex(std::int32_t typeIndex,
@@ -245,11 +252,12 @@ class CPI_API StdDictionaryInfo : public DictionaryInfo {
 
   // What was derived from the tables as they are now, for the library itself; null while there is
   // none: during a load, and after one that failed.
-  const LookupIndex* index() const noexcept;
+  const LookupIndex* index() const noexcept { return index_.get(); }
 
  protected:
   void MapTableProperty(DictTableRefBase table, StringTableRef strings) override;
   const RecordRules* recordRules(int slot) const override;
+  void tablesChanged() noexcept override;
 
  private:
   friend class StdDictionaryHandler;
@@ -275,6 +283,34 @@ class CPI_API StdDictionaryInfo : public DictionaryInfo {
   StdDictionaryHandler* loadHandler();
   // Refreshes every text field, so that readers find nothing to write, and builds the index.
   void freeze() noexcept;
+
+  // The views of the id indexes; none is built while there is no index.
+  struct IdLookups {
+    IdLookup tags;
+    IdLookup types;
+    IdLookup members;
+  };
+  static bool isQuick(const IdLookup& lookup) noexcept {
+    return lookup.isBuilt() && !KelLog::isOn(LLDebug);
+  }
+  std::int32_t rowOfTag(std::int32_t tagId) const noexcept {
+    return ids_.tags.find(tagId, tags_.records(), &SMD_TAG_DEFINITION::Id);
+  }
+  std::int32_t rowOfType(std::int32_t typeId) const noexcept {
+    return ids_.types.find(typeId, types_.records(), &SMD_TYPE_DEFINITION::TypeId);
+  }
+  std::int32_t rowOfMember(std::int32_t mbrId) const noexcept {
+    const MemberIdRow* const records = memberIdIndex_.records();
+    const std::int32_t row = ids_.members.find(mbrId, records, &MemberIdRow::MbrIDToTypeMbrIndexId);
+    return row < 0 ? kNone : records[row].MbrIDToTypeMbrIndexIndex;
+  }
+  // The same with the items of the log, and without an index.
+  std::int32_t findTagId(std::int32_t tagId) const;
+  std::int32_t findTypeId(std::int32_t typeId) const;
+  std::int32_t findMemberId(std::int32_t mbrId) const;
+  std::int32_t findMemberOfTag(std::int32_t first, std::int32_t tagId) const;
+  // Rows from `first` on whose parent type is `parentTypeId`.
+  std::int32_t countMembers(std::int32_t first, std::int32_t parentTypeId) const;
   std::int32_t findTag(std::u16string_view name, const KelStringBase& namespaceURI,
                        bool anyNamespace) const;
   std::int32_t findType(const unsigned short* text, const KelStringBase& namespaceURI,
@@ -289,7 +325,9 @@ class CPI_API StdDictionaryInfo : public DictionaryInfo {
   LoadLimits loadLimits_;
   // Shared with copies made during a load, which may go on with it.
   std::shared_ptr<StdDictionaryHandler> loadHandler_;
-  std::shared_ptr<const LookupIndex> index_;  // shared with copies too
+  // Shared with copies too; what was made of these tables as they are, and views into it.
+  std::shared_ptr<const LookupIndex> index_;
+  IdLookups ids_;
   TableReference<DICTIONARY_IDENTIFICATION> identification_;
   TableReference<MSGSET_DEFINITION> project_;
   TableReference<DependencyRow> dependencies_;

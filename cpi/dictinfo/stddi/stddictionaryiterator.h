@@ -138,6 +138,14 @@ struct MbrPathItem {
   friend bool operator==(const MbrPathItem&, const MbrPathItem&) = default;
 };
 
+class MemberIndex;
+
+// How a move may pass over members that cannot be what it looks for. For the library itself.
+struct Passing {
+  MemberIndex const* members = nullptr;  // null: every member is looked at
+  std::int32_t key = kNone;              // of the tags that are looked for; -1: no tag is
+};
+
 struct Expectation;  // expectation.h
 
 class CPI_API StdDictionaryIterator : public KelOwnedLogSource {
@@ -234,6 +242,10 @@ class CPI_API StdDictionaryIterator : public KelOwnedLogSource {
   bool listOwedChildren(Expectation& expectation) const;
 
   // --- Moves ---------------------------------------------------------------------------------
+  // Moves by tag id and by name go straight to the member where an index tells which it is. With
+  // `stepByStep` they look at each member in turn, as they do anyway while trace items are written;
+  // all else is the same, and slower. For tests and for finding faults.
+  void searchStepByStep(bool stepByStep) noexcept { isStepByStep = stepByStep; }
   // Up, past anonymous groups. False without context; from the root it leaves no context.
   bool moveToParent();
   // In the moves below `allowUndefined` lets an element that is no member here be placed as a
@@ -316,6 +328,7 @@ class CPI_API StdDictionaryIterator : public KelOwnedLogSource {
   StdDictionaryInfo const* dictionaryInfo = nullptr;
   std::vector<DictionaryPosition> positionStack;  // root first, current entry last
   bool positionStackSaved = false;                // savedPositionStack is valid
+  bool isStepByStep = false;
   std::vector<DictionaryPosition> savedPositionStack;
 
  private:
@@ -326,23 +339,43 @@ class CPI_API StdDictionaryIterator : public KelOwnedLogSource {
   std::int32_t parentIndex() const noexcept;
   std::int32_t commonParentIndex() const noexcept;
   KelStringBase traceNameOfSearch(const SearchDef& search) const;
-  bool searchNewPosition(const SearchDef& search, bool matchCurrent, bool moveFwd,
-                         bool enforceRequired);
-  bool searchBestPosition(const SearchDef& search, bool replaceCurrent, bool moveFwd);
+  Passing passing() const noexcept;
+  Passing passingFor(const SearchDef& search) const noexcept;
+  Passing passingForTag(std::int32_t tagIndex) const noexcept;
+  Passing passingForName(const unsigned short* name,
+                         const KelStringBase& namespaceURI) const noexcept;
+  bool goToParent();
+  bool searchNewPosition(const SearchDef& search, const Passing& passing, bool matchCurrent,
+                         bool moveFwd, bool enforceRequired);
+  bool searchBestPosition(const SearchDef& search, const Passing& passing, bool replaceCurrent,
+                          bool moveFwd);
   bool isParentAnonymous() const;
-  bool resolveTagName(SearchDef& search) const;
+  // By the index alone, where it can tell; to the tag, or to any tag of the key when it is -1.
+  bool goToChild(const Passing& passing, std::int32_t tagIndex);
+  bool goToPeer(const Passing& passing, std::int32_t tagIndex);
+  bool goToNextRound(const Passing& passing, std::int32_t tagIndex,
+                     const SMD_TYPE_DEFINITION& type);
+  // In these the namespace is the caller's, and that of `search` is not read.
+  bool moveToChild(SearchDef& search, const KelStringBase& namespaceURI, Passing passing,
+                   bool allowUndefined, bool enforceRequired);
+  bool moveToPeer(SearchDef& search, const KelStringBase& namespaceURI, Passing passing,
+                  bool allowUndefined, bool enforceRequired);
+  bool resolveTagName(SearchDef& search, const KelStringBase& namespaceURI, Passing& passing) const;
   bool isMessageAllowed(const char* operation) const;
   DictionaryPosition undefinedChild(const SearchDef& search, std::int32_t memberIndex) const;
-  bool isFirstChildMember(const SearchDef& search, const SMD_TYPE_DEFINITION* type,
-                          bool enforceRequired);
-  bool placeFirstChild(SearchDef& search, const SMD_TYPE_DEFINITION* type);
+  bool isFirstChildMember(const SearchDef& search, const Passing& passing,
+                          const SMD_TYPE_DEFINITION* type, bool enforceRequired);
+  bool placeFirstChild(SearchDef& search, const KelStringBase& namespaceURI, Passing& passing,
+                       const SMD_TYPE_DEFINITION* type);
   bool pushProbe(const SearchDef& search, const SMD_TYPE_DEFINITION* type);
   bool isInNamedMessage() const;
   void checkNamedMessage(const SearchDef& search) const;
   bool settleCurrentEntry();
-  bool placeSibling(SearchDef& search, bool isFirstChildMarker);
+  bool placeSibling(SearchDef& search, const KelStringBase& namespaceURI, Passing& passing,
+                    bool isFirstChildMarker);
   bool pushSibling(const SearchDef& search, bool isFirstChildMarker);
-  bool moveWithoutModel(SearchDef& search, bool allowUndefined);
+  bool moveWithoutModel(SearchDef& search, const KelStringBase& namespaceURI, Passing& passing,
+                        bool allowUndefined);
   bool moveOnFromMember(std::int32_t nextMemberId, bool enforceRequired);
 };
 

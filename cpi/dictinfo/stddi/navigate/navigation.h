@@ -12,6 +12,10 @@ namespace cpi {
 inline constexpr const char* kIteratorSource = "cpi/dictinfo/stddi/stddictionaryiterator";
 inline constexpr const char* kIteratorHeader = "stddictionaryiterator";
 
+// Stack entries beyond which moves look at each member: it is not known then whether a search step
+// by step would come to an end before it gives up.
+inline constexpr std::size_t kMaximumPassingDepth = 512;
+
 // Builds the site of an error thrown here.
 inline ErrorSite siteOf(const char* file, const char* operation,
                         std::int32_t line = __builtin_LINE()) {

@@ -1,5 +1,5 @@
 // Records by row and by id.
-#include "cpi/dictinfo/stddi/stddictionaryinfo.h"
+#include "cpi/dictinfo/stddi/query/lookupindex.h"
 
 namespace cpi {
 
@@ -17,14 +17,6 @@ std::int32_t findRecord(KelOperation& operation, const TableReference<Record>& t
   if (!table.contains(index)) return operation.fails(boundText, kIndexBeyondCount);
   record = &table.row(index);
   return operation.returns(kSuccess);
-}
-
-// Rows from `first` on whose parent type is `parentTypeId`.
-std::int32_t runLength(const TableReference<SMD_STRUCTURE_ELEMENT_DEFINITION>& members,
-                       std::int32_t first, std::int32_t parentTypeId) {
-  std::int32_t row = first;
-  while (members.contains(row) && members.row(row).ParentTypeId == parentTypeId) ++row;
-  return row - first;
 }
 
 }  // namespace
@@ -45,12 +37,22 @@ std::int32_t StdDictionaryInfo::getWireFormatEntry(std::int32_t index,
   return findRecord(operation, wireFormats_, index, kIndexAtCountText, record);
 }
 
+std::int32_t StdDictionaryInfo::countMembers(std::int32_t first, std::int32_t parentTypeId) const {
+  if (typeMembers_.row(first).ParentTypeId != parentTypeId) return 0;
+  if (const LookupIndex* const derived = index(); derived != nullptr) {
+    return derived->definitions().runEnd(first) - first;
+  }
+  std::int32_t row = first;
+  while (typeMembers_.contains(row) && typeMembers_.row(row).ParentTypeId == parentTypeId) ++row;
+  return row - first;
+}
+
 std::int32_t StdDictionaryInfo::getStructureDefinitionFromIndex(
     std::int32_t index, std::int32_t& count,
     const SMD_STRUCTURE_ELEMENT_DEFINITION*& record) const {
   KelOperation operation(nullptr, "StdDictionaryInfo::getStructureDefinitionFromIndex", index);
   const std::int32_t result = findRecord(operation, typeMembers_, index, kIndexAtCountText, record);
-  if (result == kSuccess) count = runLength(typeMembers_, index, record->ParentTypeId);
+  if (result == kSuccess) count = countMembers(index, record->ParentTypeId);
   return result;
 }
 
@@ -123,7 +125,7 @@ std::int32_t StdDictionaryInfo::getStructureDefinition(
   if (member == nullptr) return operation.returns(kDefinitionNotFound);
   index = first;
   record = member;
-  count = runLength(typeMembers_, first, typeId);
+  count = countMembers(first, typeId);
   return operation.returns(kSuccess);
 }
 

@@ -1,5 +1,6 @@
-// Ids to rows: bisection over the sorted tables, and a tag through the members of its parent type.
-#include "cpi/dictinfo/stddi/stddictionaryinfo.h"
+// Ids to rows: what the inline look-ups leave over, bisection over tables without an index, and a
+// tag through the members of its parent type.
+#include "cpi/dictinfo/stddi/query/lookupindex.h"
 
 namespace cpi {
 
@@ -25,20 +26,23 @@ std::int32_t bisect(std::int32_t count, std::int32_t wanted, KeyOf keyOf) {
 
 }  // namespace
 
-std::int32_t StdDictionaryInfo::getTagDefIndex(std::int32_t tagId) const {
+std::int32_t StdDictionaryInfo::findTagId(std::int32_t tagId) const {
   KelOperation operation(nullptr, "StdDictionaryInfo::getTagDefIndex", tagId);
+  if (ids_.tags.isBuilt()) return operation.returns(rowOfTag(tagId));
   const auto keyOf = [this](std::int32_t row) { return tags_.row(row).Id; };
   return operation.returns(bisect(tags_.rowCount(), tagId, keyOf));
 }
 
-std::int32_t StdDictionaryInfo::getTypeDefIndex(std::int32_t typeId) const {
+std::int32_t StdDictionaryInfo::findTypeId(std::int32_t typeId) const {
   KelOperation operation(nullptr, "StdDictionaryInfo::getTypeDefIndex", typeId);
+  if (ids_.types.isBuilt()) return operation.returns(rowOfType(typeId));
   const auto keyOf = [this](std::int32_t row) { return types_.row(row).TypeId; };
   return operation.returns(bisect(types_.rowCount(), typeId, keyOf));
 }
 
-std::int32_t StdDictionaryInfo::getStructDefIndexFromMbrID(std::int32_t mbrId) const {
+std::int32_t StdDictionaryInfo::findMemberId(std::int32_t mbrId) const {
   KelOperation operation(nullptr, "StdDictionaryInfo::getStructDefIndexFromMbrID", mbrId);
+  if (ids_.members.isBuilt()) return operation.returns(rowOfMember(mbrId));
   const auto keyOf = [this](std::int32_t row) {
     return memberIdIndex_.row(row).MbrIDToTypeMbrIndexId;
   };
@@ -51,15 +55,26 @@ std::int32_t StdDictionaryInfo::getTagDefIndexUsingParentTypeDefIndex(std::int32
   KelOperation operation(nullptr, "StdDictionaryInfo::getTagDefIndexUsingParentTypeDefIndex",
                          typeIndex, tagId);
   const SMD_TYPE_DEFINITION* const type = types_.find(typeIndex);
-  std::int32_t row = type == nullptr ? kNone : type->ToTypeMbrIndex;
-  if (const auto* const first = typeMembers_.find(row); first != nullptr) {
-    for (const auto* member = first;
-         member != nullptr && member->ParentTypeId == first->ParentTypeId;
-         member = typeMembers_.find(++row)) {
-      if (member->ChildTagId == tagId) return operation.returns(member->toTagIndex);
+  const std::int32_t first = type == nullptr ? kNone : type->ToTypeMbrIndex;
+  const auto* const member = typeMembers_.find(findMemberOfTag(first, tagId));
+  return operation.returns(member == nullptr ? getTagDefIndex(tagId) : member->toTagIndex);
+}
+
+// The first row that carries the tag among those from `first` on with its parent type, or -1.
+std::int32_t StdDictionaryInfo::findMemberOfTag(std::int32_t first, std::int32_t tagId) const {
+  const auto* member = typeMembers_.find(first);
+  if (member == nullptr) return kNone;
+  const std::int32_t parentTypeId = member->ParentTypeId;
+  const LookupIndex* const derived = index();
+  for (std::int32_t row = first; member != nullptr && member->ParentTypeId == parentTypeId;
+       member = typeMembers_.find(++row)) {
+    if (member->ChildTagId == tagId) return row;
+    if (row - first == kNarrowRun && derived != nullptr &&
+        derived->definitions().isIndexedRun(first)) {
+      return derived->definitions().firstOfTag(first, tagId);
     }
   }
-  return operation.returns(getTagDefIndex(tagId));
+  return kNone;
 }
 
 std::int32_t StdDictionaryInfo::getStructDefIndexFromMbrID(std::int32_t mbrId,

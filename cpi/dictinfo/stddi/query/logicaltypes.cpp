@@ -1,5 +1,5 @@
 // Logical types, and readable texts for ids.
-#include "cpi/dictinfo/stddi/stddictionaryinfo.h"
+#include "cpi/dictinfo/stddi/query/lookupindex.h"
 
 namespace cpi {
 
@@ -23,6 +23,10 @@ LOGICAL_TYPE StdDictionaryInfo::getTypeValueLogicalType(std::int32_t typeIndex) 
 LOGICAL_TYPE StdDictionaryInfo::getTypeBaseLogicalType(std::int32_t typeIndex) const {
   const SMD_TYPE_DEFINITION* const type = types_.find(typeIndex);
   if (type == nullptr || type->BaseTypeId <= 0) return LOGICAL_TYPE{0};
+  if (ids_.types.isBuilt()) {  // ids that ascend have one row each, so that it is the first too
+    const SMD_TYPE_DEFINITION* const base = types_.find(rowOfType(type->BaseTypeId));
+    return static_cast<LOGICAL_TYPE>(base == nullptr ? 0 : base->LogicalType);
+  }
   for (std::int32_t row = 0; row < types_.rowCount(); ++row) {
     const SMD_TYPE_DEFINITION& base = types_.row(row);
     if (base.TypeId == type->BaseTypeId) return static_cast<LOGICAL_TYPE>(base.LogicalType);
@@ -32,6 +36,9 @@ LOGICAL_TYPE StdDictionaryInfo::getTypeBaseLogicalType(std::int32_t typeIndex) c
 
 std::int32_t StdDictionaryInfo::getTypeDefIndexFromLogicalType(LOGICAL_TYPE logicalType) const {
   if (logicalType < 1) return kNone;
+  if (const LookupIndex* const derived = index(); derived != nullptr) {
+    return derived->definitions().firstOfLogicalType(logicalType);
+  }
   for (std::int32_t row = 0; row < types_.rowCount(); ++row) {
     if (types_.row(row).LogicalType == logicalType) return row;
   }

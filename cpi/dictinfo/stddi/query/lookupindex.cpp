@@ -19,6 +19,11 @@ auto namesOf(const TableReference<Record>& table, NameOf nameOf) {
   };
 }
 
+template <class Record>
+auto idsOf(const TableReference<Record>& table, std::int32_t Record::*id) {
+  return [records = table.records(), id](std::int32_t row) { return records[row].*id; };
+}
+
 // The number of a row's namespace, equal for equal ones; an index that leads nowhere is in none.
 template <class Record, std::int32_t Record::*Member>
 auto spacesOf(const TableReference<Record>& table, const std::vector<std::int32_t>& numbers) {
@@ -48,7 +53,12 @@ LookupIndex::LookupIndex(const StdDictionaryInfo& dictionary)
     : LookupIndex(dictionary, numberSpaces(dictionary.namespaces())) {}
 
 LookupIndex::LookupIndex(const StdDictionaryInfo& dictionary, const SpaceNumbers& numbers)
-    : generation_(dictionary.tableGeneration()),
+    : tagIds_(dictionary.tags().rowCount(), idsOf(dictionary.tags(), &SMD_TAG_DEFINITION::Id)),
+      typeIds_(dictionary.types().rowCount(),
+               idsOf(dictionary.types(), &SMD_TYPE_DEFINITION::TypeId)),
+      memberIds_(dictionary.memberIdIndex().rowCount(),
+                 idsOf(dictionary.memberIdIndex(), &MemberIdRow::MbrIDToTypeMbrIndexId)),
+      definitions_(dictionary.typeMembers(), dictionary.types(), dictionary.pathBasedInfo()),
       spaces_(dictionary.namespaces()),
       tags_(dictionary.tags().strings(), NameIndex::Ending::Spaces, dictionary.tags().rowCount(),
             namesOf(dictionary.tags(), trimmedName),
@@ -60,6 +70,8 @@ LookupIndex::LookupIndex(const StdDictionaryInfo& dictionary, const SpaceNumbers
                                                                                  numbers)),
       elements_(dictionary.tags(), spaces_,
                 spacesOf<SMD_TAG_DEFINITION, &SMD_TAG_DEFINITION::namespaceIndex>(dictionary.tags(),
-                                                                                  numbers)) {}
+                                                                                  numbers)) {
+  if (elements_.isComplete()) members_.emplace(dictionary, elements_);
+}
 
 }  // namespace cpi

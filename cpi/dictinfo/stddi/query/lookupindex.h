@@ -7,10 +7,14 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string_view>
 #include <vector>
 
+#include "cpi/dictinfo/stddi/query/definitionindex.h"
 #include "cpi/dictinfo/stddi/query/elementnames.h"
+#include "cpi/dictinfo/stddi/query/idindex.h"
+#include "cpi/dictinfo/stddi/query/memberindex.h"
 #include "cpi/dictinfo/stddi/query/nameindex.h"
 #include "cpi/dictinfo/stddi/query/namespacetexts.h"
 #include "cpi/dictinfo/stddi/stddictionaryinfo.h"
@@ -37,8 +41,11 @@ class LookupIndex {
   LookupIndex(const LookupIndex&) = delete;
   LookupIndex& operator=(const LookupIndex&) = delete;
 
-  // Of the tables that were indexed.
-  std::uint64_t generation() const noexcept { return generation_; }
+  // Views, valid as long as this object.
+  const IdLookup& tagIds() const noexcept { return tagIds_.lookup(); }
+  const IdLookup& typeIds() const noexcept { return typeIds_.lookup(); }
+  const IdLookup& memberIds() const noexcept { return memberIds_.lookup(); }
+  const DefinitionIndex& definitions() const noexcept { return definitions_; }
   const NamespaceTexts& spaces() const noexcept { return spaces_; }
   // Each is null when its names were made to collide.
   const NameIndex* tags() const noexcept { return tags_.isComplete() ? &tags_ : nullptr; }
@@ -46,9 +53,15 @@ class LookupIndex {
   const ElementNames* elements() const noexcept {
     return elements_.isComplete() ? &elements_ : nullptr;
   }
+  // For moves; null without the elements.
+  const MemberIndex* members() const noexcept {
+    return members_.has_value() ? &*members_ : nullptr;
+  }
   // What the index occupies beside the tables.
   std::size_t bytes() const noexcept {
-    return sizeof *this + spaces_.bytes() + tags_.bytes() + types_.bytes() + elements_.bytes();
+    return sizeof *this + tagIds_.bytes() + typeIds_.bytes() + memberIds_.bytes() +
+           definitions_.bytes() + spaces_.bytes() + tags_.bytes() + types_.bytes() +
+           elements_.bytes() + (members_.has_value() ? members_->bytes() : 0);
   }
 
  private:
@@ -57,11 +70,15 @@ class LookupIndex {
   static SpaceNumbers numberSpaces(const TableReference<NamespaceRow>& table);
   LookupIndex(const StdDictionaryInfo& dictionary, const SpaceNumbers& numbers);
 
-  std::uint64_t generation_;
+  IdIndex tagIds_;
+  IdIndex typeIds_;
+  IdIndex memberIds_;
+  DefinitionIndex definitions_;
   NamespaceTexts spaces_;
   NameIndex tags_;
   NameIndex types_;
   ElementNames elements_;
+  std::optional<MemberIndex> members_;
 };
 
 }  // namespace cpi

@@ -1,5 +1,5 @@
 // Path-based properties: override rows, member paths, and a property from one or the other.
-#include "cpi/dictinfo/stddi/stddictionaryinfo.h"
+#include "cpi/dictinfo/stddi/query/lookupindex.h"
 
 namespace cpi {
 
@@ -23,6 +23,17 @@ std::int32_t readProperty(KelOperation& operation, const StdDictionaryInfo& dict
   return operation.returns(kSuccess);
 }
 
+DefinitionIndex::Overrides scanOverrides(const OverrideTable& table, std::int32_t msgId,
+                                         std::int32_t endFieldId) {
+  DefinitionIndex::Overrides matches;
+  for (std::int32_t index = 0; index < table.rowCount(); ++index) {
+    const SMD_PATH_BASED_DEFINITION& row = table.row(index);
+    if (row.MsgId != msgId || row.EndFieldId != endFieldId) continue;
+    if (matches.count++ == 0) matches.first = index;
+  }
+  return matches;
+}
+
 }  // namespace
 
 std::int32_t StdDictionaryInfo::getPathBasedInfo(std::int32_t msgId, std::int32_t endFieldId,
@@ -31,22 +42,23 @@ std::int32_t StdDictionaryInfo::getPathBasedInfo(std::int32_t msgId, std::int32_
                                                  std::int32_t& firstIndex) const {
   KelOperation operation(nullptr, "StdDictionaryInfo::getPathBasedInfo", msgId, endFieldId);
   const std::int32_t rowCount = pathBasedInfo_.rowCount();
-  std::int32_t matches = 0;
-  for (std::int32_t index = 0; index < rowCount; ++index) {
-    const SMD_PATH_BASED_DEFINITION& row = pathBasedInfo_.row(index);
-    if (row.MsgId != msgId || row.EndFieldId != endFieldId) continue;
-    if (matches++ == 0) {
-      firstIndex = index;
-      first = &row;
-    }
+  const LookupIndex* const derived = index();
+  const DefinitionIndex::Overrides matches =
+      derived != nullptr && derived->definitions().hasOverrides()
+          ? derived->definitions().overridesOf(msgId, endFieldId)
+          : scanOverrides(pathBasedInfo_, msgId, endFieldId);
+  if (matches.count > 0) {
+    firstIndex = matches.first;
+    first = &pathBasedInfo_.row(firstIndex);
   }
   count = 0;
   // Without a match the caller's own index decides which of the two failures is told.
   if (firstIndex < 0 || firstIndex > rowCount) {
     return operation.fails("Definiton not found (bad index)", kDefinitionNotFound);
   }
-  if (matches < 1) return operation.fails("Definiton not found (bad count)", kDefinitionNotFound);
-  count = matches;
+  if (matches.count < 1)
+    return operation.fails("Definiton not found (bad count)", kDefinitionNotFound);
+  count = matches.count;
   return operation.returns(kSuccess);
 }
 

@@ -1,0 +1,122 @@
+#include "cpi/dictinfo/stddi/query/definitionindex.h"
+
+#include <algorithm>
+#include <map>
+
+namespace cpi {
+
+namespace {
+
+using Entry = KeyIndex::Entry;
+
+std::uint64_t keyOf(std::int32_t a, std::int32_t b) noexcept {
+  return std::uint64_t{static_cast<std::uint32_t>(a)} << 32 | static_cast<std::uint32_t>(b);
+}
+
+// Leaves the first entry of each key.
+void sortFirsts(std::vector<Entry>& entries) {
+  std::ranges::sort(entries, {},
+                    [](const Entry& entry) { return std::pair(entry.key, entry.row); });
+  const auto rest = std::ranges::unique(entries, {}, &Entry::key);
+  entries.erase(rest.begin(), rest.end());
+}
+
+}  // namespace
+
+DefinitionIndex::DefinitionIndex(const MemberTable& members, const TypeTable& types,
+                                 const OverrideTable& overrides)
+    : members_(members), overrides_(overrides) {
+  findRuns();
+  indexWideRuns();
+  indexLogicalTypes(types);
+  indexOverrides();
+}
+
+void DefinitionIndex::findRuns() {
+  const auto* const rows = members_.records();
+  for (std::int32_t row = 0; row < members_.rowCount(); ++row) {
+    if (row == 0 || rows[row].ParentTypeId != rows[row - 1].ParentTypeId) runStarts_.push_back(row);
+  }
+  runStarts_.push_back(members_.rowCount());
+  runStarts_.shrink_to_fit();
+}
+
+void DefinitionIndex::indexWideRuns() {
+  std::vector<Entry> entries;
+  for (std::size_t run = 0; run + 1 < runStarts_.size(); ++run) {
+    const std::int32_t first = runStarts_[run];
+    if (runStarts_[run + 1] - first <= kNarrowRun) continue;
+    for (std::int32_t row = first; row < runStarts_[run + 1]; ++row) {
+      entries.push_back({keyOf(first, members_.records()[row].ChildTagId), row});
+    }
+  }
+  sortFirsts(entries);
+  tagsOfRuns_ = KeyIndex(entries);
+}
+
+void DefinitionIndex::indexLogicalTypes(const TypeTable& types) {
+  std::map<std::int32_t, std::int32_t> firstRows;
+  for (std::int32_t row = 0; row < types.rowCount(); ++row) {
+    firstRows.emplace(types.records()[row].LogicalType, row);
+  }
+  logicalTypes_.assign(firstRows.begin(), firstRows.end());
+}
+
+void DefinitionIndex::indexOverrides() {
+  const auto keyOfRow = [&](std::int32_t row) {
+    const SMD_PATH_BASED_DEFINITION& record = overrides_.records()[row];
+    return keyOf(record.MsgId, record.EndFieldId);
+  };
+  std::vector<Entry> entries;
+  for (std::int32_t row = 0; row < overrides_.rowCount(); ++row) {
+    entries.push_back({keyOfRow(row), row});
+  }
+  sortFirsts(entries);
+  overrideKeys_ = KeyIndex(entries);
+  if (!hasOverrides()) return;
+  overrideCounts_.assign(static_cast<std::size_t>(overrides_.rowCount()), 0);
+  for (std::int32_t row = 0; row < overrides_.rowCount(); ++row) {
+    ++overrideCounts_[static_cast<std::size_t>(overrideKeys_.hash().candidate(keyOfRow(row)))];
+  }
+}
+
+std::int32_t DefinitionIndex::runEnd(std::int32_t row) const noexcept {
+  const auto* const first = members_.records() + row;
+  const std::int32_t near = std::min(kNarrowRun, members_.rowCount() - row);
+  for (std::int32_t i = 1; i < near; ++i) {
+    if (first[i].ParentTypeId != first->ParentTypeId) return row + i;
+  }
+  return *std::ranges::upper_bound(runStarts_, row);
+}
+
+bool DefinitionIndex::isIndexedRun(std::int32_t first) const noexcept {
+  return tagsOfRuns_.isBuilt() && std::ranges::binary_search(runStarts_, first);
+}
+
+std::int32_t DefinitionIndex::firstOfTag(std::int32_t first, std::int32_t tagId) const noexcept {
+  const std::int32_t row = tagsOfRuns_.hash().candidate(keyOf(first, tagId));
+  const bool isInRun = row >= first && row < runEnd(first);
+  return isInRun && members_.records()[row].ChildTagId == tagId ? row : kNone;
+}
+
+std::int32_t DefinitionIndex::firstOfLogicalType(std::int32_t logicalType) const noexcept {
+  const auto found = std::ranges::lower_bound(logicalTypes_, logicalType, {},
+                                              [](const auto& pair) { return pair.first; });
+  return found != logicalTypes_.end() && found->first == logicalType ? found->second : kNone;
+}
+
+DefinitionIndex::Overrides DefinitionIndex::overridesOf(std::int32_t msgId,
+                                                        std::int32_t endFieldId) const noexcept {
+  const std::int32_t row = overrideKeys_.hash().candidate(keyOf(msgId, endFieldId));
+  const SMD_PATH_BASED_DEFINITION& record = overrides_.records()[row];
+  if (record.MsgId != msgId || record.EndFieldId != endFieldId) return {};
+  return {row, overrideCounts_[static_cast<std::size_t>(row)]};
+}
+
+std::size_t DefinitionIndex::bytes() const noexcept {
+  return runStarts_.size() * sizeof(std::int32_t) + tagsOfRuns_.bytes() +
+         logicalTypes_.size() * sizeof(logicalTypes_[0]) + overrideKeys_.bytes() +
+         overrideCounts_.size() * sizeof(std::int32_t);
+}
+
+}  // namespace cpi

@@ -1,0 +1,71 @@
+// DefinitionIndex: runs of members, tags of wide types, logical types and override rows without a
+// scan.
+//
+// Thread rule: never changes once built, safe to share.
+#ifndef CPI_DICTINFO_STDDI_QUERY_DEFINITIONINDEX_H
+#define CPI_DICTINFO_STDDI_QUERY_DEFINITIONINDEX_H
+
+#include <cstddef>
+#include <cstdint>
+#include <utility>
+#include <vector>
+
+#include "cpi/dictinfo/stddi/query/idindex.h"
+#include "cpi/dictinfo/stddi/tablereference.h"
+
+namespace cpi {
+
+using MemberTable = TableReference<SMD_STRUCTURE_ELEMENT_DEFINITION>;
+using TypeTable = TableReference<SMD_TYPE_DEFINITION>;
+using OverrideTable = TableReference<SMD_PATH_BASED_DEFINITION>;
+
+// Runs up to this length are told faster by looking at their members.
+inline constexpr std::int32_t kNarrowRun = 8;
+
+class DefinitionIndex {
+ public:
+  // Throws std::bad_alloc. The tables are shared by whoever shares the index.
+  DefinitionIndex(const MemberTable& members, const TypeTable& types,
+                  const OverrideTable& overrides);
+  DefinitionIndex(const DefinitionIndex&) = delete;
+  DefinitionIndex& operator=(const DefinitionIndex&) = delete;
+
+  // The first row behind the members that stand together with that of `row`, a row of the table,
+  // and share its parent type.
+  std::int32_t runEnd(std::int32_t row) const noexcept;
+  // Whether firstOfTag answers for the members from `first` on, which are more than kNarrowRun.
+  bool isIndexedRun(std::int32_t first) const noexcept;
+  // The first member of the run from `first` on that carries the tag, or -1.
+  std::int32_t firstOfTag(std::int32_t first, std::int32_t tagId) const noexcept;
+  // The first Types row of a logical type, or -1.
+  std::int32_t firstOfLogicalType(std::int32_t logicalType) const noexcept;
+
+  struct Overrides {
+    std::int32_t first = kNone;
+    std::int32_t count = 0;
+  };
+  // Whether overridesOf answers.
+  bool hasOverrides() const noexcept { return overrideKeys_.isBuilt(); }
+  Overrides overridesOf(std::int32_t msgId, std::int32_t endFieldId) const noexcept;
+
+  // What the index occupies beside the tables.
+  std::size_t bytes() const noexcept;
+
+ private:
+  void findRuns();
+  void indexWideRuns();
+  void indexLogicalTypes(const TypeTable& types);
+  void indexOverrides();
+
+  MemberTable members_;
+  OverrideTable overrides_;
+  std::vector<std::int32_t> runStarts_;  // ascending, with one behind the last row
+  KeyIndex tagsOfRuns_;                  // start of a wide run, and tag id
+  std::vector<std::pair<std::int32_t, std::int32_t>> logicalTypes_;  // ascending, and first rows
+  KeyIndex overrideKeys_;
+  std::vector<std::int32_t> overrideCounts_;  // at the first row of each key
+};
+
+}  // namespace cpi
+
+#endif  // CPI_DICTINFO_STDDI_QUERY_DEFINITIONINDEX_H

@@ -1,0 +1,101 @@
+#include "cpi/dictinfo/stddi/query/idindex.h"
+
+#include <algorithm>
+#include <bit>
+#include <numeric>
+#include <span>
+
+namespace cpi {
+
+namespace {
+
+constexpr std::size_t kKeysPerGroup = 4;
+// More keys than chance puts into one group; such keys were chosen, and are left to a search.
+constexpr std::size_t kMaximumGroup = 64;
+constexpr std::uint32_t kFactorEnd = 1 << 16;
+
+using Entry = KeyIndex::Entry;
+
+std::uint64_t spreadOf(const Entry& entry) noexcept { return entry.key * KeyHash::kSpread; }
+
+std::uint32_t shiftFor(std::size_t places) noexcept {
+  return 64 - static_cast<std::uint32_t>(std::countr_zero(places));
+}
+
+// The entries by group, and the groups by size.
+class Groups {
+ public:
+  Groups(const std::vector<Entry>& entries, std::size_t count, std::uint32_t shift)
+      : starts_(count + 1), order_(entries.size()) {
+    for (const Entry& entry : entries) ++starts_[spreadOf(entry) >> shift];
+    largest_ = *std::ranges::max_element(starts_);
+    std::partial_sum(starts_.begin(), starts_.end(), starts_.begin());
+    // Filled from its end, each group has its start in the end.
+    for (std::size_t i = entries.size(); i-- > 0;) {
+      order_[--starts_[spreadOf(entries[i]) >> shift]] = entries[i];
+    }
+  }
+
+  std::size_t largest() const noexcept { return largest_; }
+  std::size_t count() const noexcept { return starts_.size() - 1; }
+  std::span<const Entry> group(std::size_t number) const noexcept {
+    return std::span(order_).subspan(starts_[number], starts_[number + 1] - starts_[number]);
+  }
+
+ private:
+  std::vector<std::uint32_t> starts_;
+  std::vector<Entry> order_;
+  std::size_t largest_ = 0;
+};
+
+}  // namespace
+
+KeyIndex::KeyIndex(const std::vector<Entry>& entries) {
+  if (entries.empty()) return;
+  // At least two of each, for a shift by 64 bits is none.
+  factors_.assign(std::bit_ceil(std::max(entries.size() / kKeysPerGroup, std::size_t{2})), 0);
+  rows_.assign(std::bit_ceil(entries.size() + entries.size() / 4 + 1), kNone);
+  hash_ = {factors_.data(), rows_.data(), shiftFor(factors_.size()), shiftFor(rows_.size())};
+  if (place(entries)) {
+    std::ranges::replace(rows_, kNone, entries.front().row);
+  } else {
+    *this = KeyIndex();
+  }
+}
+
+// Large groups first, while there is room.
+bool KeyIndex::place(const std::vector<Entry>& entries) {
+  const Groups groups(entries, factors_.size(), hash_.groupShift);
+  if (groups.largest() > kMaximumGroup) return false;
+  std::vector<std::vector<std::uint32_t>> groupsOfSize(groups.largest() + 1);
+  for (std::uint32_t group = 0; group < groups.count(); ++group) {
+    groupsOfSize[groups.group(group).size()].push_back(group);
+  }
+  // Chance needs a few tries a group; keys that were chosen must not take forever.
+  std::int64_t tries = 1000 + 32 * static_cast<std::int64_t>(entries.size());
+  for (std::size_t size = groups.largest(); size > 0; --size) {
+    for (const std::uint32_t group : groupsOfSize[size]) {
+      factors_[group] = placeGroup(groups.group(group), tries);
+      if (factors_[group] == 0) return false;
+    }
+  }
+  return true;
+}
+
+// Gives each entry of a group the slot to which the factor found sends it; 0 when there is none.
+std::uint16_t KeyIndex::placeGroup(std::span<const Entry> group, std::int64_t& tries) {
+  for (std::uint32_t factor = 1; factor < kFactorEnd && tries > 0; factor += 2, --tries) {
+    const auto slotOf = [&](const Entry& entry) -> std::int32_t& {
+      return rows_[(spreadOf(entry) * factor) >> hash_.slotShift];
+    };
+    std::size_t placed = 0;
+    for (; placed < group.size() && slotOf(group[placed]) == kNone; ++placed) {
+      slotOf(group[placed]) = group[placed].row;
+    }
+    if (placed == group.size()) return static_cast<std::uint16_t>(factor);
+    for (const Entry& entry : group.first(placed)) slotOf(entry) = kNone;
+  }
+  return 0;
+}
+
+}  // namespace cpi

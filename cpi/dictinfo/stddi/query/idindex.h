@@ -1,0 +1,98 @@
+// IdIndex and KeyIndex: the arrays behind look-ups by id and by pairs of ids.
+//
+// Thread rule: never change once built, safe to share.
+#ifndef CPI_DICTINFO_STDDI_QUERY_IDINDEX_H
+#define CPI_DICTINFO_STDDI_QUERY_IDINDEX_H
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <vector>
+
+#include "cpi/dictinfo/stddi/idlookup.h"
+
+namespace cpi {
+
+// A perfect hash: keys to rows.
+class KeyIndex {
+ public:
+  struct Entry {
+    std::uint64_t key;
+    std::int32_t row;
+  };
+
+  KeyIndex() = default;
+  // Indexes entries of distinct keys. Throws std::bad_alloc. Without entries, and for keys that
+  // were chosen to collide, isBuilt is false.
+  explicit KeyIndex(const std::vector<Entry>& entries);
+  KeyIndex(KeyIndex&&) noexcept = default;
+  KeyIndex& operator=(KeyIndex&&) noexcept = default;
+
+  bool isBuilt() const noexcept { return !rows_.empty(); }
+  // Valid as long as this object.
+  const KeyHash& hash() const noexcept { return hash_; }
+  std::size_t bytes() const noexcept {
+    return rows_.size() * sizeof(std::int32_t) + factors_.size() * sizeof(std::uint16_t);
+  }
+
+ private:
+  bool place(const std::vector<Entry>& entries);
+  std::uint16_t placeGroup(std::span<const Entry> group, std::int64_t& tries);
+
+  std::vector<std::uint16_t> factors_;
+  std::vector<std::int32_t> rows_;
+  KeyHash hash_;
+};
+
+// Where the ids of a strictly ascending column are. Columns in any other order are not indexed:
+// which of several rows of an id a bisection reaches is for the bisection to say.
+class IdIndex {
+ public:
+  // `idOf(row)` is the id of each of `rowCount` rows. Throws std::bad_alloc.
+  template <class IdOf>
+  IdIndex(std::int32_t rowCount, IdOf idOf);
+  IdIndex(const IdIndex&) = delete;
+  IdIndex& operator=(const IdIndex&) = delete;
+
+  // Valid as long as this object; not built when the column is not indexed.
+  const IdLookup& lookup() const noexcept { return lookup_; }
+  std::size_t bytes() const noexcept { return rows_.size() * sizeof(std::int32_t) + keys_.bytes(); }
+
+ private:
+  // A dense array costs as much as a sparse index, at most, up to two places an id.
+  static constexpr std::int64_t kPlacesPerId = 2;
+
+  IdLookup lookup_;
+  std::vector<std::int32_t> rows_;
+  KeyIndex keys_;
+};
+
+template <class IdOf>
+IdIndex::IdIndex(std::int32_t rowCount, IdOf idOf) {
+  for (std::int32_t row = 1; row < rowCount; ++row) {
+    if (idOf(row) <= idOf(row - 1)) return;
+  }
+  const std::int32_t low = rowCount == 0 ? 0 : idOf(0);
+  const std::int64_t places = rowCount == 0 ? 0 : std::int64_t{idOf(rowCount - 1)} - low + 1;
+  if (places == rowCount) {
+    lookup_ = IdLookup::consecutive(low, static_cast<std::uint32_t>(rowCount));
+  } else if (places <= kPlacesPerId * rowCount) {
+    rows_.assign(static_cast<std::size_t>(places), kNone);
+    for (std::int32_t row = 0; row < rowCount; ++row) {
+      rows_[static_cast<std::size_t>(std::int64_t{idOf(row)} - low)] = row;
+    }
+    lookup_ = IdLookup::dense(low, static_cast<std::uint32_t>(places), rows_.data());
+  } else {
+    std::vector<KeyIndex::Entry> entries;
+    entries.reserve(static_cast<std::size_t>(rowCount));
+    for (std::int32_t row = 0; row < rowCount; ++row) {
+      entries.push_back({static_cast<std::uint32_t>(idOf(row)), row});
+    }
+    keys_ = KeyIndex(entries);
+    if (keys_.isBuilt()) lookup_ = IdLookup::sparse(keys_.hash());
+  }
+}
+
+}  // namespace cpi
+
+#endif  // CPI_DICTINFO_STDDI_QUERY_IDINDEX_H
