@@ -25,6 +25,19 @@
 // Members
 //   a group               no tag (ChildTagId 0, toTagIndex -1), class 'S', a type of LogicalType 0
 //   a wildcard            no tag, class 'F', the wildcard's type
+//
+// A dictionary of FIX messages is known by a wire format whose FormatName is "FIX"; FormatId is
+// what stands in a message's first field. The reasons are in docs/fix-mapping.md.
+//   a field               a tag of class 'F' whose Id is the field's number; its type bears the
+//                         name of the value type ("PRICE", "UTCTIMESTAMP"). The role of a value
+//                         in its value set is the Values row of its description, or -1.
+//   a message             a tag behind all fields whose default value is the MsgType, with the
+//                         plain name, or "<MsgType>^name" where a field has that name. Its type is
+//                         a sequence: "StandardHeader", a group without tag of the body's fields in
+//                         any order, "StandardTrailer".
+//   a repeating group     the member of its count field and, in the row behind it, that of the tag
+//                         "g<n>^<count field>.group", of which each instance is one occurrence.
+//                         The first member of the tag's type begins an instance.
 #ifndef CPI_EXTRACT_MODELCONVENTIONS_H
 #define CPI_EXTRACT_MODELCONVENTIONS_H
 
@@ -54,12 +67,24 @@ inline constexpr std::int32_t kNoText = 0;
 
 inline constexpr std::u16string_view kSchemaNamespace = u"http://www.w3.org/2001/XMLSchema";
 
-// The text of the tag that stands for a named type.
-inline std::u16string typeTagText(std::int32_t typeId) {
-  std::u16string text = u"type";
-  for (const char digit : std::to_string(typeId)) text += static_cast<char16_t>(digit);
+inline constexpr std::u16string_view kFixWireFormat = u"FIX";
+inline constexpr std::u16string_view kFixHeader = u"StandardHeader";
+inline constexpr std::u16string_view kFixTrailer = u"StandardTrailer";
+inline constexpr std::u16string_view kFixBodyMark = u"^body";  // behind a message's name: its type
+
+inline std::u16string numberedText(std::u16string_view prefix, std::int32_t number) {
+  std::u16string text(prefix);
+  for (const char digit : std::to_string(number)) text += static_cast<char16_t>(digit);
   return text + kNameMark;
 }
+
+// The text of the tag of a repeating group's instances.
+inline std::u16string fixGroupText(std::int32_t number, const std::u16string& countField) {
+  return numberedText(u"g", number) + countField + u".group";
+}
+
+// The text of the tag that stands for a named type.
+inline std::u16string typeTagText(std::int32_t typeId) { return numberedText(u"type", typeId); }
 
 }  // namespace cpi
 

@@ -94,6 +94,18 @@ check walk-not-a-dictionary walk $sample/order.xml $sample/order.xml
 expect "a full disk is noticed" bash -c '! "$1" walk "$2" "$3" >/dev/full 2>&1' - "$tool" \
   "$dictionary" $sample/order.xml
 
+# FIX messages: those of the example, and one for each fault that they may have.
+parcels=$work/parcels.json
+check compile-fix compile examples/fix/parcels.xml -o "$parcels"
+check walk-fix walk "$parcels" examples/fix/parcels.log
+check walk-fix-check walk "$parcels" examples/fix/parcels.log --check
+check walk-fix-faulty walk "$parcels" tests/tool/data/parcels-faulty.log --check
+head -n 6 tests/tool/data/parcels-faulty.log | tail -n 1 >"$work/count.log"
+check walk-fix-faulty-json walk "$parcels" "$work/count.log" --check --jsonl
+sed '/<components>/,$d' examples/fix/parcels.xml >"$work/cut.xml"
+echo ' <fields/></fix>' >>"$work/cut.xml"
+check compile-fix-undefined compile "$work/cut.xml" -o "$work/bad.json"
+
 # Questions about a dictionary: the compiled sample, and a hand-written one with messages, roles of
 # values, overrides and a text that would steer a terminal.
 bank=tests/tool/data/bank.json

@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "cpi/compile/fixcompiler.h"
 #include "cpi/compile/xsdcompiler.h"
 #include "cpi/dictinfo/stddi/stddictionaryinfo.h"
 #include "cpi/extract/dictionarytables.h"
@@ -40,14 +41,26 @@ void warn(const cpi::Notice& notice) {
   spdlog::warn("{}{}{}", place, notice.text, times);
 }
 
-// The report is worth as much when the compiler gives up.
-cpi::DictionaryTables compile(const Options& options) {
-  cpi::XsdReport report;
-  const auto warnAll = [](const cpi::XsdReport* all) {
+// The notices are worth as much when the compiler gives up.
+template <class Report, class Compiler>
+cpi::DictionaryTables compileWith(const Compiler& compiler) {
+  Report report;
+  const auto warnAll = [](const Report* all) {
     for (const cpi::Notice& notice : all->notices) warn(notice);
   };
-  const std::unique_ptr<const cpi::XsdReport, decltype(warnAll)> atExit(&report, warnAll);
-  return cpi::compileXsd(options.schemas, options.xsd, report);
+  const std::unique_ptr<const Report, decltype(warnAll)> atExit(&report, warnAll);
+  return compiler(report);
+}
+
+cpi::DictionaryTables compile(const Options& options) {
+  if (cpi::isFixDictionary(options.schemas.front())) {
+    return compileWith<cpi::FixReport>([&options](cpi::FixReport& report) {
+      return cpi::compileFix(options.schemas, {options.xsd.name}, report);
+    });
+  }
+  return compileWith<cpi::XsdReport>([&options](cpi::XsdReport& report) {
+    return cpi::compileXsd(options.schemas, options.xsd, report);
+  });
 }
 
 void run(const Options& options) {

@@ -6,6 +6,7 @@
 #include <thread>
 #include <vector>
 
+#include "cpi/walk/fixwalker.h"
 #include "cpi/walk/walkmodel.h"
 #include "cpi/walk/xmlwalker.h"
 #include "tools/stddict/terminal.h"
@@ -53,17 +54,24 @@ ReportForm formOf(const Options& options) {
   return options.isJson ? ReportForm::Json : ReportForm::Text;
 }
 
-// Walks messages in the form that the dictionary is for.
-MakeWalk makeXmlWalk(const cpi::StdDictionaryInfo& dictionary, bool isChecking) {
-  const auto model = std::make_shared<const cpi::WalkModel>(dictionary);
+template <class Model, class Walker>
+MakeWalk makeWalkWith(const cpi::StdDictionaryInfo& dictionary, bool isChecking) {
+  const auto model = std::make_shared<const Model>(dictionary);
   return [model, isChecking]() -> WalkMessage {
     const auto walker =
-        std::make_shared<cpi::XmlWalker>(*model, cpi::WalkOptions{.isChecking = isChecking});
+        std::make_shared<Walker>(*model, cpi::WalkOptions{.isChecking = isChecking});
     return [model, walker](const Message& message, cpi::WalkVisitor* visitor) {
       return message.isFile ? walker->walkFile(message.name, visitor)
                             : walker->walkText(message.bytes, message.name, visitor);
     };
   };
+}
+
+// Walks messages in the form that the dictionary is for.
+MakeWalk makeWalk(const cpi::StdDictionaryInfo& dictionary, bool isChecking) {
+  return cpi::FixModel::isFix(dictionary)
+             ? makeWalkWith<cpi::FixModel, cpi::FixWalker>(dictionary, isChecking)
+             : makeWalkWith<cpi::WalkModel, cpi::XmlWalker>(dictionary, isChecking);
 }
 
 // A list of elements is written while the message is read, so one thread has to do it.
@@ -79,7 +87,7 @@ int run(Options options) {
   options.bulk.jobs = jobsOf(options);
   const auto dictionary = openDictionary(options.dictionary);
   MessageSource source(options.messages, options.source);
-  return walkAll(source, makeXmlWalk(*dictionary, options.report.isChecking), options.report,
+  return walkAll(source, makeWalk(*dictionary, options.report.isChecking), options.report,
                  options.bulk, *dictionary);
 }
 

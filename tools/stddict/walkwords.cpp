@@ -66,6 +66,9 @@ constexpr std::string_view kReasons[] = {
     "not-nillable",
     "nil-with-content",
     "wrong-count",
+    "no-value",
+    "wrong-check-sum",
+    "not-a-field",
 };
 static_assert(std::size(kReasons) == cpi::kReasonCount);
 
@@ -129,6 +132,7 @@ std::string elementSentence(const Finding& finding) {
     case Reason::InNil: return "may not stand in an element that is nil";
     case Reason::NotDeclared:
       return "the wildcard here demands a global element, and the model has none of this name";
+    case Reason::NotAField: return "is no field: a tag number with '=' and a value must stand here";
     default: return "may not stand here";
   }
 }
@@ -146,6 +150,9 @@ std::string valueSentence(const Finding& finding) {
     case Reason::WrongForm: return "wrong value " + value + ": not of the form of its type";
     case Reason::WrongCount:
       return "wrong count " + value + fmt::format(": what follows are {}", finding.atLeast);
+    case Reason::NoValue: return "has no value";
+    case Reason::WrongCheckSum:
+      return "wrong check sum " + value + fmt::format(": must be {:03}", finding.atLeast);
     case Reason::MissingAttribute: return "the attribute must be there";
     case Reason::UnknownAttribute: return "the model has no such attribute here";
     default: return "wrong value " + value;
