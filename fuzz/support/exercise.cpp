@@ -17,7 +17,7 @@ namespace cpi::fuzz {
 namespace {
 
 // A table of a fuzzed dictionary may have very many rows.
-constexpr std::int32_t kRowsAsked = 40;
+constexpr std::int32_t kRowsAsked = 12;
 
 // What a fuzzed text may hold is units, a terminator, nothing more: reading it is the test.
 std::size_t readText(const unsigned short* text) { return textLength(text); }

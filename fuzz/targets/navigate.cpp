@@ -128,7 +128,7 @@ void list(const Iterator& at, ByteReader& bytes) {
   for (const auto& place : expectation.owed) checkPlace(*at.getDictionaryInfo(), place);
 }
 
-void moveAndCheck(Iterator& at, ByteReader& bytes) {
+bool moveAndCheck(Iterator& at, ByteReader& bytes) {
   const Iterator before(at);
   bool hasMoved = false;
   try {
@@ -138,36 +138,103 @@ void moveAndCheck(Iterator& at, ByteReader& bytes) {
     throw;
   }
   require(hasMoved || isSamePlace(at, before), "a move that failed changed the position");
+  return hasMoved;
 }
 
-void operate(Iterator& at, std::optional<Iterator>& kept, ByteReader& bytes) {
-  switch (bytes.below(12)) {
-    case 0: at.moveToParent(); break;
-    case 1: ask(at); break;
-    case 2: list(at, bytes); break;
-    case 3: kept.emplace(at); break;
-    case 4:
-      if (kept) at = *kept;
-      break;
-    case 5: at.setContextFromTag(bytes.index(9)); break;
-    case 6: at.setContextFromMbrId(bytes.index(17)); break;
-    default: moveAndCheck(at, bytes); break;
+// An iterator, and a copy of it from earlier.
+struct Walker {
+  explicit Walker(const StdDictionaryInfo& dictionary) : at(nullptr, &dictionary, 0) {}
+
+  // Runs the operation that comes next; whether it said yes.
+  bool operate(ByteReader& bytes) {
+    switch (bytes.below(12)) {
+      case 0: return at.moveToParent();
+      case 1: ask(at); return true;
+      case 2: list(at, bytes); return true;
+      case 3: kept.emplace(at); return true;
+      case 4:
+        if (kept) at = *kept;
+        return true;
+      case 5: at.setContextFromTag(bytes.index(9)); return true;
+      case 6: at.setContextFromMbrId(bytes.index(17)); return true;
+      default: return moveAndCheck(at, bytes);
+    }
+  }
+
+  Iterator at;
+  std::optional<Iterator> kept;
+};
+
+enum class Outcome { No, Yes, Threw };
+
+Outcome run(Walker& walker, ByteReader& bytes) {
+  try {
+    return walker.operate(bytes) ? Outcome::Yes : Outcome::No;
+  } catch (const KelParserException&) {
+    return Outcome::Threw;
   }
 }
 
-void navigate(const StdDictionaryInfo& dictionary, ByteReader& bytes) {
-  Iterator at(nullptr, &dictionary, 0);
-  std::optional<Iterator> kept;
+// What the index tells at once must be what a search comes to: `plain` has the same tables, and no
+// index.
+void navigate(const StdDictionaryInfo& dictionary, const StdDictionaryInfo& plain,
+              ByteReader& bytes) {
+  Walker quick(dictionary);
+  Walker slow(plain);
   int errors = 0;
   for (int i = 0; i < kMostOperations && !bytes.isAtEnd() && errors < kMostErrors; ++i) {
-    try {
-      operate(at, kept, bytes);
-    } catch (const KelParserException&) {
-      ++errors;
-    }
-    at.checkStack();
+    ByteReader again = bytes;
+    const Outcome outcome = run(quick, bytes);
+    require(run(slow, again) == outcome, "the index changes an outcome");
+    require(isSamePlace(quick.at, slow.at), "the index changes a position");
+    quick.at.checkStack();
+    errors += outcome == Outcome::Threw ? 1 : 0;
   }
 }
+
+void compareLookups(const StdDictionaryInfo& a, const StdDictionaryInfo& b) {
+  const auto same = [&](auto ask) { require(ask(a) == ask(b), "the index changes an answer"); };
+  for (std::int32_t id = -3; id < 20; ++id) {
+    same([&](const auto& in) { return in.getTagDefIndex(id); });
+    same([&](const auto& in) { return in.getTypeDefIndex(id); });
+    same([&](const auto& in) { return in.getStructDefIndexFromMbrID(id); });
+    same([&](const auto& in) {
+      return in.getTypeDefIndexFromLogicalType(static_cast<LOGICAL_TYPE>(id));
+    });
+    for (std::int32_t other = -2; other < 9; ++other) {
+      same([&](const auto& in) { return in.getTagDefIndexUsingParentTypeDefIndex(other, id); });
+    }
+  }
+  for (const char16_t* const name : {u"a", u"b", u"c", u"a^b", u"^a", u"12", u""}) {
+    for (const char16_t* const uri : {u"", u"a", u"urn:x", u"zed"}) {
+      const KelStringBase space(uri);
+      std::int32_t id = 0;
+      for (const bool any : {false, true}) {
+        same([&](const auto& in) { return in.getTagDefIndexFromName(name, space, any); });
+        same([&](const auto& in) { return in.getTypeIdForTypeText(name, space, id, any); });
+      }
+    }
+  }
+}
+
+// Passes all events on but the end of the load, which would make the index.
+class Unfinished : public FIHandler {
+ public:
+  explicit Unfinished(FIHandler& next) : next_(next) {}
+  using FIHandler::endElement;
+  using FIHandler::startElement;
+  void startMessage(WorkerInfoPtr worker) override { next_.startMessage(worker); }
+  void endMessage(WorkerInfoPtr) override {}
+  void startElement(std::int32_t id, unsigned short kind, WorkerInfoPtr worker, std::int32_t index,
+                    std::int32_t extra) override {
+    next_.startElement(id, kind, worker, index, extra);
+  }
+  void endElement(std::int32_t id, WorkerInfoPtr worker) override { next_.endElement(id, worker); }
+  void data(const PWFData& value, WorkerInfoPtr worker) override { next_.data(value, worker); }
+
+ private:
+  FIHandler& next_;
+};
 
 void walk(const StdDictionaryInfo& dictionary, ByteReader& bytes) {
   const WalkModel model(dictionary);
@@ -192,8 +259,9 @@ void walk(const StdDictionaryInfo& dictionary, ByteReader& bytes) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   ByteReader bytes(data, size);
   const bool isWalk = bytes.flag();
+  const DictionaryTables tables = randomTables(bytes);
   StdDictionaryInfo dictionary(0);
-  feed(randomTables(bytes), dictionary);
+  feed(tables, dictionary);
   if (isWalk) {
     try {
       walk(dictionary, bytes);
@@ -201,7 +269,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     }
     return 0;
   }
-  navigate(dictionary, bytes);
+  StdDictionaryInfo plain(0);
+  Unfinished load(plain);
+  feed(tables, load);
+  require(plain.index() == nullptr, "a load that goes on has an index");
+  navigate(dictionary, plain, bytes);
+  compareLookups(dictionary, plain);
   askEverything(dictionary);
   roundTrip(dictionary);
   return 0;
