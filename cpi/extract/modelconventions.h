@@ -39,7 +39,8 @@
 //   Types, "Control"      "abstract", "block-extension", "block-restriction", as above
 //   Types, "Derivation"   "extension <TypeId>" or "restriction <TypeId>" of the type from which
 //                         this one is derived, 0 for xs:anyType and xs:anySimpleType;
-//                         "list <TypeId>" of its items; "union <TypeId> <TypeId> ..." of its members. Every row of a
+//                         "list <TypeId>" of its items; "union <TypeId> <TypeId> ..." of its
+//                         members. Every row of a
 //                         schema type has it. BaseTypeId is narrower: the nearest named base with
 //                         values of the same kind.
 //   Types, "Facets"       of a type with values: what else restricts them, the inherited facets
