@@ -115,7 +115,7 @@ def natural(item):
 def workload_table(run):
     rows = []
     for name, repetitions in sorted(run.repetitions.items(), key=natural):
-        if "items_per_second" in repetitions[0]:
+        if "items_per_second" in repetitions[0] and not name.startswith("growth/"):
             cost = statistics.median(1e9 / line["items_per_second"] for line in repetitions)
             blocks = statistics.median(line.get("allocs", 0) for line in repetitions)
             rows.append([name, number(cost), number(blocks)])
