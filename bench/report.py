@@ -100,8 +100,8 @@ def provenance(documents):
 
 def provenance_text(source, run):
     count = min((len(lines) for lines in run.repetitions.values()), default=0)
-    return (f"In bold: not met. Ratios of the medians of {count} repetitions, in brackets the middle "
-            f"half of all ratios. {source['date']}, commit "
+    return (f"In bold: not met. Ratios of the medians of {count} repetitions, in brackets the "
+            f"middle half of all ratios. {source['date']}, commit "
             f"{source['commit']}, {source['machine']}, {source['cpus']} CPUs, "
             f"{source['compiler']} ({source['build']}), load {max(source['load']):.1f}.")
 
