@@ -139,7 +139,20 @@ void FixModel::readMessage(std::int32_t row, const SMD_TAG_DEFINITION& tag) {
       message.trailerMember = first + i;
     }
   }
+  markFields(message.headerMember, &Field::isInHeader);
+  markFields(message.trailerMember, &Field::isInTrailer);
   messages_.try_emplace(toUtf8(textView(value->Value.Text)), std::move(message));
+}
+
+void FixModel::markFields(std::int32_t sectionMember, bool Field::*mark) {
+  const auto& members = dictionary_->typeMembers();
+  const SMD_STRUCTURE_ELEMENT_DEFINITION* const section = members.find(sectionMember);
+  if (section == nullptr || !dictionary_->types().contains(section->toTypeIndex)) return;
+  const std::int32_t first = firstMember(section->toTypeIndex);
+  for (std::int32_t i = 0; i < memberCount(section->toTypeIndex); ++i) {
+    const std::int32_t row = members.row(first + i).toTagIndex;
+    if (dictionary_->tags().contains(row)) fields_[asIndex(row)].*mark = true;
+  }
 }
 
 const FixMessageModel* FixModel::message(std::string_view msgType) const {

@@ -64,6 +64,8 @@ class FixModel {
   }
   // By Tags row of a field.
   FixForm form(std::int32_t row) const noexcept { return fields_[asIndex(row)].form; }
+  bool isInHeader(std::int32_t row) const noexcept { return fields_[asIndex(row)].isInHeader; }
+  bool isInTrailer(std::int32_t row) const noexcept { return fields_[asIndex(row)].isInTrailer; }
   const FixValueSet* valueSet(std::int32_t row) const noexcept {
     const std::int32_t set = fields_[asIndex(row)].valueSet;
     return set == kNone ? nullptr : &valueSets_[asIndex(set)];
@@ -94,6 +96,8 @@ class FixModel {
  private:
   struct Field {
     FixForm form = FixForm::Text;
+    bool isInHeader = false;
+    bool isInTrailer = false;
     std::int32_t valueSet = kNone;
   };
   struct Type {
@@ -118,6 +122,7 @@ class FixModel {
   void readField(std::int32_t row, const SMD_TAG_DEFINITION& tag);
   std::int32_t readValueSet(std::int32_t firstRow);
   void readMembers();
+  void markFields(std::int32_t sectionMember, bool Field::*mark);
   void readMessage(std::int32_t row, const SMD_TAG_DEFINITION& tag);
 
   const StdDictionaryInfo* dictionary_;
