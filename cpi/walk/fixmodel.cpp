@@ -13,6 +13,10 @@ namespace {
 // Fields with smaller numbers are found by them as by an index.
 constexpr std::int32_t kDenseNumbers = 1 << 16;
 
+// The width of a type's mask, in words: a bit for each tag of most dictionaries, but no more
+// memory than the tables take.
+std::size_t maskWordsFor(std::int32_t types) noexcept { return types <= 1 << 14 ? 32 : 1; }
+
 }  // namespace
 
 std::string fixNameOf(std::u16string_view text) {
@@ -28,7 +32,9 @@ FixModel::FixModel(const StdDictionaryInfo& dictionary)
     : dictionary_(&dictionary),
       fields_(asIndex(dictionary.tags().rowCount())),
       types_(asIndex(dictionary.types().rowCount())),
-      members_(asIndex(dictionary.typeMembers().rowCount())) {
+      members_(asIndex(dictionary.typeMembers().rowCount())),
+      maskWords_(maskWordsFor(dictionary.types().rowCount())),
+      masks_(types_.size() * maskWords_) {
   if (const WIREFORMAT_DEFINITION* const format = dictionary.wireFormats().find(0)) {
     beginString_ = toUtf8(textView(format->FormatId));
   }
@@ -115,6 +121,9 @@ void FixModel::readMembers() {
     for (std::int32_t member = type.firstMember; rows.contains(member); ++member) {
       if (rows.row(member).ParentTypeId != definition.TypeId) break;
       ++type.memberCount;
+      const std::int32_t tag = rows.row(member).toTagIndex;
+      const std::size_t bit = asIndex(std::max(tag, 0)) % (64 * maskWords_);
+      masks_[asIndex(row) * maskWords_ + bit / 64] |= std::uint64_t{1} << bit % 64;
       type.requiredCount += members_[asIndex(member)].isRequired ? 1 : 0;
     }
   }
@@ -139,20 +148,7 @@ void FixModel::readMessage(std::int32_t row, const SMD_TAG_DEFINITION& tag) {
       message.trailerMember = first + i;
     }
   }
-  markFields(message.headerMember, &Field::isInHeader);
-  markFields(message.trailerMember, &Field::isInTrailer);
   messages_.try_emplace(toUtf8(textView(value->Value.Text)), std::move(message));
-}
-
-void FixModel::markFields(std::int32_t sectionMember, bool Field::*mark) {
-  const auto& members = dictionary_->typeMembers();
-  const SMD_STRUCTURE_ELEMENT_DEFINITION* const section = members.find(sectionMember);
-  if (section == nullptr || !dictionary_->types().contains(section->toTypeIndex)) return;
-  const std::int32_t first = firstMember(section->toTypeIndex);
-  for (std::int32_t i = 0; i < memberCount(section->toTypeIndex); ++i) {
-    const std::int32_t row = members.row(first + i).toTagIndex;
-    if (dictionary_->tags().contains(row)) fields_[asIndex(row)].*mark = true;
-  }
 }
 
 const FixMessageModel* FixModel::message(std::string_view msgType) const {

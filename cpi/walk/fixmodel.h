@@ -64,8 +64,6 @@ class FixModel {
   }
   // By Tags row of a field.
   FixForm form(std::int32_t row) const noexcept { return fields_[asIndex(row)].form; }
-  bool isInHeader(std::int32_t row) const noexcept { return fields_[asIndex(row)].isInHeader; }
-  bool isInTrailer(std::int32_t row) const noexcept { return fields_[asIndex(row)].isInTrailer; }
   const FixValueSet* valueSet(std::int32_t row) const noexcept {
     const std::int32_t set = fields_[asIndex(row)].valueSet;
     return set == kNone ? nullptr : &valueSets_[asIndex(set)];
@@ -88,6 +86,12 @@ class FixModel {
   bool isRequired(std::int32_t member) const noexcept {
     return members_[asIndex(member)].isRequired;
   }
+  // False only when no member of the type bears the tag. Costs next to nothing.
+  bool mayHave(std::int32_t type, std::int32_t tagRow) const noexcept {
+    if (type < 0) return false;
+    const std::size_t bit = asIndex(tagRow) % (64 * maskWords_);
+    return (masks_[asIndex(type) * maskWords_ + bit / 64] >> bit % 64 & 1) != 0;
+  }
   // The member of a type that bears a tag, or kNone.
   std::int32_t memberOf(std::int32_t type, std::int32_t tagRow) const noexcept;
   // All members that bear a tag, in ascending order.
@@ -96,8 +100,6 @@ class FixModel {
  private:
   struct Field {
     FixForm form = FixForm::Text;
-    bool isInHeader = false;
-    bool isInTrailer = false;
     std::int32_t valueSet = kNone;
   };
   struct Type {
@@ -122,7 +124,6 @@ class FixModel {
   void readField(std::int32_t row, const SMD_TAG_DEFINITION& tag);
   std::int32_t readValueSet(std::int32_t firstRow);
   void readMembers();
-  void markFields(std::int32_t sectionMember, bool Field::*mark);
   void readMessage(std::int32_t row, const SMD_TAG_DEFINITION& tag);
 
   const StdDictionaryInfo* dictionary_;
@@ -131,6 +132,8 @@ class FixModel {
   std::vector<Field> fields_;       // by Tags row
   std::vector<Type> types_;         // by Types row
   std::vector<Member> members_;     // by Type Members row
+  std::size_t maskWords_;
+  std::vector<std::uint64_t> masks_;  // by Types row: its members' tags, one bit for several
   std::vector<FixValueSet> valueSets_;
   std::unordered_map<std::int32_t, std::int32_t> setOfRow_;  // by first Value Set row
   std::vector<std::size_t> firstUse_;                        // by Tags row, and the end: into uses_

@@ -132,19 +132,12 @@ void FixWalk::place(const FixField& field) {
   }
   if (level().awaited != kNone) awaitGroup(field);
   if (field.row == level().delimiter && level().hadChild) beginInstance(level(), field);
-  if (mayBeHere(field.row) && move(level(), field.number)) {
+  // Without the first question, a field of another level would be searched for in vain.
+  if (model_->mayHave(level().typeIndex, field.row) && move(level(), field.number)) {
     settle(field);
   } else {
     placeElsewhere(field);
   }
-}
-
-// Saves the search for a field of another section, which would be in vain.
-bool FixWalk::mayBeHere(std::int32_t row) const noexcept {
-  if (current_ == kHeader) return model_->isInHeader(row);
-  if (current_ != kBody) return true;
-  const bool isElsewhere = model_->isInTrailer(row) || model_->isInHeader(row);
-  return !isElsewhere || model_->memberOf(levels_[kBody].typeIndex, row) != kNone;
 }
 
 bool FixWalk::move(Level& level, std::int32_t tagId) {

@@ -84,7 +84,6 @@ class FixWalk final : private WalkTrail {
 
   // Placing.
   void place(const FixField& field);
-  bool mayBeHere(std::int32_t row) const noexcept;
   bool placeRepeat(const FixField& field);
   void placeElsewhere(const FixField& field);
   std::size_t levelWithout(std::int32_t row) const;
