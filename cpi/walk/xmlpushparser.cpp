@@ -87,6 +87,9 @@ class XmlPushParser::Context {
     type_ = xmlDictLookup(parser_->dict, bytesOf("type"), -1);
     instance_ =
         xmlDictLookup(parser_->dict, bytesOf("http://www.w3.org/2001/XMLSchema-instance"), -1);
+    if (type_ != nullptr && instance_ != nullptr) return;
+    xmlFreeParserCtxt(parser_);
+    throw std::bad_alloc();
   }
   ~Context() {
     if (parser_->myDoc != nullptr) xmlFreeDoc(parser_->myDoc);
@@ -269,6 +272,7 @@ void XmlPushParser::Context::onError(void* parser, xmlErrorPtr error) {
   if (error->level < (isOfNamespaces ? XML_ERR_ERROR : XML_ERR_FATAL)) return;
   Context& self = of(parser);
   self.guarded(parser, [&] {
+    if (error->code == XML_ERR_NO_MEMORY) throw std::bad_alloc();
     throw FileError(self.fileName_, {error->line, error->int2}, self.messageOf(*error));
   });
 }
