@@ -13,6 +13,10 @@ namespace {
 // Fields with smaller numbers are found by them as by an index.
 constexpr std::int32_t kDenseNumbers = 1 << 16;
 
+// The width of a type's mask, in words: a bit for each tag of most dictionaries, but no more
+// memory than the tables take.
+std::size_t maskWordsFor(std::int32_t types) noexcept { return types <= 1 << 14 ? 32 : 1; }
+
 }  // namespace
 
 std::string fixNameOf(std::u16string_view text) {
@@ -28,7 +32,9 @@ FixModel::FixModel(const StdDictionaryInfo& dictionary)
     : dictionary_(&dictionary),
       fields_(asIndex(dictionary.tags().rowCount())),
       types_(asIndex(dictionary.types().rowCount())),
-      members_(asIndex(dictionary.typeMembers().rowCount())) {
+      members_(asIndex(dictionary.typeMembers().rowCount())),
+      maskWords_(maskWordsFor(dictionary.types().rowCount())),
+      masks_(types_.size() * maskWords_) {
   if (const WIREFORMAT_DEFINITION* const format = dictionary.wireFormats().find(0)) {
     beginString_ = toUtf8(textView(format->FormatId));
   }
@@ -115,6 +121,9 @@ void FixModel::readMembers() {
     for (std::int32_t member = type.firstMember; rows.contains(member); ++member) {
       if (rows.row(member).ParentTypeId != definition.TypeId) break;
       ++type.memberCount;
+      const std::int32_t tag = rows.row(member).toTagIndex;
+      const std::size_t bit = asIndex(std::max(tag, 0)) % (64 * maskWords_);
+      masks_[asIndex(row) * maskWords_ + bit / 64] |= std::uint64_t{1} << bit % 64;
       type.requiredCount += members_[asIndex(member)].isRequired ? 1 : 0;
     }
   }

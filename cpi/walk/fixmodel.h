@@ -86,6 +86,12 @@ class FixModel {
   bool isRequired(std::int32_t member) const noexcept {
     return members_[asIndex(member)].isRequired;
   }
+  // False only when no member of the type bears the tag. Costs next to nothing.
+  bool mayHave(std::int32_t type, std::int32_t tagRow) const noexcept {
+    if (type < 0) return false;
+    const std::size_t bit = asIndex(tagRow) % (64 * maskWords_);
+    return (masks_[asIndex(type) * maskWords_ + bit / 64] >> bit % 64 & 1) != 0;
+  }
   // The member of a type that bears a tag, or kNone.
   std::int32_t memberOf(std::int32_t type, std::int32_t tagRow) const noexcept;
   // All members that bear a tag, in ascending order.
@@ -126,6 +132,8 @@ class FixModel {
   std::vector<Field> fields_;       // by Tags row
   std::vector<Type> types_;         // by Types row
   std::vector<Member> members_;     // by Type Members row
+  std::size_t maskWords_;
+  std::vector<std::uint64_t> masks_;  // by Types row: its members' tags, one bit for several
   std::vector<FixValueSet> valueSets_;
   std::unordered_map<std::int32_t, std::int32_t> setOfRow_;  // by first Value Set row
   std::vector<std::size_t> firstUse_;                        // by Tags row, and the end: into uses_

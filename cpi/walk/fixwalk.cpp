@@ -132,7 +132,8 @@ void FixWalk::place(const FixField& field) {
   }
   if (level().awaited != kNone) awaitGroup(field);
   if (field.row == level().delimiter && level().hadChild) beginInstance(level(), field);
-  if (move(level(), field.number)) {
+  // Without the first question, a field of another level would be searched for in vain.
+  if (model_->mayHave(level().typeIndex, field.row) && move(level(), field.number)) {
     settle(field);
   } else {
     placeElsewhere(field);
