@@ -1,5 +1,6 @@
 #include "cpi/compile/tabledraft.h"
 
+#include <cassert>
 #include <utility>
 
 #include "cpi/extract/modelconventions.h"
@@ -57,15 +58,27 @@ void addProperty(DictionaryTables& tables, TableSlot slot, std::u16string_view n
 
 std::int32_t TableDraft::addType(TypeDraft type) { return append(types_, std::move(type)); }
 
-std::int32_t TableDraft::addTag(TagDraft tag) { return append(tags_, std::move(tag)); }
+std::int32_t TableDraft::addTag(TagDraft tag) {
+  if (tag.id == kNone) tag.id = lastTagId() + 1;
+  assert(tag.id > lastTagId());
+  return append(tags_, std::move(tag));
+}
 
 std::int32_t TableDraft::addValue(ValueRow value) {
   return append(tables_.Values, std::move(value));
 }
 
 std::int32_t TableDraft::addValueSet(const std::vector<ValueRow>& values) {
+  std::vector<ValueDraft> drafts;
+  for (const ValueRow& value : values) drafts.push_back({value});
+  return addValueSet(drafts);
+}
+
+std::int32_t TableDraft::addValueSet(const std::vector<ValueDraft>& values) {
   const std::int32_t first = countOf(tables_.ValueSet);
-  for (const ValueRow& value : values) tables_.ValueSet.push_back({addValue(value), 0});
+  for (const ValueDraft& draft : values) {
+    tables_.ValueSet.push_back({addValue(draft.value), draft.role});
+  }
   tables_.ValueSet.push_back({kNone, 0});
   return first;
 }
@@ -84,7 +97,7 @@ std::u16string_view TableDraft::namespaceText(std::int32_t index) const {
 }
 
 std::int32_t TableDraft::typeId(std::int32_t index) const {
-  return index < 0 ? 0 : 1 + countOf(tags_) + index;
+  return index < 0 ? 0 : 1 + lastTagId() + index;
 }
 
 DictionaryTables TableDraft::finish(const std::u16string& name) {
@@ -139,7 +152,7 @@ void TableDraft::layOutTypes(DictionaryTables& tables) const {
 }
 
 void TableDraft::layOutMembers(DictionaryTables& tables, std::int32_t typeIndex) const {
-  const std::int32_t firstId = 1 + countOf(tags_) + countOf(types_);
+  const std::int32_t firstId = 1 + lastTagId() + countOf(types_);
   std::int32_t number = 0;
   for (const MemberDraft& member : types_[static_cast<std::size_t>(typeIndex)].members) {
     const std::int32_t row = countOf(tables.TypeMembers);

@@ -22,7 +22,7 @@ struct MemberDraft {
   std::int32_t memberClass = TCStructure;
   std::int32_t minOccurs = 1;
   std::int32_t maxOccurs = 1;  // kNone: unbounded
-  std::u16string name;         // empty: none
+  std::u16string name = {};    // empty: none
 };
 
 // What may not be done with an element or a type, beside its content.
@@ -66,6 +66,14 @@ struct TagDraft {
   ControlDraft control = {};
   TagContext context = TagContext::None;
   std::int32_t owner = kNone;  // of an attributes' context: their type; kNone: global ones
+  // Above those of all tags before it; kNone: the next one.
+  std::int32_t id = kNone;
+};
+
+// One value of a value set and its role.
+struct ValueDraft {
+  ValueRow value;
+  std::int32_t role = 0;
 };
 
 class TableDraft {
@@ -76,6 +84,7 @@ class TableDraft {
   std::int32_t addValue(ValueRow value);
   // `values` must not be empty.
   std::int32_t addValueSet(const std::vector<ValueRow>& values);
+  std::int32_t addValueSet(const std::vector<ValueDraft>& values);
 
   // References stay valid until the next add of the same kind.
   TypeDraft& type(std::int32_t index) { return types_[static_cast<std::size_t>(index)]; }
@@ -92,7 +101,8 @@ class TableDraft {
   DictionaryTables finish(const std::u16string& name);
 
  private:
-  std::int32_t tagId(std::int32_t index) const { return index + 1; }
+  std::int32_t tagId(std::int32_t index) const { return tags_[static_cast<std::size_t>(index)].id; }
+  std::int32_t lastTagId() const { return tags_.empty() ? 0 : tags_.back().id; }
   std::int32_t typeId(std::int32_t index) const;
   void layOutTags(DictionaryTables& tables) const;
   void layOutTypes(DictionaryTables& tables) const;

@@ -9,7 +9,8 @@
 //                         admit; members match on the part after '^'.
 //   a named type          "type<TypeId>^": the context from which an element with xsi:type is
 //                         walked. Nothing stands after '^', so that it never matches an element.
-//   an attribute          "a<n>^name", namespaceIndex as for a local element; class 'F'. Its lengths,
+//   an attribute          "a<n>^name", namespaceIndex as for a local element; class 'F'. Its
+//   lengths,
 //                         value set and default are those of its values.
 //   a type's attributes   "attributes^<TypeId>": the context in which the attributes of an element
 //                         of that type are looked up, as first children. Its type is unordered
@@ -34,23 +35,38 @@
 // Properties: named properties of tables, tableMemberName "Schema". A row of which there is nothing
 // to tell has no value.
 //   Tags, "Control"       words, separated by spaces: "abstract" (the element may not stand in a
-//                         message), "fixed" (its value is always the default), "block-extension" and
-//                         "block-restriction" (xsi:type may name no type that is derived so)
+//                         message), "fixed" (its value is always the default), "block-extension"
+//                         and "block-restriction" (xsi:type may name no type that is derived so)
 //   Types, "Control"      "abstract", "block-extension", "block-restriction", as above
-//   Types, "Derivation"   "extension <TypeId>" or "restriction <TypeId>" of the type from which this
+//   Types, "Derivation"   "extension <TypeId>" or "restriction <TypeId>" of the type from which
+//   this
 //                         one is derived, 0 for xs:anyType and xs:anySimpleType; "list <TypeId>" of
 //                         its items; "union <TypeId> <TypeId> ..." of its members. Every row of a
 //                         schema type has it. BaseTypeId is narrower: the nearest named base with
 //                         values of the same kind.
 //   Types, "Facets"       of a type with values: what else restricts them, the inherited facets
 //                         included; "<facet> <value>", one a line (U+000A), each facet once but
-//                         "pattern", all of which hold. Those of a length count the items of a list;
-//                         of other types they are in the tag. Text without a "whiteSpace" line is
-//                         taken as it stands; values that are no text have white space collapsed.
+//                         "pattern", all of which hold. Those of a length count the items of a
+//                         list; of other types they are in the tag. Text without a "whiteSpace"
+//                         line is taken as it stands; values that are no text have white space
+//                         collapsed.
 //
 // Members
 //   a group               no tag (ChildTagId 0, toTagIndex -1), class 'S', a type of LogicalType 0
 //   a wildcard            no tag, class 'F', the wildcard's type
+//
+// A dictionary of FIX messages is known by a wire format whose FormatName is "FIX"; FormatId is
+// what stands in a message's first field. The reasons are in docs/fix-mapping.md.
+//   a field               a tag of class 'F' whose Id is the field's number; its type bears the
+//                         name of the value type ("PRICE", "UTCTIMESTAMP"). The role of a value
+//                         in its value set is the Values row of its description, or -1.
+//   a message             a tag behind all fields whose default value is the MsgType, with the
+//                         plain name, or "<MsgType>^name" where a field has that name. Its type is
+//                         a sequence: "StandardHeader", a group without tag of the body's fields in
+//                         any order, "StandardTrailer".
+//   a repeating group     the member of its count field and, in the row behind it, that of the tag
+//                         "g<n>^<count field>.group", of which each instance is one occurrence.
+//                         The first member of the tag's type begins an instance.
 #ifndef CPI_EXTRACT_MODELCONVENTIONS_H
 #define CPI_EXTRACT_MODELCONVENTIONS_H
 
@@ -79,6 +95,11 @@ inline constexpr std::u16string_view kNoNamespace = u"##local";
 inline constexpr std::int32_t kNoText = 0;
 
 inline constexpr std::u16string_view kSchemaNamespace = u"http://www.w3.org/2001/XMLSchema";
+
+inline constexpr std::u16string_view kFixWireFormat = u"FIX";
+inline constexpr std::u16string_view kFixHeader = u"StandardHeader";
+inline constexpr std::u16string_view kFixTrailer = u"StandardTrailer";
+inline constexpr std::u16string_view kFixBodyMark = u"^body";  // behind a message's name: its type
 
 inline constexpr std::u16string_view kAttributesPrefix = u"attributes^";
 
@@ -110,6 +131,11 @@ inline std::u16string typeTagText(std::int32_t typeId) {
 // The text of the tag in whose context the attributes of a type are looked up; 0: global ones.
 inline std::u16string attributesTagText(std::int32_t typeId) {
   return std::u16string(kAttributesPrefix) + decimalText(typeId);
+}
+
+// The text of the tag of a repeating group's instances.
+inline std::u16string fixGroupText(std::int32_t number, const std::u16string& countField) {
+  return u"g" + decimalText(number) + kNameMark + countField + u".group";
 }
 
 }  // namespace cpi
