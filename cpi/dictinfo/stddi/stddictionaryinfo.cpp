@@ -44,7 +44,13 @@ bool StdDictionaryInfo::isLoading() const noexcept {
   return loadHandler_ != nullptr && !loadHandler_->isFinished();
 }
 
-StdDictionaryHandler* StdDictionaryInfo::loadHandler() {
+inline StdDictionaryHandler* StdDictionaryInfo::loadHandler() {
+  StdDictionaryHandler* const handler = loadHandler_.get();
+  const bool isOurs = handler != nullptr && !handler->isFinished() && handler->owner() == this;
+  return isOurs ? handler : takeLoadOver();
+}
+
+StdDictionaryHandler* StdDictionaryInfo::takeLoadOver() {
   if (!isLoading()) loadHandler_.reset();  // perhaps ended by a dictionary that shares the load
   if (loadHandler_ != nullptr && loadHandler_->owner() != this) {
     loadHandler_->setOwner(this);
@@ -70,8 +76,14 @@ void StdDictionaryInfo::endMessage(WorkerInfoPtr worker) {
   freeze();
 }
 
+// Most of a load is here: one look at the filter decides between the plain way and the one that
+// writes items.
 void StdDictionaryInfo::startElement(std::int32_t id, unsigned short kind, WorkerInfoPtr worker,
                                      std::int32_t index, std::int32_t extra) {
+  if (!KelLog::isOn(LLDebug)) {
+    if (auto* const handler = loadHandler(); handler != nullptr) handler->open(id, kind, index);
+    return;
+  }
   KelOperation operation(nullptr, "StdDictionaryInfo::startElement", id, kind, index, extra);
   if (StdDictionaryHandler* const handler = loadHandler(); handler != nullptr) {
     handler->startElement(id, kind, worker, index, extra);
@@ -79,6 +91,10 @@ void StdDictionaryInfo::startElement(std::int32_t id, unsigned short kind, Worke
 }
 
 void StdDictionaryInfo::endElement(std::int32_t id, WorkerInfoPtr worker) {
+  if (!KelLog::isOn(LLDebug)) {
+    if (auto* const handler = loadHandler(); handler != nullptr) handler->close(id);
+    return;
+  }
   KelOperation operation(nullptr, "StdDictionaryInfo::endElement", id);
   if (StdDictionaryHandler* const handler = loadHandler(); handler != nullptr) {
     handler->endElement(id, worker);
@@ -86,6 +102,10 @@ void StdDictionaryInfo::endElement(std::int32_t id, WorkerInfoPtr worker) {
 }
 
 void StdDictionaryInfo::data(const PWFData& value, WorkerInfoPtr worker) {
+  if (!KelLog::isOn(LLDebug)) {
+    if (auto* const handler = loadHandler(); handler != nullptr) handler->take(value);
+    return;
+  }
   KelOperation operation(nullptr, "StdDictionaryInfo::data", value.getLogicalType());
   if (StdDictionaryHandler* const handler = loadHandler(); handler != nullptr) {
     handler->data(value, worker);

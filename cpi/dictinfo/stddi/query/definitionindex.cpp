@@ -76,7 +76,7 @@ void DefinitionIndex::indexOverrides() {
   if (!hasOverrides()) return;
   overrideCounts_.assign(static_cast<std::size_t>(overrides_.rowCount()), 0);
   for (std::int32_t row = 0; row < overrides_.rowCount(); ++row) {
-    ++overrideCounts_[static_cast<std::size_t>(overrideKeys_.hash().candidate(keyOfRow(row)))];
+    ++overrideCounts_[static_cast<std::size_t>(overrideKeys_.hash().slotOf(keyOfRow(row)).row)];
   }
 }
 
@@ -94,7 +94,7 @@ bool DefinitionIndex::isIndexedRun(std::int32_t first) const noexcept {
 }
 
 std::int32_t DefinitionIndex::firstOfTag(std::int32_t first, std::int32_t tagId) const noexcept {
-  const std::int32_t row = tagsOfRuns_.hash().candidate(keyOf(first, tagId));
+  const std::int32_t row = tagsOfRuns_.hash().slotOf(keyOf(first, tagId)).row;
   const bool isInRun = row >= first && row < runEnd(first);
   return isInRun && members_.records()[row].ChildTagId == tagId ? row : kNone;
 }
@@ -107,7 +107,7 @@ std::int32_t DefinitionIndex::firstOfLogicalType(std::int32_t logicalType) const
 
 DefinitionIndex::Overrides DefinitionIndex::overridesOf(std::int32_t msgId,
                                                         std::int32_t endFieldId) const noexcept {
-  const std::int32_t row = overrideKeys_.hash().candidate(keyOf(msgId, endFieldId));
+  const std::int32_t row = overrideKeys_.hash().slotOf(keyOf(msgId, endFieldId)).row;
   const SMD_PATH_BASED_DEFINITION& record = overrides_.records()[row];
   if (record.MsgId != msgId || record.EndFieldId != endFieldId) return {};
   return {row, overrideCounts_[static_cast<std::size_t>(row)]};

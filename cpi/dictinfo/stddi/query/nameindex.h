@@ -78,7 +78,9 @@ inline bool NameIndex::isNamed(const Slot& slot, std::u16string_view name) const
   const unsigned char* const text = strings_->buffer + slot.text;
   // A text that fits up to the end of the buffer has room for its terminator there too.
   if (bytes + sizeof(char16_t) > strings_->bufferUsed - slot.text) return false;
-  if (std::memcmp(text, name.data(), bytes) != 0) return false;
+  if (!texthash::isEqual(text, reinterpret_cast<const unsigned char*>(name.data()), bytes)) {
+    return false;
+  }
   const auto* rest = reinterpret_cast<const unsigned short*>(text + bytes);
   if (ending_ == Ending::Spaces) {
     while (*rest == u' ') ++rest;
