@@ -2,6 +2,7 @@
 
 #include <limits>
 #include <stdexcept>
+#include <utility>
 
 #include "cpi/dictinfo/stddi/load/recordrules.h"
 #include "cpi/dictinfo/stddi/load/stddictionaryhandler.h"
@@ -148,11 +149,35 @@ void StdDictionaryInfo::freeze() noexcept {
   forEachReference([](auto& reference) {
     for (std::int32_t row = 0; row < reference.rowCount(); ++row) reference.row(row);
   });
+  if (index_ != nullptr) return;
   try {
-    index_ = std::make_shared<const LookupIndex>(*this);
-    ids_ = {index_->tagIds(), index_->typeIds(), index_->memberIds()};
+    useIndex(std::make_shared<const LookupIndex>(*this));
   } catch (const std::bad_alloc&) {
     tablesChanged();  // look-ups search and scan instead
+  }
+}
+
+void StdDictionaryInfo::useIndex(std::shared_ptr<const LookupIndex> index) noexcept {
+  index_ = std::move(index);
+  ids_ = {index_->tagIds(), index_->typeIds(), index_->memberIds()};
+}
+
+std::size_t StdDictionaryInfo::lookupIndexBytes() const noexcept {
+  return index_ == nullptr ? 0 : index_->bytes();
+}
+
+std::vector<unsigned char> StdDictionaryInfo::derivedBytes() const {
+  return index_ == nullptr ? DictionaryInfo::derivedBytes() : index_->keptBytes();
+}
+
+// An image without an index, or with one that does not fit its tables, gets a new one at the end.
+void StdDictionaryInfo::adoptDerived(std::span<const unsigned char> bytes) noexcept {
+  if (bytes.empty()) return;
+  try {
+    auto index = std::make_shared<const LookupIndex>(*this, bytes);
+    if (index->isSound()) useIndex(std::move(index));
+  } catch (const std::bad_alloc&) {
+    tablesChanged();
   }
 }
 

@@ -244,6 +244,8 @@ class CPI_API StdDictionaryInfo : public DictionaryInfo {
   // what an empty URI asks for, and any other negative index is in none.
   bool isInNamespace(std::int32_t namespaceIndex, const KelStringBase& namespaceURI) const noexcept;
 
+  // Bytes that the look-up indexes occupy beside the tables; 0 while there are none.
+  std::size_t lookupIndexBytes() const noexcept;
   // What was derived from the tables as they are now, for the library itself; null while there is
   // none: during a load, and after one that failed.
   const LookupIndex* index() const noexcept { return index_.get(); }
@@ -252,6 +254,8 @@ class CPI_API StdDictionaryInfo : public DictionaryInfo {
   void MapTableProperty(DictTableRefBase table, StringTableRef strings) override;
   const RecordRules* recordRules(int slot) const override;
   void tablesChanged() noexcept override;
+  std::vector<unsigned char> derivedBytes() const override;
+  void adoptDerived(std::span<const unsigned char> bytes) noexcept override;
 
  private:
   friend class StdDictionaryHandler;
@@ -276,8 +280,10 @@ class CPI_API StdDictionaryInfo : public DictionaryInfo {
   // The handler of the load in progress, made to fill this dictionary; null when no load runs.
   StdDictionaryHandler* loadHandler();
   StdDictionaryHandler* takeLoadOver();
-  // Refreshes every text field, so that readers find nothing to write, and builds the index.
+  // Refreshes every text field, so that readers find nothing to write, and builds the index unless
+  // there is one.
   void freeze() noexcept;
+  void useIndex(std::shared_ptr<const LookupIndex> index) noexcept;
 
   // The views of the id indexes; none is built while there is no index.
   struct IdLookups {

@@ -56,8 +56,11 @@ void DefinitionIndex::indexWideRuns() {
 
 void DefinitionIndex::indexLogicalTypes(const TypeTable& types) {
   std::map<std::int32_t, std::int32_t> firstRows;
+  std::int32_t previous = 0;  // types of one kind often stand together; 0 is never asked for
   for (std::int32_t row = 0; row < types.rowCount(); ++row) {
-    firstRows.emplace(types.records()[row].LogicalType, row);
+    const std::int32_t logicalType = types.records()[row].LogicalType;
+    if (logicalType != previous && logicalType != 0) firstRows.emplace(logicalType, row);
+    previous = logicalType;
   }
   logicalTypes_.assign(firstRows.begin(), firstRows.end());
 }

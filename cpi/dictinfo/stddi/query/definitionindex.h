@@ -20,7 +20,7 @@ using TypeTable = TableReference<SMD_TYPE_DEFINITION>;
 using OverrideTable = TableReference<SMD_PATH_BASED_DEFINITION>;
 
 // Runs up to this length are told faster by looking at their members.
-inline constexpr std::int32_t kNarrowRun = 8;
+inline constexpr std::int32_t kNarrowRun = 32;
 
 class DefinitionIndex {
  public:

@@ -7,6 +7,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <string_view>
 #include <vector>
 
@@ -36,6 +37,9 @@ class LookupIndex {
  public:
   // Throws std::bad_alloc.
   explicit LookupIndex(const StdDictionaryInfo& dictionary);
+  // Takes the names, the costly part, from the bytes that one of the same tables gave; isSound
+  // tells whether they fit.
+  LookupIndex(const StdDictionaryInfo& dictionary, std::span<const unsigned char> bytes);
   LookupIndex(const LookupIndex&) = delete;
   LookupIndex& operator=(const LookupIndex&) = delete;
 
@@ -51,6 +55,10 @@ class LookupIndex {
   const ElementNames* elements() const noexcept {
     return elements_.isComplete() ? &elements_ : nullptr;
   }
+  // Whether every look-up stays inside the tables and ends.
+  bool isSound() const noexcept { return isSound_; }
+  // What can be kept of the index; nothing when it is not complete. Throws std::bad_alloc.
+  std::vector<unsigned char> keptBytes() const;
   // What the index occupies beside the tables.
   std::size_t bytes() const noexcept {
     return sizeof *this + tagIds_.bytes() + typeIds_.bytes() + memberIds_.bytes() +
@@ -63,6 +71,12 @@ class LookupIndex {
   using SpaceNumbers = std::vector<std::int32_t>;
   static SpaceNumbers numberSpaces(const TableReference<NamespaceRow>& table);
   LookupIndex(const StdDictionaryInfo& dictionary, const SpaceNumbers& numbers);
+  template <class Self, class Visit>
+  static void visitArrays(Self& self, Visit&& visit) {
+    self.tags_.visitArrays(visit);
+    self.types_.visitArrays(visit);
+    self.elements_.visitArrays(visit);
+  }
 
   IdIndex tagIds_;
   IdIndex typeIds_;
@@ -72,6 +86,7 @@ class LookupIndex {
   NameIndex tags_;
   NameIndex types_;
   ElementNames elements_;
+  bool isSound_ = true;
 };
 
 }  // namespace cpi
