@@ -4,6 +4,8 @@
 #include <cassert>
 #include <utility>
 
+#include "cpi/walk/elementplaces.h"
+
 namespace cpi {
 namespace {
 
@@ -23,6 +25,15 @@ bool isBeyondLimit(const SMD_STRUCTURE_ELEMENT_DEFINITION& member, std::int32_t 
   return member.MaxOccurs >= 0 && repeatIndex >= member.MaxOccurs;
 }
 
+VerdictKind kindOfRepeat(const SMD_STRUCTURE_ELEMENT_DEFINITION& member, std::int32_t repeatIndex) {
+  return isBeyondLimit(member, repeatIndex) ? VerdictKind::BeyondLimit : VerdictKind::Placed;
+}
+
+VerdictKind kindOf(Placement placement) {
+  if (placement == Placement::Refused) return VerdictKind::Refused;
+  return placement == Placement::Unjudged ? VerdictKind::Unjudged : VerdictKind::Placed;
+}
+
 // Whether the type around an element that is no member of it admits it all the same. The moves
 // place such an element in any case, so this has to be asked of the type.
 bool admitsNonMember(const StdDictionaryIterator& at, EWhereDefined where) {
@@ -35,43 +46,20 @@ bool admitsNonMember(const StdDictionaryIterator& at, EWhereDefined where) {
 
 }  // namespace
 
-// An iterator that may start without context.
-class ModelWalk::Cursor : public StdDictionaryIterator {
- public:
-  explicit Cursor(const StdDictionaryInfo& dictionary) { setDictionaryInfo(&dictionary); }
-
-  bool isMemberWithinLimit() const {
-    const SMD_STRUCTURE_ELEMENT_DEFINITION* const member = getMemberDef();
-    return member != nullptr && !isBeyondLimit(*member, getRepeatIndex());
-  }
-
-  // Whether the current element's occurrences may be scattered over the enclosing element: it is
-  // a member of an unordered type, which is the element's own or that of a group that occurs once.
-  bool isInUnorderedType() const {
-    const SMD_TYPE_DEFINITION* const type = getDictionaryInfo()->types().find(getParentTypeIndex());
-    if (type == nullptr || !isUnordered(*type)) return false;
-    const auto parent = positionStack.rbegin() + 1;
-    if (!isGroup(*parent)) return true;
-    const SMD_STRUCTURE_ELEMENT_DEFINITION* const group =
-        getDictionaryInfo()->typeMembers().find(parent->memberIndex);
-    return group != nullptr && group->MaxOccurs == 1 && !isGroup(*(parent + 1));
-  }
-
- private:
-  static bool isGroup(const DictionaryPosition& position) {
-    return position.memberIndex >= 0 && position.tagIndex == kNone;
-  }
-};
-
-ModelWalk::ModelWalk(const WalkModel& model)
-    : model_(&model), counter_(countedRows(model.dictionary())) {}
+ModelWalk::ModelWalk(const WalkModel& model, bool isChecking)
+    : model_(&model),
+      isChecking_(isChecking),
+      counter_(countedRows(model.dictionary())),
+      structure_(model, counter_) {}
 ModelWalk::~ModelWalk() = default;
 
 void ModelWalk::restart() noexcept {
   open_.clear();
   levelCount_ = 0;
   counter_.forget(0);
+  structure_.restart();
   elements_ = 0;
+  faults_ = 0;
 }
 
 Verdict ModelWalk::enter(const unsigned short* name, const KelStringBase& namespaceURI,
@@ -79,12 +67,33 @@ Verdict ModelWalk::enter(const unsigned short* name, const KelStringBase& namesp
   const Name asked{name, namespaceURI};
   if (open_.empty()) return enterRoot(asked, typeKey);
   switch (open_.back().judge) {
-    case Judge::Model: return enterChild(asked, typeKey);
+    case Judge::Model:
+      return isChecking_ ? enterChecked(asked, typeKey) : enterChild(asked, typeKey);
     case Judge::Skipped:
-      return enterUnmodelled(Placement::SelfDefined, Judge::Skipped, Refusal::None);
+      return enterUnmodelled(Placement::SelfDefined, Judge::Skipped, Reason::None);
     case Judge::Nobody: break;
   }
-  return enterUnmodelled(Placement::Unjudged, Judge::Nobody, Refusal::None);
+  return enterUnmodelled(Placement::Unjudged, Judge::Nobody, Reason::None);
+}
+
+void ModelWalk::setNil(bool isTold) {
+  open_.back().isNil = true;
+  open_.back().isNilTold = isTold;
+}
+
+bool ModelWalk::isIncomplete() {
+  const OpenElement& element = open_.back();
+  return isChecked(element) && !element.isNil && structure_.isIncomplete(scopeOf(element));
+}
+
+std::vector<GroupStep> ModelWalk::groups() const {
+  if (open_.empty() || open_.back().judge != Judge::Model) return {};
+  ContentPath path;
+  for (const MbrPathItem& step : levels_[levelCount_ - 1].at->getPartialMemberPath()) {
+    path.push_back({step.memberIndex, step.repeatIndex});
+  }
+  path.push_back({});  // the element's own
+  return groupsOf(model_->content(), path);
 }
 
 // The iterator moves to the parent only from a child. When there was none it still stands on the
@@ -93,6 +102,7 @@ void ModelWalk::leave() {
   assert(!open_.empty());
   const OpenElement element = open_.back();
   open_.pop_back();
+  if (isChecking_) structure_.close(scopeOf(element));
   counter_.forget(element.countsMark);
   if (element.hasLevel) {
     --levelCount_;
@@ -104,13 +114,15 @@ void ModelWalk::leave() {
 Verdict ModelWalk::enterRoot(const Name& name, std::u16string_view typeKey) {
   levelCount_ = 0;
   const std::int32_t tag = model_->globalTag(name.local, name.namespaceURI);
-  if (tag == 0) return enterUnmodelled(Placement::Refused, Judge::Nobody, Refusal::UnknownRoot);
+  if (tag == 0) return enterRefused(structure_.judgeRoot(name), 0);
   pushLevel(tag);
   Verdict verdict = verdictAt(cursor());
   verdict.placement = Placement::Root;
+  verdict.kind = VerdictKind::Placed;
+  verdict.reason = Reason::None;
   if (const std::int32_t hiddenTag = model_->hiddenTag(typeKey); hiddenTag != 0) {
     cursor().setContextFromTag(hiddenTag);
-    verdict.typeIndex = cursor().getCurrentPosition()->typeIndex;
+    takeContext(verdict);
   }
   open(Judge::Model, true, verdict.typeIndex);
   return verdict;
@@ -118,13 +130,32 @@ Verdict ModelWalk::enterRoot(const Name& name, std::u16string_view typeKey) {
 
 Verdict ModelWalk::enterChild(const Name& name, std::u16string_view typeKey) {
   OpenElement& parent = open_.back();
+  const std::int32_t parentType = parent.typeIndex;
   ProcessContents contents{};
   const Move move = place(parent, name, contents);
+  Verdict verdict;
   if (move == Move::Failed) {
-    return enterUnmodelled(Placement::Refused, Judge::Nobody, refusalUnder(parent));
+    verdict = enterUnmodelled(Placement::Refused, Judge::Nobody, refusalUnder(parent));
+  } else {
+    verdict = enterPlaced(name, move, model_->hiddenTag(typeKey), contents);
   }
+  if (verdict.reason == Reason::NotAllowed) classify(verdict, parentType, name);
+  return verdict;
+}
+
+// What kind of refusal it is. That takes a look at many members, so not at any number of elements.
+void ModelWalk::classify(Verdict& verdict, std::int32_t parentType, const Name& name) {
+  if (++faults_ > kMaxExplainedFaults) return;
+  const StructureCheck::Outcome outcome = structure_.judgeRefused(parentType, name);
+  verdict.kind = outcome.kind;
+  verdict.reason = outcome.reason;
+}
+
+// Where the iterator stands.
+Verdict ModelWalk::enterPlaced(const Name& name, Move move, std::int32_t hiddenTag,
+                               ProcessContents contents) {
+  OpenElement& parent = open_.back();
   parent.hadChild = true;
-  const std::int32_t hiddenTag = model_->hiddenTag(typeKey);
   if (move == Move::ByWildcard) return enterWildcard(name, hiddenTag, contents);
   Verdict verdict = verdictAt(cursor());
   if (verdict.placement == Placement::Member) countUnordered(cursor(), parent, verdict);
@@ -132,12 +163,104 @@ Verdict ModelWalk::enterChild(const Name& name, std::u16string_view typeKey) {
   return verdict;
 }
 
+// A child that fits where the iterator finds it needs no second look; so does one that is no
+// member where others are admitted.
+Verdict ModelWalk::enterChecked(const Name& name, std::u16string_view typeKey) {
+  OpenElement& parent = open_.back();
+  if (faults_ >= kMaxExplainedFaults) {
+    return enterUnmodelled(Placement::Unjudged, Judge::Nobody, Reason::None);
+  }
+  const std::int32_t hiddenTag = model_->hiddenTag(typeKey);
+  if (parent.isNil) {
+    const bool isConsequence = std::exchange(parent.isNilTold, true);
+    Verdict verdict = enterUnmodelled(Placement::Refused, Judge::Nobody, Reason::InNil);
+    verdict.isConsequence = isConsequence;
+    return verdict;
+  }
+  ProcessContents contents{};
+  const Move move = place(parent, name, contents);
+  if (move != Move::Failed && isAccepted(parent)) {
+    return enterPlaced(name, move, hiddenTag, contents);
+  }
+  if (!isChecked(parent)) {
+    return enterUnmodelled(Placement::Refused, Judge::Nobody, refusalUnder(parent));
+  }
+  return enterAnew(name, hiddenTag);
+}
+
+bool ModelWalk::isAccepted(const OpenElement& parent) {
+  const DictionaryPosition& position = *cursor().getCurrentPosition();
+  if (position.memberIndex < 0) return admitsNonMember(cursor(), position.whereDefined());
+  cursor().readPath(parent.height, path_);
+  return structure_.accept(scopeOf(parent), path_);
+}
+
+// A child that does not fit: the iterator goes back to where it stood, and from there to where the
+// check says.
+Verdict ModelWalk::enterAnew(const Name& name, std::int32_t hiddenTag) {
+  OpenElement& parent = open_.back();
+  const StructureCheck::Scope scope = scopeOf(parent);
+  const StructureCheck::Outcome outcome = structure_.judge(scope, name);
+  if (outcome.kind != VerdictKind::Placed) ++faults_;
+  cursor().standAt(parent.height, structure_.path(scope));
+  if (!outcome.isPlaced) return enterRefused(outcome, hiddenTag);
+  const auto& member = model_->content().member(outcome.leaf);
+  const Wildcard* const wildcard =
+      member.toTagIndex == kNone ? model_->wildcardOfType(member.toTypeIndex) : nullptr;
+  Verdict verdict =
+      enterPlaced(name, wildcard == nullptr ? Move::ByName : Move::ByWildcard, hiddenTag,
+                  wildcard == nullptr ? ProcessContents{} : wildcard->processContents);
+  if (outcome.kind == VerdictKind::Placed) return verdict;
+  verdict.kind = outcome.kind;
+  verdict.reason = outcome.reason;
+  return verdict;
+}
+
+// Its content is judged by the type that it asks for or by what else is known of it.
+Verdict ModelWalk::enterRefused(const StructureCheck::Outcome& outcome, std::int32_t hiddenTag) {
+  Verdict verdict;
+  verdict.placement = Placement::Refused;
+  verdict.kind = outcome.kind;
+  verdict.reason = outcome.reason;
+  verdict.isConsequence = outcome.isConsequence;
+  verdict.memberIndex = outcome.leaf;
+  verdict.tagIndex = outcome.content;
+  if (outcome.kind == VerdictKind::BeyondLimit) {
+    verdict.placement = Placement::Member;
+    verdict.occurrence = fault().atMost + 1;
+  }
+  const SMD_TAG_DEFINITION* const tag = model_->dictionary().tags().find(outcome.content);
+  const std::int32_t contextTag = hiddenTag != 0 || tag == nullptr ? hiddenTag : tag->Id;
+  if (contextTag <= 0) {
+    open(Judge::Nobody, false, kNone);
+    return verdict;
+  }
+  pushLevel(contextTag);
+  takeContext(verdict);
+  open(Judge::Model, true, verdict.typeIndex);
+  return verdict;
+}
+
+// The content is judged by the tag that the innermost level starts from.
+void ModelWalk::takeContext(Verdict& verdict) {
+  const DictionaryPosition& context = *cursor().getCurrentPosition();
+  verdict.typeIndex = context.typeIndex;
+  verdict.contentTagIndex = context.tagIndex;
+}
+
+// Whether the children of an element are held against its type.
+bool ModelWalk::isChecked(const OpenElement& element) const {
+  if (!isChecking_ || element.judge != Judge::Model) return false;
+  const SMD_TYPE_DEFINITION* const type = model_->dictionary().types().find(element.typeIndex);
+  return type != nullptr && type->LogicalType < 1;
+}
+
 Verdict ModelWalk::enterWildcard(const Name& name, std::int32_t hiddenTag,
                                  ProcessContents contents) {
   const std::int32_t globalTag = model_->globalTag(name.local, name.namespaceURI);
   const std::int32_t contextTag = hiddenTag != 0 ? hiddenTag : globalTag;
   if (contextTag == 0 && contents == ProcessContents::Strict) {
-    return enterUnmodelled(Placement::Refused, Judge::Nobody, Refusal::NotDeclared);
+    return enterUnmodelled(Placement::Refused, Judge::Nobody, Reason::NotDeclared);
   }
   Verdict verdict = verdictAt(cursor());
   verdict.placement = Placement::Wildcard;
@@ -148,28 +271,32 @@ Verdict ModelWalk::enterWildcard(const Name& name, std::int32_t hiddenTag,
   }
   verdict.tagIndex = globalTag == 0 ? kNone : model_->dictionary().getTagDefIndex(globalTag);
   pushLevel(contextTag);
-  verdict.typeIndex = cursor().getCurrentPosition()->typeIndex;
+  takeContext(verdict);
   open(Judge::Model, true, verdict.typeIndex);
   return verdict;
 }
 
-Verdict ModelWalk::enterUnmodelled(Placement placement, Judge judge, Refusal refusal) {
+Verdict ModelWalk::enterUnmodelled(Placement placement, Judge judge, Reason reason) {
   open(judge, false, kNone);
   Verdict verdict;
   verdict.placement = placement;
-  verdict.refusal = refusal;
+  verdict.kind = kindOf(placement);
+  verdict.reason = reason;
   return verdict;
 }
 
 void ModelWalk::open(Judge judge, bool hasLevel, std::int32_t typeIndex) {
   open_.push_back({judge, hasLevel, false, typeIndex, ++elements_, counter_.mark()});
+  if (!isChecking_) return;
+  open_.back().height = judge == Judge::Model ? cursor().height() : 0;
+  open_.back().pathBegin = structure_.open();
 }
 
 // An element that takes another type than the declared one is walked on a level of its own.
 void ModelWalk::openByModel(Verdict& verdict, std::int32_t hiddenTag) {
   if (hiddenTag != 0) {
     pushLevel(hiddenTag);
-    verdict.typeIndex = cursor().getCurrentPosition()->typeIndex;
+    takeContext(verdict);
   }
   const bool isUnknown = verdict.placement == Placement::Refused && verdict.tagIndex < 0;
   const Judge judge = isUnknown && hiddenTag == 0 ? Judge::Nobody : Judge::Model;
@@ -229,33 +356,35 @@ bool ModelWalk::hasWildcardFor(const OpenElement& parent, const Name& name) cons
   });
 }
 
-Refusal ModelWalk::refusalUnder(const OpenElement& parent) const {
+Reason ModelWalk::refusalUnder(const OpenElement& parent) const {
   const SMD_TYPE_DEFINITION* const type = model_->dictionary().types().find(parent.typeIndex);
-  return type != nullptr && type->LogicalType > 0 ? Refusal::InSimpleType : Refusal::NotAllowed;
+  return type != nullptr && type->LogicalType > 0 ? Reason::InSimpleType : Reason::NotAllowed;
 }
 
 void ModelWalk::countUnordered(const Cursor& at, const OpenElement& parent, Verdict& verdict) {
   if (!at.isInUnorderedType()) return;
   verdict.occurrence = counter_.count(parent.number, verdict.memberIndex);
-  verdict.isBeyondLimit = isBeyondLimit(*at.getMemberDef(), verdict.occurrence - 1);
+  verdict.kind = kindOfRepeat(*at.getMemberDef(), verdict.occurrence - 1);
 }
 
 Verdict ModelWalk::verdictAt(const Cursor& at) const {
   const DictionaryPosition& position = *at.getCurrentPosition();
   Verdict verdict;
-  verdict.tagIndex = position.tagIndex;
+  verdict.tagIndex = verdict.contentTagIndex = position.tagIndex;
   verdict.typeIndex = position.typeIndex;
   const EWhereDefined where = position.whereDefined();
   if (const SMD_STRUCTURE_ELEMENT_DEFINITION* const member = at.getMemberDef(); member != nullptr) {
     verdict.placement = Placement::Member;
     verdict.memberIndex = position.memberIndex;
     verdict.occurrence = position.repeatIndex + 1;
-    verdict.isBeyondLimit = isBeyondLimit(*member, position.repeatIndex);
+    verdict.kind = kindOfRepeat(*member, position.repeatIndex);
   } else if (!admitsNonMember(at, where)) {
     verdict.placement = Placement::Refused;
-    verdict.refusal = Refusal::NotAllowed;
+    verdict.kind = VerdictKind::Refused;
+    verdict.reason = Reason::NotAllowed;
   } else {
     verdict.placement = where == WDTag ? Placement::TagDefined : Placement::SelfDefined;
+    verdict.kind = VerdictKind::Placed;
   }
   return verdict;
 }

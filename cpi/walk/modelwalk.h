@@ -22,45 +22,24 @@
 
 #include "cpi/dictinfo/stddi/stddictionaryiterator.h"
 #include "cpi/walk/occurrencecounter.h"
+#include "cpi/walk/structurecheck.h"
+#include "cpi/walk/verdict.h"
+#include "cpi/walk/walkcursor.h"
 #include "cpi/walk/walkmodel.h"
 
 namespace cpi {
 
-// Where an element of the message was placed.
-enum class Placement : std::uint8_t {
-  Root,         // the message's outermost element, a global element of the model
-  Member,       // a member of the enclosing type
-  Wildcard,     // admitted by a wildcard of the enclosing type
-  TagDefined,   // a global element where the enclosing type, or the absence of one, admits any
-  SelfDefined,  // an element unknown to the model, where unknown ones are admitted
-  Refused,      // the model does not admit it here
-  Unjudged,     // inside a refused element of which the model says nothing
-};
-inline constexpr std::size_t kPlacementCount = 7;
-
-// Why an element was refused.
-enum class Refusal : std::uint8_t {
-  None,
-  UnknownRoot,   // the model has no global element of this name
-  NotAllowed,    // the enclosing type has no place for it here
-  InSimpleType,  // the enclosing element has a simple type
-  NotDeclared,   // a wildcard demands a global declaration, and there is none
-};
-
-struct Verdict {
-  Placement placement = Placement::Unjudged;
-  Refusal refusal = Refusal::None;
-  bool isBeyondLimit = false;        // a member that occurs more often than it may
-  std::int32_t occurrence = 0;       // of the member, counted from 1; 0 for a non-member
-  std::int32_t memberIndex = kNone;  // Type Members row; of a wildcard's own member, too
-  std::int32_t tagIndex = kNone;     // Tags row
-  std::int32_t typeIndex = kNone;    // Types row that judges the content
-};
+// A message with more faulty elements is judged no further when checking: the elements behind them
+// are Unjudged. Without checking they are Refused without a closer kind.
+inline constexpr std::int32_t kMaxExplainedFaults = 1000;
 
 class ModelWalk {
  public:
   // `model` is not owned and must outlive the walk.
-  explicit ModelWalk(const WalkModel& model);
+  // With `isChecking` a member is Placed only when the structure is right: nothing required was
+  // skipped, no second alternative taken, no limit exceeded. Without it each element is judged by
+  // its place alone.
+  explicit ModelWalk(const WalkModel& model, bool isChecking = false);
   ~ModelWalk();
   ModelWalk(const ModelWalk&) = delete;
   ModelWalk& operator=(const ModelWalk&) = delete;
@@ -73,18 +52,26 @@ class ModelWalk {
   // Throws KelParserException when the dictionary makes no sense to the navigator.
   Verdict enter(const unsigned short* name, const KelStringBase& namespaceURI,
                 std::u16string_view typeKey);
+  // Says that the innermost open element is nil: it is complete, and nothing may stand in it. With
+  // `isTold` it is known that something does, so that it is no fault again.
+  void setNil(bool isTold = false);
+  // Whether the innermost open element lacks required members as it stands (only when checking).
+  bool isIncomplete();
   // The end of the innermost open element, which must exist.
   void leave();
+
+  // What there is to say of the last verdict that was a fault, or of isIncomplete(). The caller
+  // may move the lists out.
+  StructureCheck::Fault& fault() noexcept { return structure_.fault(); }
+  // The anonymous groups around the innermost open element, outermost first.
+  std::vector<GroupStep> groups() const;
 
   // The number of open elements.
   std::size_t depth() const noexcept { return open_.size(); }
 
  private:
-  class Cursor;
-  struct Name {
-    const unsigned short* local;
-    const KelStringBase& namespaceURI;
-  };
+  using Name = ElementName;
+  using Cursor = WalkCursor;
   // What judges the children of an open element.
   enum class Judge : std::uint8_t {
     Model,    // the iterator of the innermost level
@@ -98,17 +85,27 @@ class ModelWalk {
     std::int32_t typeIndex = kNone;
     std::int64_t number = 0;     // in document order, from 1
     std::size_t countsMark = 0;  // see OccurrenceCounter
+    std::size_t height = 0;      // of the iterator; see WalkCursor
+    std::size_t pathBegin = 0;   // see StructureCheck::Scope
+    bool isNil = false;
+    bool isNilTold = false;
   };
   struct Level {
     std::unique_ptr<Cursor> at;
     std::unique_ptr<Cursor> spare;  // a copy taken before a move that may have to be undone
   };
+
   enum class Move : std::uint8_t { Failed, ByName, ByWildcard };
 
   Verdict enterRoot(const Name& name, std::u16string_view typeKey);
   Verdict enterChild(const Name& name, std::u16string_view typeKey);
+  Verdict enterChecked(const Name& name, std::u16string_view typeKey);
+  Verdict enterPlaced(const Name& name, Move move, std::int32_t hiddenTag,
+                      ProcessContents contents);
+  Verdict enterAnew(const Name& name, std::int32_t hiddenTag);
+  Verdict enterRefused(const StructureCheck::Outcome& outcome, std::int32_t hiddenTag);
   Verdict enterWildcard(const Name& name, std::int32_t hiddenTag, ProcessContents contents);
-  Verdict enterUnmodelled(Placement placement, Judge judge, Refusal refusal);
+  Verdict enterUnmodelled(Placement placement, Judge judge, Reason reason);
   void open(Judge judge, bool hasLevel, std::int32_t typeIndex);
   void openByModel(Verdict& verdict, std::int32_t hiddenTag);
   void pushLevel(std::int32_t contextTag);
@@ -118,17 +115,28 @@ class ModelWalk {
   bool placeByWildcard(Cursor& at, const OpenElement& parent, const Name& name,
                        ProcessContents& contents) const;
   bool hasWildcardFor(const OpenElement& parent, const Name& name) const noexcept;
-  Refusal refusalUnder(const OpenElement& parent) const;
+  Reason refusalUnder(const OpenElement& parent) const;
   Verdict verdictAt(const Cursor& at) const;
   void countUnordered(const Cursor& at, const OpenElement& parent, Verdict& verdict);
+  void classify(Verdict& verdict, std::int32_t parentType, const Name& name);
+  void takeContext(Verdict& verdict);
+  bool isAccepted(const OpenElement& parent);
+  bool isChecked(const OpenElement& element) const;
+  static StructureCheck::Scope scopeOf(const OpenElement& element) noexcept {
+    return {element.number, element.typeIndex, element.pathBegin};
+  }
   Cursor& cursor() noexcept { return *levels_[levelCount_ - 1].at; }
 
   const WalkModel* model_;
+  bool isChecking_;
   std::vector<Level> levels_;
   std::size_t levelCount_ = 0;  // those in use; the others wait to be used again
   std::vector<OpenElement> open_;
   OccurrenceCounter counter_;
+  StructureCheck structure_;
+  ContentPath path_;           // of the element that is being placed
   std::int64_t elements_ = 0;  // entered so far
+  std::int32_t faults_ = 0;
 };
 
 }  // namespace cpi

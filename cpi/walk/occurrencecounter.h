@@ -19,6 +19,10 @@ class OccurrenceCounter {
   explicit OccurrenceCounter(std::int32_t memberRows)
       : counts_(static_cast<std::size_t>(memberRows)) {}
 
+  // Makes room for rows that were not there before.
+  void grow(std::size_t rows) {
+    if (rows > counts_.size()) counts_.resize(rows);
+  }
   // The number of occurrences of a member in `element`, this one included. `element` is a number
   // that no other element of the message has; the row must exist.
   std::int32_t count(std::int64_t element, std::int32_t memberIndex) {
@@ -28,6 +32,13 @@ class OccurrenceCounter {
       count = {element, 0};
     }
     return ++count.occurrences;
+  }
+
+  // How often it has occurred so far.
+  std::int32_t countedFor(std::int64_t element, std::int32_t memberIndex) const noexcept {
+    const auto slot = static_cast<std::size_t>(memberIndex);
+    if (slot >= counts_.size()) return 0;
+    return counts_[slot].element == element ? counts_[slot].occurrences : 0;
   }
 
   // What to hand to forget() when the element that begins now is left.

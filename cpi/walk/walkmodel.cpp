@@ -5,6 +5,7 @@
 #include <stdexcept>
 
 #include "cpi/extract/modelconventions.h"
+#include "cpi/walk/elementplaces.h"
 
 namespace cpi {
 namespace {
@@ -109,10 +110,24 @@ bool Wildcard::admits(std::u16string_view namespaceURI) const noexcept {
   return listed != admitsOthers;
 }
 
-WalkModel::WalkModel(const StdDictionaryInfo& dictionary) : dictionary_(&dictionary) {
+WalkModel::WalkModel(const StdDictionaryInfo& dictionary)
+    : dictionary_(&dictionary), content_(dictionary) {
   readWildcards();
   readHiddenTags();
   listWildcardsOfTypes();
+}
+
+WalkModel::~WalkModel() = default;
+
+const ElementPlaces& WalkModel::places() const {
+  std::call_once(hasPlaces_, [this] { places_ = std::make_unique<ElementPlaces>(content_); });
+  return *places_;
+}
+
+const Wildcard* WalkModel::wildcardOfType(std::int32_t typeIndex) const noexcept {
+  if (!dictionary_->types().contains(typeIndex)) return nullptr;
+  const std::int32_t number = wildcardOfType_[static_cast<std::size_t>(typeIndex)];
+  return number == kNone ? nullptr : &wildcards_[static_cast<std::size_t>(number)];
 }
 
 void WalkModel::readWildcards() {

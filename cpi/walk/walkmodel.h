@@ -13,6 +13,8 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <memory>
+#include <mutex>
 #include <span>
 #include <string>
 #include <string_view>
@@ -20,6 +22,7 @@
 #include <vector>
 
 #include "cpi/dictinfo/stddi/stddictionaryinfo.h"
+#include "cpi/walk/contentmodel.h"
 
 namespace cpi {
 
@@ -41,21 +44,30 @@ struct Wildcard {
   bool admits(std::u16string_view namespaceURI) const noexcept;
 };
 
+class ElementPlaces;
+
 class WalkModel {
  public:
   // Reads all rows of a loaded dictionary. Throws std::length_error when its groups are so
-  // entangled that listing the wildcards of each type would not end in reasonable time.
+  // entangled, or so many of its types share their members, that reading them would not end in
+  // reasonable time.
   explicit WalkModel(const StdDictionaryInfo& dictionary);
+  ~WalkModel();
   WalkModel(const WalkModel&) = delete;
   WalkModel& operator=(const WalkModel&) = delete;
 
   const StdDictionaryInfo& dictionary() const noexcept { return *dictionary_; }
+  const ContentModel& content() const noexcept { return content_; }
+  // Where names are known; made when it is asked for the first time.
+  const ElementPlaces& places() const;
   // The wildcards directly in the content of a type or in its anonymous groups, as numbers for
   // wildcard(). Empty when there are none or `typeIndex` is no row.
   std::span<const std::int32_t> wildcardsOf(std::int32_t typeIndex) const noexcept;
   const Wildcard& wildcard(std::int32_t number) const noexcept {
     return wildcards_[static_cast<std::size_t>(number)];
   }
+  // The wildcard that a type stands for; null: none.
+  const Wildcard* wildcardOfType(std::int32_t typeIndex) const noexcept;
   // The id of the tag of a global element, or 0.
   std::int32_t globalTag(const unsigned short* name, const KelStringBase& namespaceURI) const;
   // The id of the hidden tag of a named type, or 0. `key` is the type's name, '^', its namespace.
@@ -74,6 +86,9 @@ class WalkModel {
   void listWildcardsOfTypes();
 
   const StdDictionaryInfo* dictionary_;
+  ContentModel content_;
+  mutable std::once_flag hasPlaces_;
+  mutable std::unique_ptr<const ElementPlaces> places_;
   std::vector<Wildcard> wildcards_;
   std::vector<std::int32_t> wildcardOfType_;  // by type row: its wildcard's number, or -1
   std::vector<std::size_t> firstOfType_;      // by type row, and the end: into listed_

@@ -31,7 +31,8 @@ const XmlName& XmlNames::find(const char* local, const char* uri) {
   if (const Slot& slot = slotOf(local, uri); slot.local != nullptr) return *slot.name;
   if (names_.size() * 2 >= slots_.size()) grow();
   const XmlName& name = names_.emplace_back(
-      XmlName{KelStringBase::fromUtf8(local), KelStringBase::fromUtf8(uri == nullptr ? "" : uri)});
+      XmlName{KelStringBase::fromUtf8(local), KelStringBase::fromUtf8(uri == nullptr ? "" : uri),
+              static_cast<std::int32_t>(names_.size())});
   slotOf(local, uri) = {local, uri, &name};
   return name;
 }

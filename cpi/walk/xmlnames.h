@@ -22,6 +22,7 @@ namespace cpi {
 struct XmlName {
   KelStringBase local;
   KelStringBase namespaceURI;
+  std::int32_t number;  // from 0, in order of first use
 };
 
 class XmlNames {
@@ -31,6 +32,7 @@ class XmlNames {
   // The converted name, valid until clear(). `local` and `uri` (null: none) are interned.
   const XmlName& find(const char* local, const char* uri);
   void clear() noexcept;
+  std::size_t size() const noexcept { return names_.size(); }
 
  private:
   static constexpr std::size_t kFirstSlots = 256;  // a power of two, as all sizes

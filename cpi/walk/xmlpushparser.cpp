@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <exception>
+#include <functional>
 #include <new>
 
 namespace cpi {
@@ -65,18 +66,20 @@ class AttributeGuard {
 }  // namespace
 
 XmlEvents::~XmlEvents() = default;
+void XmlEvents::text(std::string_view) {}
 
 // The parser's C side. Callbacks get the parser context, of the message or of an entity inside
 // it; `_private`, which entities inherit, leads here. No exception may pass through C: the first
 // one is kept and thrown when the parser has returned.
 class XmlPushParser::Context {
  public:
-  Context(XmlEvents& events, std::string fileName)
+  Context(XmlEvents& events, std::string fileName, bool hasText)
       : events_(events), fileName_(std::move(fileName)) {
     // Parsers made in several threads at once would each initialise the library.
     static const bool isInitialised = (xmlInitParser(), true);
     static_cast<void>(isInitialised);
     xmlSAXHandler handler = makeHandler();
+    if (hasText) handler.characters = handler.ignorableWhitespace = handler.cdataBlock = onText;
     parser_ = xmlCreatePushParserCtxt(&handler, nullptr, nullptr, 0, fileName_.c_str());
     if (parser_ == nullptr) throw std::bad_alloc();
     parser_->_private = this;
@@ -84,6 +87,9 @@ class XmlPushParser::Context {
     type_ = xmlDictLookup(parser_->dict, bytesOf("type"), -1);
     instance_ =
         xmlDictLookup(parser_->dict, bytesOf("http://www.w3.org/2001/XMLSchema-instance"), -1);
+    if (type_ != nullptr && instance_ != nullptr) return;
+    xmlFreeParserCtxt(parser_);
+    throw std::bad_alloc();
   }
   ~Context() {
     if (parser_->myDoc != nullptr) xmlFreeDoc(parser_->myDoc);
@@ -109,7 +115,8 @@ class XmlPushParser::Context {
     if (parser_->wellFormed == 0) fail("not well-formed");
   }
 
-  XmlPosition position() const noexcept;
+  WalkPosition position() const noexcept;
+  WalkPosition textPosition(std::string_view part) const noexcept;
   std::int64_t notFetched() const noexcept { return notFetched_; }
 
  private:
@@ -117,10 +124,13 @@ class XmlPushParser::Context {
     return *static_cast<Context*>(static_cast<xmlParserCtxtPtr>(parser)->_private);
   }
   static xmlSAXHandler makeHandler();
+  static WalkPosition positionOf(const xmlParserInput& input, const xmlChar* at,
+                                 const xmlChar* end) noexcept;
   static void onStart(void* parser, const xmlChar* local, const xmlChar* prefix, const xmlChar* uri,
                       int declarationCount, const xmlChar** declarations, int attributeCount,
                       int defaulted, const xmlChar** attributes);
   static void onEnd(void* parser, const xmlChar* local, const xmlChar* prefix, const xmlChar* uri);
+  static void onText(void* parser, const xmlChar* text, int length);
   static void onEntity(void* parser, const xmlChar* name, int type, const xmlChar* publicId,
                        const xmlChar* systemId, xmlChar* content);
   static xmlEntityPtr onReference(void* parser, const xmlChar* name);
@@ -153,7 +163,7 @@ class XmlPushParser::Context {
     if (pending_ != nullptr) std::rethrow_exception(pending_);
   }
   [[noreturn]] void fail(const std::string& message) const {
-    const XmlPosition at = position();
+    const WalkPosition at = position();
     throw FileError(fileName_, {at.line, at.column}, message);
   }
 
@@ -204,7 +214,8 @@ void XmlPushParser::Context::onStart(void* parser, const xmlChar* local, const x
     if (++self.depth_ > kMaxXmlDepth) self.fail("elements are nested too deeply");
     if (self.parser_->nsNr / 2 > kMaxNamespaces) self.fail("too many namespaces are in scope");
     self.events_.startElement({charsOf(local), charsOf(uri), declarations, declarationCount,
-                               self.typeAmong(attributes, attributeCount)});
+                               self.typeAmong(attributes, attributeCount), attributes,
+                               attributeCount});
   });
 }
 
@@ -213,6 +224,13 @@ void XmlPushParser::Context::onEnd(void* parser, const xmlChar*, const xmlChar*,
   self.guarded(parser, [&] {
     --self.depth_;
     self.events_.endElement();
+  });
+}
+
+void XmlPushParser::Context::onText(void* parser, const xmlChar* text, int length) {
+  Context& self = of(parser);
+  self.guarded(parser, [&] {
+    self.events_.text({charsOf(text), static_cast<std::size_t>(length)});
   });
 }
 
@@ -254,6 +272,7 @@ void XmlPushParser::Context::onError(void* parser, xmlErrorPtr error) {
   if (error->level < (isOfNamespaces ? XML_ERR_ERROR : XML_ERR_FATAL)) return;
   Context& self = of(parser);
   self.guarded(parser, [&] {
+    if (error->code == XML_ERR_NO_MEMORY) throw std::bad_alloc();
     throw FileError(self.fileName_, {error->line, error->int2}, self.messageOf(*error));
   });
 }
@@ -276,37 +295,64 @@ std::string_view XmlPushParser::Context::typeAmong(const xmlChar** attributes,
   return {};
 }
 
-// The parser stands at the end of the start tag. No value may contain '<', so the last one in
-// front of it begins the tag.
-XmlPosition XmlPushParser::Context::position() const noexcept {
+// The parser stands at the end of the tag. No value may contain '<', so the last one in front of
+// it begins the tag.
+WalkPosition XmlPushParser::Context::position() const noexcept {
   const xmlParserInputPtr input = parser_->input;
   if (input == nullptr) return {};
   const xmlChar* tag = input->cur;
   while (tag > input->base && *tag != '<') --tag;
-  XmlPosition place;
-  const bool isConverted = input->buf != nullptr && input->buf->encoder != nullptr;
-  if (!isConverted) place.offset = static_cast<std::int64_t>(input->consumed) + (tag - input->base);
-  const std::int64_t lineEnds = std::count(tag, input->cur, xmlChar{'\n'});
-  place.line = input->line - lineEnds;
+  return positionOf(*input, tag, input->cur);
+}
+
+// The parser's line is that of the end of the text. It hands out the text in its input, from where
+// it stands on, or a copy of what is in front of there. Text that comes out of an entity, or was
+// converted, is neither: it has the place where the parser stands.
+WalkPosition XmlPushParser::Context::textPosition(std::string_view part) const noexcept {
+  const xmlParserInputPtr input = parser_->input;
+  if (input == nullptr) return {};
+  const xmlChar* begin = bytesOf(part.data());
+  const bool isInside = std::less_equal<>()(input->base, begin) && std::less<>()(begin, input->end);
+  if (!isInside) {
+    const auto size = static_cast<std::ptrdiff_t>(part.size());
+    const bool isInFront =
+        input->cur - input->base >= size && std::equal(begin, begin + size, input->cur - size);
+    if (!isInFront) return positionOf(*input, input->cur, input->cur);
+    begin = input->cur - size;
+  }
+  return positionOf(*input, begin, begin + part.size());
+}
+
+// The place of `at`, when the parser's line and column are those of `end`, behind it.
+WalkPosition XmlPushParser::Context::positionOf(const xmlParserInput& input, const xmlChar* at,
+                                                const xmlChar* end) noexcept {
+  WalkPosition place;
+  const bool isConverted = input.buf != nullptr && input.buf->encoder != nullptr;
+  if (!isConverted) place.offset = static_cast<std::int64_t>(input.consumed) + (at - input.base);
+  const std::int64_t lineEnds = std::count(at, end, xmlChar{'\n'});
+  place.line = input.line - lineEnds;
   if (lineEnds == 0) {
-    place.column = input->col - std::count_if(tag, input->cur, startsCharacter);
+    place.column = input.col - std::count_if(at, end, startsCharacter);
     return place;
   }
-  const xmlChar* const limit = tag - std::min(tag - input->base, kMaxLookBack);
-  const xmlChar* line = tag;
+  const xmlChar* const limit = at - std::min(at - input.base, kMaxLookBack);
+  const xmlChar* line = at;
   while (line > limit && line[-1] != '\n') --line;
-  const bool isLineStart = line > input->base ? line[-1] == '\n' : input->consumed == 0;
-  if (isLineStart) place.column = std::count_if(line, tag, startsCharacter) + 1;
+  const bool isLineStart = line > input.base ? line[-1] == '\n' : input.consumed == 0;
+  if (isLineStart) place.column = std::count_if(line, at, startsCharacter) + 1;
   return place;
 }
 
-XmlPushParser::XmlPushParser(XmlEvents& events, std::string fileName)
-    : context_(std::make_unique<Context>(events, std::move(fileName))) {}
+XmlPushParser::XmlPushParser(XmlEvents& events, std::string fileName, bool hasText)
+    : context_(std::make_unique<Context>(events, std::move(fileName), hasText)) {}
 XmlPushParser::~XmlPushParser() = default;
 
 void XmlPushParser::feed(std::string_view bytes) { context_->feed(bytes); }
 void XmlPushParser::finish() { context_->finish(); }
-XmlPosition XmlPushParser::position() const noexcept { return context_->position(); }
+WalkPosition XmlPushParser::position() const noexcept { return context_->position(); }
+WalkPosition XmlPushParser::textPosition(std::string_view part) const noexcept {
+  return context_->textPosition(part);
+}
 std::int64_t XmlPushParser::notFetched() const noexcept { return context_->notFetched(); }
 
 }  // namespace cpi

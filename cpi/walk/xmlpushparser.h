@@ -24,7 +24,9 @@ struct XmlStartTag {
   const char* uri;                     // null: none
   const unsigned char** declarations;  // pairs of prefix (null: default namespace) and URI
   int declarationCount;
-  std::string_view type;  // the value of xsi:type, or empty
+  std::string_view type;             // the value of xsi:type, or empty
+  const unsigned char** attributes;  // five each: local name, prefix, URI, value, end of the value
+  int attributeCount;
 };
 
 class XmlEvents {
@@ -33,12 +35,14 @@ class XmlEvents {
   // What these throw ends the parse and leaves feed() or finish().
   virtual void startElement(const XmlStartTag& tag) = 0;
   virtual void endElement() = 0;
+  // A piece of text; only when the parser was told to report it. Does nothing by default.
+  virtual void text(std::string_view piece);
 };
 
 class XmlPushParser {
  public:
   // `events` is not owned. Throws std::bad_alloc.
-  XmlPushParser(XmlEvents& events, std::string fileName);
+  XmlPushParser(XmlEvents& events, std::string fileName, bool hasText = false);
   ~XmlPushParser();
   XmlPushParser(const XmlPushParser&) = delete;
   XmlPushParser& operator=(const XmlPushParser&) = delete;
@@ -49,8 +53,11 @@ class XmlPushParser {
   // The end of the message. Throws as feed().
   void finish();
 
-  // The place of the start tag that is being reported.
-  XmlPosition position() const noexcept;
+  // The place of the tag that is being reported.
+  WalkPosition position() const noexcept;
+  // The place of the end of the piece of text that is being reported, or of a part that ends with
+  // it: where that begins.
+  WalkPosition textPosition(std::string_view part) const noexcept;
   std::int64_t notFetched() const noexcept;
 
  private:

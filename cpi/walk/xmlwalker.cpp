@@ -3,10 +3,14 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <optional>
+#include <utility>
 #include <vector>
 
+#include "cpi/walk/xmlcheck.h"
 #include "cpi/walk/xmlnames.h"
 #include "cpi/walk/xmlpushparser.h"
+#include "cpi/walk/xmltrail.h"
 
 namespace cpi {
 namespace {
@@ -24,17 +28,19 @@ using File = std::unique_ptr<std::FILE, CloseFile>;
 
 }  // namespace
 
-WalkVisitor::~WalkVisitor() = default;
-
 // One message at a time; what it has allocated serves the next message too.
-class XmlWalker::Walk : public XmlEvents {
+class XmlWalker::Walk : public XmlEvents, public FindingSink {
  public:
-  explicit Walk(const WalkModel& model) : model_(&model), walk_(model) {}
+  Walk(const WalkModel& model, const WalkOptions& options)
+      : model_(&model), walk_(model, options.isChecking), trail_(walk_) {
+    if (options.isChecking) check_.emplace(model, walk_, trail_, *this);
+  }
 
   void begin(WalkVisitor* visitor) {
     walk_.restart();
     names_.clear();
     scope_.clear();
+    trail_.clear();
     summary_ = {};
     visitor_ = visitor;
   }
@@ -43,10 +49,8 @@ class XmlWalker::Walk : public XmlEvents {
   WalkSummary text(std::string_view text, const std::string& name);
 
   void startElement(const XmlStartTag& tag) override;
-  void endElement() override {
-    scope_.leave();
-    walk_.leave();
-  }
+  void text(std::string_view piece) override { check_->text(piece, *parser_); }
+  void endElement() override;
 
  private:
   WalkSummary finish(XmlPushParser& parser) {
@@ -58,12 +62,22 @@ class XmlWalker::Walk : public XmlEvents {
   void count(const Verdict& verdict) noexcept {
     ++summary_.elements;
     ++summary_.placed[static_cast<std::size_t>(verdict.placement)];
-    summary_.beyondLimit += verdict.isBeyondLimit ? 1 : 0;
+    summary_.beyondLimit += verdict.isBeyondLimit() ? 1 : 0;
   }
-  void report(const Verdict& verdict, const XmlStartTag& tag) const;
+  // Whether the way to each element is kept.
+  bool isFollowed() const noexcept { return visitor_ != nullptr || check_.has_value(); }
+  void follow(const Verdict& verdict, const XmlName& name, const XmlStartTag& tag,
+              std::u16string_view typeKey);
+  void report(const Verdict& verdict, const XmlStartTag& tag, const Finding* finding) const;
+  Finding structureFinding(const Verdict& verdict);
+  void complete(Finding& finding, const WalkPosition* position) const;
+  void add(Finding finding, const WalkPosition* position) override;
+  void deliver(const Finding& finding);
 
   const WalkModel* model_;
   ModelWalk walk_;
+  XmlTrail trail_;
+  std::optional<XmlCheck> check_;
   XmlNames names_;
   XmlNamespaces scope_;
   XmlTypeKeys typeKeys_;
@@ -76,7 +90,7 @@ class XmlWalker::Walk : public XmlEvents {
 WalkSummary XmlWalker::Walk::file(const std::string& path) {
   const File file(std::fopen(path.c_str(), "rb"));
   if (file == nullptr) refuse(path, "cannot be opened");
-  XmlPushParser parser(*this, path);
+  XmlPushParser parser(*this, path, check_.has_value());
   parser_ = &parser;
   buffer_.resize(kReadSize);
   while (const std::size_t size = std::fread(buffer_.data(), 1, buffer_.size(), file.get())) {
@@ -87,7 +101,7 @@ WalkSummary XmlWalker::Walk::file(const std::string& path) {
 }
 
 WalkSummary XmlWalker::Walk::text(std::string_view text, const std::string& name) {
-  XmlPushParser parser(*this, name);
+  XmlPushParser parser(*this, name, check_.has_value());
   parser_ = &parser;
   parser.feed(text);
   return finish(parser);
@@ -100,10 +114,84 @@ void XmlWalker::Walk::startElement(const XmlStartTag& tag) {
       tag.type.empty() ? std::u16string_view() : typeKeys_.find(tag.type, scope_);
   const Verdict verdict = walk_.enter(name.local.getText(), name.namespaceURI, typeKey);
   count(verdict);
-  if (visitor_ != nullptr) report(verdict, tag);
+  if (isFollowed()) follow(verdict, name, tag, typeKey);
 }
 
-void XmlWalker::Walk::report(const Verdict& verdict, const XmlStartTag& tag) const {
+void XmlWalker::Walk::follow(const Verdict& verdict, const XmlName& name, const XmlStartTag& tag,
+                             std::u16string_view typeKey) {
+  XmlFrame& frame = trail_.enter(name, names_.size());
+  frame.local = tag.local;
+  frame.uri = tag.uri;
+  frame.verdict = verdict;
+  const bool isGood =
+      verdict.isGood() || verdict.isConsequence || verdict.kind == VerdictKind::Unjudged;
+  if (isGood) {
+    report(verdict, tag, nullptr);
+  } else {
+    Finding finding = structureFinding(verdict);
+    complete(finding, nullptr);
+    report(verdict, tag, &finding);
+    deliver(finding);
+  }
+  if (check_) check_->start(tag, typeKey);
+}
+
+void XmlWalker::Walk::endElement() {
+  if (check_) {
+    check_->end();
+    if (walk_.isIncomplete()) {
+      Verdict verdict = trail_.top().verdict;
+      verdict.kind = VerdictKind::Incomplete;
+      verdict.reason = Reason::NeverCame;
+      add(structureFinding(verdict), nullptr);
+    }
+  }
+  if (isFollowed()) trail_.leave();
+  scope_.leave();
+  walk_.leave();
+}
+
+// Of the last structural fault of the walk.
+Finding XmlWalker::Walk::structureFinding(const Verdict& verdict) {
+  StructureCheck::Fault& fault = walk_.fault();
+  Finding finding;
+  finding.verdict = verdict;
+  finding.missing = std::move(fault.missing);
+  finding.expected = std::move(fault.expected);
+  finding.groups = std::move(fault.groups);
+  finding.elsewhere = std::move(fault.elsewhere);
+  finding.elsewhereCount = fault.elsewhereCount;
+  finding.atMost = fault.atMost;
+  const auto* const member = model_->dictionary().typeMembers().find(verdict.memberIndex);
+  if (verdict.isBeyondLimit() && finding.atMost < 0 && member != nullptr) {
+    finding.atMost = member->MaxOccurs;
+  }
+  fault = {};
+  return finding;
+}
+
+void XmlWalker::Walk::complete(Finding& finding, const WalkPosition* position) const {
+  finding.path = trail_.path();
+  finding.position = position == nullptr ? parser_->position() : *position;
+  if (finding.name.empty()) {
+    finding.name = finding.path.back().name;
+    finding.namespaceURI = finding.path.back().namespaceURI;
+  }
+}
+
+void XmlWalker::Walk::add(Finding finding, const WalkPosition* position) {
+  complete(finding, position);
+  deliver(finding);
+}
+
+void XmlWalker::Walk::deliver(const Finding& finding) {
+  ++summary_.found[static_cast<std::size_t>(finding.verdict.kind)];
+  if (visitor_ != nullptr) visitor_->finding(finding);
+}
+
+void XmlWalker::Walk::report(const Verdict& verdict, const XmlStartTag& tag,
+                             const Finding* finding) const {
+  if (visitor_ == nullptr) return;
   const StdDictionaryInfo& dictionary = model_->dictionary();
   WalkedElement element;
   element.verdict = verdict;
@@ -114,10 +202,13 @@ void XmlWalker::Walk::report(const Verdict& verdict, const XmlStartTag& tag) con
   element.member = dictionary.typeMembers().find(verdict.memberIndex);
   element.tag = dictionary.tags().find(verdict.tagIndex);
   element.type = dictionary.types().find(verdict.typeIndex);
+  element.finding = finding;
+  element.trail = &trail_;
   visitor_->element(element);
 }
 
-XmlWalker::XmlWalker(const WalkModel& model) : walk_(std::make_unique<Walk>(model)) {}
+XmlWalker::XmlWalker(const WalkModel& model, WalkOptions options)
+    : walk_(std::make_unique<Walk>(model, options)) {}
 XmlWalker::~XmlWalker() = default;
 XmlWalker::XmlWalker(XmlWalker&&) noexcept = default;
 

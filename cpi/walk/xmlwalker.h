@@ -4,7 +4,10 @@
 //     cpi::XmlWalker walker(model);
 //     const cpi::WalkSummary summary = walker.walkFile("order.xml", &visitor);
 //
-// Only elements are judged; text, comments and processing instructions are passed over. Nothing
+// Without WalkOptions::isChecking only the places of elements are judged; text and attributes are
+// passed over. With it the message must be right as a whole: what is missing, values, and text
+// where none may be are judged too, see docs/walk.md. Comments and processing instructions are
+// always passed over. Nothing
 // beyond the message is ever read: external entities and external document types are counted and
 // left out. Entities that the message defines itself are expanded within the parser's limits.
 //
@@ -21,55 +24,17 @@
 #include "cpi/dictinfo/stddi/records.h"
 #include "cpi/extract/fileerror.h"
 #include "cpi/walk/modelwalk.h"
+#include "cpi/walk/walkvisitor.h"
 
 namespace cpi {
 
 // Deeper messages are refused.
 inline constexpr std::int32_t kMaxXmlDepth = 256;
 
-// The start of a tag; the column is 0 when it is not known. An element that comes out of an entity
-// has the place of the reference.
-struct XmlPosition : FilePosition {
-  std::int64_t offset = -1;  // in bytes from 0; -1 when the message is in another code than UTF-8
-};
-
-// One element and where it was placed. Valid during the call that hands it out.
-struct WalkedElement {
-  Verdict verdict;
-  std::int32_t depth = 0;         // 0: the root
-  std::string_view name;          // local name, UTF-8
-  std::string_view namespaceURI;  // UTF-8, empty: none
-  XmlPosition position;
-  const SMD_STRUCTURE_ELEMENT_DEFINITION* member = nullptr;  // null: no member
-  const SMD_TAG_DEFINITION* tag = nullptr;                   // null: the model has none
-  const SMD_TYPE_DEFINITION* type = nullptr;                 // null: the content is not judged
-};
-
-class WalkVisitor {
- public:
-  virtual ~WalkVisitor();
-  // At the start of each element, in document order. What it throws ends the walk and leaves it.
-  virtual void element(const WalkedElement& element) = 0;
-};
-
-// Counts of one message.
-struct WalkSummary {
-  std::int64_t elements = 0;
-  std::array<std::int64_t, kPlacementCount> placed{};  // by Placement
-  std::int64_t beyondLimit = 0;  // members that occur more often than they may
-  std::int64_t notFetched = 0;   // external entities and document types that it declares
-
-  std::int64_t count(Placement placement) const noexcept {
-    return placed[static_cast<std::size_t>(placement)];
-  }
-  // Whether each element has a place that the model admits.
-  bool isAllPlaced() const noexcept { return beyondLimit == 0 && count(Placement::Refused) == 0; }
-};
-
 class XmlWalker {
  public:
   // `model` is not owned and must outlive the walker.
-  explicit XmlWalker(const WalkModel& model);
+  explicit XmlWalker(const WalkModel& model, WalkOptions options = {});
   ~XmlWalker();
   XmlWalker(XmlWalker&&) noexcept;
   XmlWalker& operator=(XmlWalker&&) = delete;

@@ -5,8 +5,8 @@
 #include <thread>
 #include <vector>
 
-#include "tests/core/support/allocations.h"
 #include "tests/core/support/testmodel.h"
+#include "tests/support/allocations.h"
 
 namespace cpi::test {
 namespace {

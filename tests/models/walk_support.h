@@ -66,7 +66,7 @@ class LineVisitor : public WalkVisitor {
     if (!line_.empty()) line_ += depth_ < element.depth ? '(' : ' ';
     depth_ = element.depth;
     line_ += kMarks[static_cast<std::size_t>(element.verdict.placement)];
-    if (element.verdict.isBeyondLimit) line_ += '>';
+    if (element.verdict.isBeyondLimit()) line_ += '>';
     line_ += element.name;
     if (element.verdict.occurrence > 1) {
       line_ += "[" + std::to_string(element.verdict.occurrence) + "]";

@@ -146,7 +146,7 @@ TEST(Walk, ReportsPositionDefinitionsAndReasons) {
               std::string(element.namespaceURI) + "}" + std::string(element.name);
       if (element.member != nullptr) text += " max " + std::to_string(element.member->MaxOccurs);
       if (element.type != nullptr) text += " " + toUtf8(textView(element.type->Identifier));
-      text += " " + std::to_string(static_cast<int>(element.verdict.refusal)) + "\n";
+      text += " " + std::to_string(static_cast<int>(element.verdict.reason)) + "\n";
     }
   };
   const Model model(

@@ -47,18 +47,6 @@ Json usesFacts(const Dictionary& dictionary, const std::vector<std::int32_t>& ro
   return uses;
 }
 
-// What a member is, for people: an element's name, a group's composition, a wildcard's words.
-std::string memberWords(const Dictionary& dictionary,
-                        const cpi::SMD_STRUCTURE_ELEMENT_DEFINITION& member) {
-  if (const auto* const tag = dictionary.tags().find(member.toTagIndex); tag != nullptr) {
-    return shown(comparedName(tag->TextIdentifier));
-  }
-  const auto* const type = dictionary.types().find(member.toTypeIndex);
-  if (isGroup(member, type)) return "(" + compositionWord(type->Composition) + ")";
-  if (isWildcard(member, type)) return wildcardWords(*type);
-  return shown(member.PhysicalName);
-}
-
 Json membersFacts(const Dictionary& dictionary, std::int32_t typeIndex) {
   const MemberRows rows = membersOf(dictionary, typeIndex);
   Json members = Json::array();
@@ -75,6 +63,17 @@ Json membersFacts(const Dictionary& dictionary, std::int32_t typeIndex) {
 }
 
 }  // namespace
+
+std::string memberWords(const cpi::StdDictionaryInfo& dictionary,
+                        const cpi::SMD_STRUCTURE_ELEMENT_DEFINITION& member) {
+  if (const auto* const tag = dictionary.tags().find(member.toTagIndex); tag != nullptr) {
+    return shown(comparedName(tag->TextIdentifier));
+  }
+  const auto* const type = dictionary.types().find(member.toTypeIndex);
+  if (isGroup(member, type)) return "(" + compositionWord(type->Composition) + ")";
+  if (isWildcard(member, type)) return wildcardWords(*type);
+  return shown(member.PhysicalName);
+}
 
 // Rows follow one another with one parent, wherever the first index points to.
 MemberRows membersOf(const cpi::StdDictionaryInfo& dictionary, std::int32_t typeIndex) {

@@ -33,6 +33,10 @@ struct MemberRows {
 };
 MemberRows membersOf(const cpi::StdDictionaryInfo& dictionary, std::int32_t typeIndex);
 
+// What a member is, for people: an element's name, a group's composition, a wildcard's words.
+std::string memberWords(const cpi::StdDictionaryInfo& dictionary,
+                        const cpi::SMD_STRUCTURE_ELEMENT_DEFINITION& member);
+
 // {"id", "name"} of a row; null when there is no such row.
 Json tagReference(const cpi::StdDictionaryInfo& dictionary, std::int32_t tagIndex);
 Json typeReference(const cpi::StdDictionaryInfo& dictionary, std::int32_t typeIndex);

@@ -1,75 +1,132 @@
-// The report for programs: a JSON object per element and one per message, each on its own line.
-#include <fmt/core.h>
-
-#include <nlohmann/json.hpp>
-
+// The reports for programs: a JSON object per element, finding and message, or one per message.
 #include "cpi/runtime/kelstring.h"
+#include "tools/stddict/findingjson.h"
 #include "tools/stddict/walkreport.h"
 #include "tools/stddict/walkwords.h"
 
 namespace {
 
-using Json = nlohmann::ordered_json;
-
-// File names need not be UTF-8.
-void printLine(const Json& line) {
-  fmt::print("{}\n", line.dump(-1, ' ', false, Json::error_handler_t::replace));
-}
-
 std::string keyOf(cpi::Placement placement) {
   return placement == cpi::Placement::Refused ? "refused" : std::string(wordOf(placement));
 }
 
-Json toJson(const cpi::WalkedElement& element) {
-  const cpi::Verdict& verdict = element.verdict;
-  Json line = {{"line", element.position.line},
-               {"column", element.position.column},
-               {"offset", element.position.offset},
-               {"depth", element.depth},
-               {"name", element.name},
-               {"namespace", element.namespaceURI},
-               {"placement", keyOf(verdict.placement)}};
-  if (verdict.occurrence > 0) line["occurrence"] = verdict.occurrence;
-  if (element.member != nullptr) line["memberId"] = element.member->Id;
-  if (element.tag != nullptr) {
-    line["tagId"] = element.tag->Id;
-    line["tag"] = cpi::toUtf8(cpi::textView(element.tag->TextIdentifier));
+// The kinds that were found, with their numbers.
+WalkJson findingsOf(const cpi::WalkSummary& summary) {
+  WalkJson counts = WalkJson::object();
+  for (std::size_t i = 0; i < cpi::kVerdictKindCount; ++i) {
+    const auto kind = static_cast<cpi::VerdictKind>(i);
+    if (summary.count(kind) != 0) counts[std::string(wordOf(kind))] = summary.count(kind);
   }
-  if (element.type != nullptr) line["typeId"] = element.type->TypeId;
-  if (const std::string type = typeNameOf(element); !type.empty()) line["type"] = type;
-  if (verdict.isBeyondLimit) line["atMost"] = element.member->MaxOccurs;
-  if (verdict.refusal != cpi::Refusal::None) line["reason"] = wordsOf(verdict.refusal);
-  return line;
+  return counts;
 }
 
 class JsonReport final : public WalkReport {
  public:
-  explicit JsonReport(bool isQuiet) : isQuiet_(isQuiet) {}
+  JsonReport(const ReportOptions& options, const cpi::StdDictionaryInfo& dictionary)
+      : options_(options), dictionary_(dictionary) {}
 
   void begin(const std::string& file) override { file_ = file; }
 
   void element(const cpi::WalkedElement& element) override {
-    if (!isQuiet_) printLine(toJson(element));
+    if (options_.hasElements()) printLine(toJson(element));
+  }
+
+  void finding(const cpi::Finding& finding) override {
+    if (!options_.isChecking || options_.isQuiet) return;
+    printLine({{"file", file_}, {"finding", ::toJson(finding, dictionary_)}});
   }
 
   void end(const cpi::WalkSummary& summary) override {
-    Json counts = {{"file", file_}, {"elements", summary.elements}};
+    WalkJson counts = {{"file", file_}, {"elements", summary.elements}};
     for (const cpi::Placement placement : kPlacements) {
       counts[keyOf(placement)] = summary.count(placement);
     }
     counts["beyondLimit"] = summary.beyondLimit;
     counts["notFetched"] = summary.notFetched;
     counts["allPlaced"] = summary.isAllPlaced();
+    if (options_.isChecking) {
+      counts["accepted"] = isAccepted(summary, true);
+      counts["findings"] = findingsOf(summary);
+    }
     printLine({{"summary", counts}});
   }
 
  private:
-  bool isQuiet_;
+  void printLine(const WalkJson& line) { out_ += toLine(line) + "\n"; }
+
+  WalkJson toJson(const cpi::WalkedElement& element) const {
+    const cpi::Verdict& verdict = element.verdict;
+    WalkJson line = {{"line", element.position.line},
+                     {"column", element.position.column},
+                     {"offset", element.position.offset},
+                     {"depth", element.depth},
+                     {"name", element.name},
+                     {"namespace", element.namespaceURI},
+                     {"path", cpi::toText(element.trail->path())},
+                     {"placement", keyOf(verdict.placement)}};
+    if (const auto groups = element.trail->groups(); !groups.empty()) {
+      line["groups"] = ::toJson(groups, dictionary_);
+    }
+    if (verdict.occurrence > 0) line["occurrence"] = verdict.occurrence;
+    if (element.member != nullptr) line["memberId"] = element.member->Id;
+    if (element.tag != nullptr) {
+      line["tagId"] = element.tag->Id;
+      line["tag"] = cpi::toUtf8(cpi::textView(element.tag->TextIdentifier));
+    }
+    if (element.type != nullptr) line["typeId"] = element.type->TypeId;
+    if (const std::string type = typeNameOf(element); !type.empty()) line["type"] = type;
+    if (element.finding != nullptr) line["finding"] = ::toJson(*element.finding, dictionary_);
+    return line;
+  }
+
+  ReportOptions options_;
+  const cpi::StdDictionaryInfo& dictionary_;
   std::string file_;
+};
+
+class LinesReport final : public WalkReport {
+ public:
+  LinesReport(const ReportOptions& options, const cpi::StdDictionaryInfo& dictionary)
+      : options_(options), dictionary_(dictionary) {}
+
+  void begin(const std::string& file) override {
+    file_ = file;
+    findings_ = WalkJson::array();
+  }
+  void element(const cpi::WalkedElement&) override {}
+  void finding(const cpi::Finding& finding) override {
+    findings_.push_back(toJson(finding, dictionary_));
+  }
+  void end(const cpi::WalkSummary& summary) override {
+    WalkJson line = {{"file", file_},
+                     {"accepted", isAccepted(summary, options_.isChecking)},
+                     {"elements", summary.elements},
+                     {"found", summary.findings()}};
+    if (summary.notFetched != 0) line["notFetched"] = summary.notFetched;
+    line["findings"] = std::move(findings_);
+    out_ += toLine(line) + "\n";
+  }
+  void fail(const cpi::FileError& error) override {
+    const WalkJson what = {
+        {"line", error.line()}, {"column", error.column()}, {"message", error.what()}};
+    out_ += toLine({{"file", file_}, {"accepted", false}, {"error", what}}) + "\n";
+  }
+
+ private:
+  ReportOptions options_;
+  const cpi::StdDictionaryInfo& dictionary_;
+  std::string file_;
+  WalkJson findings_;
 };
 
 }  // namespace
 
-std::unique_ptr<WalkReport> makeJsonReport(bool isQuiet) {
-  return std::make_unique<JsonReport>(isQuiet);
+std::unique_ptr<WalkReport> makeJsonReport(const ReportOptions& options,
+                                           const cpi::StdDictionaryInfo& dictionary) {
+  return std::make_unique<JsonReport>(options, dictionary);
+}
+
+std::unique_ptr<WalkReport> makeLinesReport(const ReportOptions& options,
+                                            const cpi::StdDictionaryInfo& dictionary) {
+  return std::make_unique<LinesReport>(options, dictionary);
 }

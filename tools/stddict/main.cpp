@@ -44,6 +44,7 @@ int run(int argc, char** argv) {
   addTree(app, exitCode);
   addValues(app, exitCode);
   addPath(app, exitCode);
+  addNext(app, exitCode);
   addCheck(app, exitCode);
   addDump(app, exitCode);
   addShell(app, exitCode);

@@ -104,8 +104,10 @@ struct Slot<T> {
   bool isWritten() const {
     if constexpr (std::is_same_v<Value, cpi::PWFData>) {
       return value.getLogicalType() != cpi::LTUndefined;
+    } else if constexpr (std::is_scalar_v<Value>) {
+      return value != markOf<Value>(round);
     } else {
-      return !std::is_scalar_v<Value> || value != markOf<Value>(round);
+      return true;
     }
   }
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <span>
 #include <string>
 
 #include "cpi/runtime/kelstring.h"
@@ -36,6 +37,22 @@ Json pathItemJson(const cpi::MbrPathItem& item) {
   return {{"repeatIndex", item.repeatIndex},
           {"memberId", item.memberId},
           {"memberIndex", item.memberIndex}};
+}
+
+Json groupsJson(std::span<const cpi::MbrPathItem> groups) {
+  Json items = Json::array();
+  for (const cpi::MbrPathItem& item : groups) items.push_back(pathItemJson(item));
+  return items;
+}
+
+Json placeJson(const Dictionary& dictionary, const cpi::ExpectedPlace& place) {
+  const auto* const tag = dictionary.tags().find(place.tagIndex);
+  return {{"name", tag == nullptr ? Json() : textJson(tag->TextIdentifier)},
+          {"memberIndex", place.memberIndex},
+          {"tagIndex", place.tagIndex},
+          {"typeIndex", place.typeIndex},
+          {"minOccurs", place.minOccurs},
+          {"maxOccurs", place.maxOccurs}};
 }
 
 }  // namespace
@@ -89,9 +106,27 @@ Json toJson(const Dictionary&, const cpi::DictionaryPosition* position) {
 Json toJson(const Dictionary&, const std::vector<std::int32_t>& path) { return path; }
 
 Json toJson(const Dictionary&, const std::vector<cpi::MbrPathItem>& path) {
-  Json items = Json::array();
-  for (const cpi::MbrPathItem& item : path) items.push_back(pathItemJson(item));
-  return items;
+  return groupsJson(path);
+}
+
+Json toJson(const Dictionary& dictionary, const cpi::Expectation& expectation) {
+  Json elements = Json::array();
+  for (const cpi::ExpectedElement& element : expectation.elements) {
+    Json& fields = elements.emplace_back(placeJson(dictionary, element));
+    fields["repeatIndex"] = element.repeatIndex;
+    fields["logicalType"] = element.logicalType;
+    fields["isFoundByName"] = element.isFoundByName;
+    fields["groups"] = groupsJson(expectation.groupsOf(element));
+  }
+  Json owed = Json::array();
+  for (const cpi::OwedMember& member : expectation.owed) {
+    Json& fields = owed.emplace_back(placeJson(dictionary, member));
+    fields["owed"] = member.owed;
+    fields["repeatIndex"] = member.repeatIndex;
+    fields["isInAnyOrder"] = member.isInAnyOrder;
+    fields["groups"] = groupsJson(expectation.groupsOf(member));
+  }
+  return {{"elements", std::move(elements)}, {"owed", std::move(owed)}};
 }
 
 Json toJson(const Dictionary& dictionary, const std::int32_t* list) {

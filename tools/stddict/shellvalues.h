@@ -9,7 +9,7 @@
 #include <type_traits>
 #include <vector>
 
-#include "cpi/dictinfo/stddi/stddictionaryiterator.h"
+#include "cpi/dictinfo/stddi/expectation.h"
 #include "tools/stddict/shellrecords.h"
 
 namespace shell {
@@ -44,6 +44,8 @@ Json toJson(const Dictionary&, const cpi::PWFData& value);
 Json toJson(const Dictionary&, const cpi::DictionaryPosition* position);
 Json toJson(const Dictionary&, const std::vector<std::int32_t>& path);
 Json toJson(const Dictionary&, const std::vector<cpi::MbrPathItem>& path);
+// {"elements": [...], "owed": [...]}, each with its groups.
+Json toJson(const Dictionary& dictionary, const cpi::Expectation& expectation);
 // A place in the Member Path table: its row and the first ids from there on.
 Json toJson(const Dictionary& dictionary, const std::int32_t* list);
 

@@ -20,6 +20,7 @@ void addConvert(CLI::App& app, int& exitCode);
 void addDump(CLI::App& app, int& exitCode);
 void addFind(CLI::App& app, int& exitCode);
 void addInfo(CLI::App& app, int& exitCode);
+void addNext(CLI::App& app, int& exitCode);
 void addPath(CLI::App& app, int& exitCode);
 void addShell(CLI::App& app, int& exitCode);
 void addTree(CLI::App& app, int& exitCode);

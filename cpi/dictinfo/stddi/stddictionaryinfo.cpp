@@ -62,19 +62,31 @@ StdDictionaryHandler* StdDictionaryInfo::takeLoadOver() {
 
 void StdDictionaryInfo::startMessage(WorkerInfoPtr worker) {
   KelOperation operation(nullptr, "StdDictionaryInfo::startMessage");
-  loadHandler_ = std::make_shared<StdDictionaryHandler>(this);
+  loadHandler_ = std::make_shared<StdDictionaryHandler>(this, loadLimits_);
   adoptTables();
   loadHandler_->startMessage(worker);
 }
 
-void StdDictionaryInfo::endMessage(WorkerInfoPtr worker) {
-  KelOperation operation(nullptr, "StdDictionaryInfo::endMessage");
+template <class Event>
+void StdDictionaryInfo::handle(Event event) {
   StdDictionaryHandler* const handler = loadHandler();
   if (handler == nullptr) return;
-  handler->endMessage(worker);
-  handler->finish();
-  loadHandler_.reset();
-  freeze();
+  try {
+    event(*handler);
+  } catch (...) {
+    refreshTexts();
+    throw;
+  }
+}
+
+void StdDictionaryInfo::endMessage(WorkerInfoPtr worker) {
+  KelOperation operation(nullptr, "StdDictionaryInfo::endMessage");
+  handle([&](StdDictionaryHandler& handler) {
+    handler.endMessage(worker);
+    handler.finish();
+    loadHandler_.reset();
+    freeze();
+  });
 }
 
 // Most of a load is here: one look at the filter decides between the plain way and the one that
@@ -82,35 +94,27 @@ void StdDictionaryInfo::endMessage(WorkerInfoPtr worker) {
 void StdDictionaryInfo::startElement(std::int32_t id, unsigned short kind, WorkerInfoPtr worker,
                                      std::int32_t index, std::int32_t extra) {
   if (!KelLog::isOn(LLDebug)) {
-    if (auto* const handler = loadHandler(); handler != nullptr) handler->open(id, kind, index);
-    return;
+    return handle([&](StdDictionaryHandler& handler) { handler.open(id, kind, index); });
   }
   KelOperation operation(nullptr, "StdDictionaryInfo::startElement", id, kind, index, extra);
-  if (StdDictionaryHandler* const handler = loadHandler(); handler != nullptr) {
-    handler->startElement(id, kind, worker, index, extra);
-  }
+  handle(
+      [&](StdDictionaryHandler& handler) { handler.startElement(id, kind, worker, index, extra); });
 }
 
 void StdDictionaryInfo::endElement(std::int32_t id, WorkerInfoPtr worker) {
   if (!KelLog::isOn(LLDebug)) {
-    if (auto* const handler = loadHandler(); handler != nullptr) handler->close(id);
-    return;
+    return handle([&](StdDictionaryHandler& handler) { handler.close(id); });
   }
   KelOperation operation(nullptr, "StdDictionaryInfo::endElement", id);
-  if (StdDictionaryHandler* const handler = loadHandler(); handler != nullptr) {
-    handler->endElement(id, worker);
-  }
+  handle([&](StdDictionaryHandler& handler) { handler.endElement(id, worker); });
 }
 
 void StdDictionaryInfo::data(const PWFData& value, WorkerInfoPtr worker) {
   if (!KelLog::isOn(LLDebug)) {
-    if (auto* const handler = loadHandler(); handler != nullptr) handler->take(value);
-    return;
+    return handle([&](StdDictionaryHandler& handler) { handler.take(value); });
   }
   KelOperation operation(nullptr, "StdDictionaryInfo::data", value.getLogicalType());
-  if (StdDictionaryHandler* const handler = loadHandler(); handler != nullptr) {
-    handler->data(value, worker);
-  }
+  handle([&](StdDictionaryHandler& handler) { handler.data(value, worker); });
 }
 
 void StdDictionaryInfo::MapTableProperty(DictTableRefBase table, StringTableRef strings) {
@@ -123,6 +127,7 @@ void StdDictionaryInfo::MapTableProperty(DictTableRefBase table, StringTableRef 
                      strings.strings->memberName.view() != textView(CPI_StringMember))) {
     return;
   }
+  tablesChanged();  // names are found through the text columns that were there
   forEachReference([&](auto& reference) {
     using Row = typename std::remove_reference_t<decltype(reference)>::Row;
     if (RecordText<Row>::exists && &reference.table() == table.table) {
@@ -145,10 +150,14 @@ void StdDictionaryInfo::postProcessDictionary() {
   freeze();
 }
 
-void StdDictionaryInfo::freeze() noexcept {
+void StdDictionaryInfo::refreshTexts() noexcept {
   forEachReference([](auto& reference) {
     for (std::int32_t row = 0; row < reference.rowCount(); ++row) reference.row(row);
   });
+}
+
+void StdDictionaryInfo::freeze() noexcept {
+  refreshTexts();
   if (index_ != nullptr) return;
   try {
     useIndex(std::make_shared<const LookupIndex>(*this));

@@ -138,6 +138,16 @@ struct MbrPathItem {
   friend bool operator==(const MbrPathItem&, const MbrPathItem&) = default;
 };
 
+class MemberIndex;
+
+// How a move may pass over members that cannot be what it looks for. For the library itself.
+struct Passing {
+  MemberIndex const* members = nullptr;  // null: every member is looked at
+  std::int32_t key = kNone;              // of the tags that are looked for; -1: no tag is
+};
+
+struct Expectation;  // expectation.h
+
 class CPI_API StdDictionaryIterator : public KelOwnedLogSource {
  public:
   // On `dictionary` (not owned, may be null), in the context of a tag; see setContextFromTag,
@@ -212,7 +222,30 @@ class CPI_API StdDictionaryIterator : public KelOwnedLogSource {
   std::int32_t getPartialMemberPath(std::vector<MbrPathItem>& path) const;
   std::vector<MbrPathItem> getPartialMemberPath() const;
 
+  // --- What may come next --------------------------------------------------------------------
+  // List each member that may come next beside the current element, or as its first child before
+  // any child was seen, and what is owed before the parent, or the current element, may end. They
+  // agree with the moves of the same name: a move to a listed element lands on the listed member
+  // and occurrence; a move to another tag fails, counts beyond the limit of its member, or places
+  // an element that is no member here. Elements that the model does not define are not listed, nor
+  // is a member beyond its limit. In a type in any order members are listed whether or not they
+  // occurred before the current run: a caller who counts occurrences takes off the satisfied ones.
+  // False, with nothing listed, where no model says what may come: without dictionary or context,
+  // at the root (siblings), under a parent without a type, in an element of a simple type. Nothing
+  // of the iterator changes, its caches included. Throw KelParserException where each such move
+  // would throw because the model makes no sense, with a part of the list in `expectation`.
+  bool listNextSiblings(Expectation& expectation, bool enforceRequired) const;
+  bool listFirstChildren(Expectation& expectation, bool enforceRequired) const;
+  // The same without `elements`, which is cheaper: for the end of an element that had children, and
+  // of one that had none.
+  bool listOwedSiblings(Expectation& expectation) const;
+  bool listOwedChildren(Expectation& expectation) const;
+
   // --- Moves ---------------------------------------------------------------------------------
+  // Moves by tag id and by name go straight to the member where an index tells which it is. With
+  // `stepByStep` they look at each member in turn, as they do anyway while trace items are written;
+  // all else is the same, and slower. For tests and for finding faults.
+  void searchStepByStep(bool stepByStep) noexcept { isStepByStep = stepByStep; }
   // Up, past anonymous groups. False without context; from the root it leaves no context.
   bool moveToParent();
   // In the moves below `allowUndefined` lets an element that is no member here be placed as a
@@ -295,31 +328,54 @@ class CPI_API StdDictionaryIterator : public KelOwnedLogSource {
   StdDictionaryInfo const* dictionaryInfo = nullptr;
   std::vector<DictionaryPosition> positionStack;  // root first, current entry last
   bool positionStackSaved = false;                // savedPositionStack is valid
+  bool isStepByStep = false;
   std::vector<DictionaryPosition> savedPositionStack;
 
  private:
   friend class PositionSearch;
+  friend class ExpectationList;
 
   // The same without log items, for the searches.
   std::int32_t parentIndex() const noexcept;
   std::int32_t commonParentIndex() const noexcept;
   KelStringBase traceNameOfSearch(const SearchDef& search) const;
-  bool searchNewPosition(const SearchDef& search, bool matchCurrent, bool moveFwd,
-                         bool enforceRequired);
-  bool searchBestPosition(const SearchDef& search, bool replaceCurrent, bool moveFwd);
+  Passing passing() const noexcept;
+  Passing passingFor(const SearchDef& search) const noexcept;
+  Passing passingForTag(std::int32_t tagIndex) const noexcept;
+  Passing passingForName(const unsigned short* name,
+                         const KelStringBase& namespaceURI) const noexcept;
+  bool goToParent();
+  bool searchNewPosition(const SearchDef& search, const Passing& passing, bool matchCurrent,
+                         bool moveFwd, bool enforceRequired);
+  bool searchBestPosition(const SearchDef& search, const Passing& passing, bool replaceCurrent,
+                          bool moveFwd);
   bool isParentAnonymous() const;
-  bool resolveTagName(SearchDef& search) const;
+  // By the index alone, where it can tell; to the tag, or to any tag of the key when it is -1.
+  bool goToChild(const Passing& passing, std::int32_t tagIndex);
+  bool goToPeer(const Passing& passing, std::int32_t tagIndex);
+  bool goToNextRound(const Passing& passing, std::int32_t tagIndex,
+                     const SMD_TYPE_DEFINITION& type);
+  // In these the namespace is the caller's, and that of `search` is not read.
+  bool moveToChild(SearchDef& search, const KelStringBase& namespaceURI, Passing passing,
+                   bool allowUndefined, bool enforceRequired);
+  bool moveToPeer(SearchDef& search, const KelStringBase& namespaceURI, Passing passing,
+                  bool allowUndefined, bool enforceRequired);
+  bool resolveTagName(SearchDef& search, const KelStringBase& namespaceURI, Passing& passing) const;
   bool isMessageAllowed(const char* operation) const;
   DictionaryPosition undefinedChild(const SearchDef& search, std::int32_t memberIndex) const;
-  bool isFirstChildMember(const SearchDef& search, const SMD_TYPE_DEFINITION* type,
-                          bool enforceRequired);
-  bool placeFirstChild(SearchDef& search, const SMD_TYPE_DEFINITION* type);
+  bool isFirstChildMember(const SearchDef& search, const Passing& passing,
+                          const SMD_TYPE_DEFINITION* type, bool enforceRequired);
+  bool placeFirstChild(SearchDef& search, const KelStringBase& namespaceURI, Passing& passing,
+                       const SMD_TYPE_DEFINITION* type);
   bool pushProbe(const SearchDef& search, const SMD_TYPE_DEFINITION* type);
+  bool isInNamedMessage() const;
   void checkNamedMessage(const SearchDef& search) const;
   bool settleCurrentEntry();
-  bool placeSibling(SearchDef& search, bool isFirstChildMarker);
+  bool placeSibling(SearchDef& search, const KelStringBase& namespaceURI, Passing& passing,
+                    bool isFirstChildMarker);
   bool pushSibling(const SearchDef& search, bool isFirstChildMarker);
-  bool moveWithoutModel(SearchDef& search, bool allowUndefined);
+  bool moveWithoutModel(SearchDef& search, const KelStringBase& namespaceURI, Passing& passing,
+                        bool allowUndefined);
   bool moveOnFromMember(std::int32_t nextMemberId, bool enforceRequired);
 };
 

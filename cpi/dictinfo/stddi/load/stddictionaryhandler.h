@@ -20,7 +20,7 @@ namespace cpi {
 
 class StdDictionaryHandler final {
  public:
-  explicit StdDictionaryHandler(StdDictionaryInfo* owner);
+  StdDictionaryHandler(StdDictionaryInfo* owner, const LoadLimits& limits);
   StdDictionaryHandler(const StdDictionaryHandler&) = delete;
   StdDictionaryHandler& operator=(const StdDictionaryHandler&) = delete;
 
@@ -163,6 +163,7 @@ class StdDictionaryHandler final {
   };
 
   StdDictionaryInfo* owner_;
+  const LoadLimits limits_;
   QuickColumn quick_;
   TextColumn texts_;
   std::int32_t section_ = kNoSection;      // the open table section

@@ -1,6 +1,7 @@
 // Moving to the parent and to the first child.
 #include "cpi/dictinfo/stddi/navigate/navigation.h"
 #include "cpi/dictinfo/stddi/navigate/stackguard.h"
+#include "cpi/dictinfo/stddi/query/memberindex.h"
 
 namespace cpi {
 
@@ -12,20 +13,27 @@ constexpr const char* kMoveToFirstChild = "StdDictionaryIterator::moveToFirstChi
 }  // namespace
 
 bool StdDictionaryIterator::moveToParent() {
-  KelOperation operation(this, kMoveToParent);
+  if (KelLog::isOn(LLDebug)) {
+    KelOperation operation(this, kMoveToParent);
+    return operation.returns(goToParent());
+  }
+  return goToParent();
+}
+
+bool StdDictionaryIterator::goToParent() {
   positionStackSaved = false;
   if (dictionaryInfo == nullptr) {
     throwParserError(nullptr, siteOf(kIteratorSource, kMoveToParent),
                      CP_DICT_ITERATOR_NOT_INITIALISED, "null dictionary pointer");
   }
-  if (positionStack.empty()) return operation.returns(false);
+  if (positionStack.empty()) return false;
   do {
     // A marker goes together with the member that it stands on.
     if (positionStack.back().memberIndex == kMarkerMember) positionStack.pop_back();
     if (!positionStack.empty()) positionStack.pop_back();
   } while (!positionStack.empty() && positionStack.back().memberIndex >= 0 &&
            positionStack.back().tagIndex < 0);
-  return operation.returns(true);
+  return true;
 }
 
 bool StdDictionaryIterator::moveToFirstChild() {
@@ -35,15 +43,20 @@ bool StdDictionaryIterator::moveToFirstChild() {
 bool StdDictionaryIterator::moveToFirstChildTagId(std::int32_t tagId, bool allowUndefined,
                                                   bool enforceRequired) {
   if (dictionaryInfo == nullptr) return moveToFirstChild();  // which refuses it
-  return moveToFirstChild(SearchDef(STTagId, dictionaryInfo->getTagDefIndex(tagId)), allowUndefined,
-                          enforceRequired);
+  const std::int32_t row = dictionaryInfo->getTagDefIndex(tagId);
+  const Passing passing = passingForTag(row);
+  if (passing.members != nullptr && goToChild(passing, row)) return true;
+  SearchDef search(STTagId, row);
+  return moveToChild(search, KelStringBase(), passing, allowUndefined, enforceRequired);
 }
 
 bool StdDictionaryIterator::moveToFirstChildTagName(const unsigned short* name,
                                                     const KelStringBase& namespaceURI,
                                                     bool allowUndefined, bool enforceRequired) {
-  return moveToFirstChild(SearchDef(STTagName, name, namespaceURI), allowUndefined,
-                          enforceRequired);
+  const Passing passing = passingForName(name, namespaceURI);
+  if (passing.members != nullptr && goToChild(passing, kNone)) return true;
+  SearchDef search(STTagName, name, passing.members != nullptr ? KelStringBase() : namespaceURI);
+  return moveToChild(search, namespaceURI, passing, allowUndefined, enforceRequired);
 }
 
 bool StdDictionaryIterator::moveToFirstChildMemberId(std::int32_t memberId, bool enforceRequired) {
@@ -65,6 +78,13 @@ bool StdDictionaryIterator::moveToFirstChildSelfDef(const unsigned short* name,
 
 bool StdDictionaryIterator::moveToFirstChild(SearchDef search, bool allowUndefined,
                                              bool enforceRequired) {
+  const KelStringBase namespaceURI = search.namespaceURI;
+  return moveToChild(search, namespaceURI, passingFor(search), allowUndefined, enforceRequired);
+}
+
+bool StdDictionaryIterator::moveToChild(SearchDef& search, const KelStringBase& namespaceURI,
+                                        Passing passing, bool allowUndefined,
+                                        bool enforceRequired) {
   MoveOperation operation(this, kMoveToFirstChild, search, allowUndefined, enforceRequired);
   positionStackSaved = false;
   if (getCurrentPosition() == nullptr) {
@@ -82,28 +102,31 @@ bool StdDictionaryIterator::moveToFirstChild(SearchDef search, bool allowUndefin
   }
   StackGuard guard(positionStack, savedPositionStack, positionStackSaved);
   return operation.returns(guard.run([&] {
-    return isFirstChildMember(search, type, enforceRequired) ||
-           (allowUndefined && placeFirstChild(search, type));
+    return isFirstChildMember(search, passing, type, enforceRequired) ||
+           (allowUndefined && placeFirstChild(search, namespaceURI, passing, type));
   }));
 }
 
 // Stage 1: among the members of the current type.
-bool StdDictionaryIterator::isFirstChildMember(const SearchDef& search,
+bool StdDictionaryIterator::isFirstChildMember(const SearchDef& search, const Passing& passing,
                                                const SMD_TYPE_DEFINITION* type,
                                                bool enforceRequired) {
   const std::int32_t first = firstMember(*dictionaryInfo, type);
   if (search.searchType == STSelfDef || first < 0) return false;
   positionStack.emplace_back(dictionaryInfo, first);
-  return searchNewPosition(search, true, true, enforceRequired);
+  return searchNewPosition(search, passing, true, true, enforceRequired);
 }
 
 // Stage 2: as an element that the model does not define here.
-bool StdDictionaryIterator::placeFirstChild(SearchDef& search, const SMD_TYPE_DEFINITION* type) {
+bool StdDictionaryIterator::placeFirstChild(SearchDef& search, const KelStringBase& namespaceURI,
+                                            Passing& passing, const SMD_TYPE_DEFINITION* type) {
   switch (search.searchType) {
     case STAny:
     case STMember: return false;
     case STTagName:
-      if (!resolveTagName(search)) return moveToFirstChild(search, true, true);
+      if (!resolveTagName(search, namespaceURI, passing)) {
+        return moveToChild(search, namespaceURI, passing, true, true);
+      }
       break;
     case STTagId:
     case STSimpleType:
@@ -118,7 +141,7 @@ bool StdDictionaryIterator::placeFirstChild(SearchDef& search, const SMD_TYPE_DE
                                NTMessage);
     return true;
   }
-  if (searchBestPosition(search, pushProbe(search, type), true)) return true;
+  if (searchBestPosition(search, passing, pushProbe(search, type), true)) return true;
   DictionaryPosition child = undefinedChild(search, kNone);
   if (search.searchType == STSelfDef) child.nodeType = NTStructure;
   positionStack.push_back(child);
@@ -142,11 +165,12 @@ bool StdDictionaryIterator::pushProbe(const SearchDef& search, const SMD_TYPE_DE
 }
 
 // Turns a name search into one for the tag of that name, or for an element without definition.
-bool StdDictionaryIterator::resolveTagName(SearchDef& search) const {
-  const std::int32_t row =
-      dictionaryInfo->getTagDefIndexFromName(search.name, search.namespaceURI, false);
+bool StdDictionaryIterator::resolveTagName(SearchDef& search, const KelStringBase& namespaceURI,
+                                           Passing& passing) const {
+  const std::int32_t row = dictionaryInfo->getTagDefIndexFromName(search.name, namespaceURI, false);
   search.searchType = row < 0 ? STSelfDef : STTagId;
   if (row >= 0) search.value = row;
+  if (passing.members != nullptr) passing.key = passing.members->keyOfTag(row);
   return row >= 0;
 }
 

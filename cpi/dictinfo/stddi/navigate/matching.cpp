@@ -5,13 +5,6 @@ namespace cpi {
 
 namespace {
 
-// The name that a tag matches by: what follows the first '^', or the whole text.
-std::u16string_view comparedName(const unsigned short* text) noexcept {
-  const std::u16string_view whole = textView(text);
-  const std::size_t mark = whole.find(u'^');
-  return mark == std::u16string_view::npos ? whole : whole.substr(mark + 1);
-}
-
 bool isTagNamed(const StdDictionaryInfo& dictionary, const SMD_TAG_DEFINITION& tag,
                 const SearchDef& search) noexcept {
   return tag.TextIdentifier != nullptr && comparedName(tag.TextIdentifier) == search.nameView() &&

@@ -12,6 +12,10 @@ namespace cpi {
 inline constexpr const char* kIteratorSource = "cpi/dictinfo/stddi/stddictionaryiterator";
 inline constexpr const char* kIteratorHeader = "stddictionaryiterator";
 
+// Stack entries beyond which moves look at each member: it is not known then whether a search step
+// by step would come to an end before it gives up.
+inline constexpr std::size_t kMaximumPassingDepth = 512;
+
 // Builds the site of an error thrown here.
 inline ErrorSite siteOf(const char* file, const char* operation,
                         std::int32_t line = __builtin_LINE()) {
@@ -39,6 +43,13 @@ inline bool isGroup(const StdDictionaryInfo& dictionary,
   if (position.tagIndex != kNone) return false;
   const SMD_TYPE_DEFINITION* const type = dictionary.types().find(position.typeIndex);
   return type != nullptr && type->LogicalType == 0;
+}
+
+// The name that a tag matches by: what follows the first '^', or the whole text.
+inline std::u16string_view comparedName(const unsigned short* text) noexcept {
+  const std::u16string_view whole = textView(text);
+  const std::size_t mark = whole.find(u'^');
+  return mark == std::u16string_view::npos ? whole : whole.substr(mark + 1);
 }
 
 // Labels and values of a search in entry items.

@@ -9,6 +9,7 @@
 //    a moderate depth.
 #include "cpi/dictinfo/stddi/navigate/search.h"
 
+#include <algorithm>
 #include <limits>
 
 namespace cpi {
@@ -99,15 +100,102 @@ std::int32_t PositionSearch::nextMember(const SMD_TYPE_DEFINITION& parent) {
   switch (parent.Composition) {
     case TYPE_SINGLE: return kNone;
     case TYPE_CHOICE:
-    case TYPE_MESSAGE: return isAlternativeTaken() ? kNone : following;
+    case TYPE_MESSAGE: return isAlternativeTaken() ? kNone : passedOver(following, parent);
     case TYPE_UNORDERED:
-    case TYPE_ALL: return restartsLevel() ? parent.ToTypeMbrIndex : following;
+    case TYPE_ALL: return restartsLevel() ? parent.ToTypeMbrIndex : passedOver(following, parent);
     case TYPE_SEQUENCE:
-    case TYPE_ORDERED: return closesLevel() ? kNone : following;
+    case TYPE_ORDERED: return closesLevel() ? kNone : passedOver(following, parent);
     default: break;
   }
   throwParserError(&iterator_, siteOf(kIteratorSource, operation_), CP_INTERNAL_ERROR,
                    "invalid type composition for moving");
+}
+
+void PositionSearch::passOver(const Passing& passing) noexcept {
+  passing_ = passing;
+  passesOver_ = passing.members != nullptr && isAllIndexed(*passing.members);
+}
+
+bool PositionSearch::isAllIndexed(const MemberIndex& members) const noexcept {
+  const auto& stack = iterator_.positionStack;
+  if (stack.size() > kMaximumPassingDepth) return false;
+  // Where the search may go up to is regular too, or it is not known what that would cost.
+  for (std::size_t i = stack.size() - 1; i-- > 0 && stack[i].memberIndex >= 0;) {
+    const SMD_TAG_DEFINITION* const tag = members.tag(stack[i].tagIndex);
+    if (tag != nullptr && tag->Id != 0) break;
+    if (members.member(stack[i].memberIndex) == nullptr ||
+        members.runOf(stack[i].memberIndex) < 0) {
+      return false;
+    }
+  }
+  return true;
+}
+
+// The next member to look at from `row` on, kNoRow or -1 when none is left at this level. What a
+// search step by step would look at in between ends up as if it had been.
+std::int32_t PositionSearch::passedOver(std::int32_t row, const SMD_TYPE_DEFINITION& parent) {
+  if (!passesOver_) return row;
+  const MemberIndex& members = *passing_.members;
+  if (members.member(row) == nullptr || members.runOf(row) < 0 ||
+      members.runOf(row) != members.runOf(candidate_.memberIndex)) {
+    return row;
+  }
+  if (isBestPosition_ && !isRefused(parent)) return row;
+  const std::int32_t group = members.nextGroup(row);
+  const std::int32_t stop = nextStop(row, group, parent);
+  if (stop == row) return row;
+  isFirst_ = false;
+  const bool isOrdered = parent.Composition == TYPE_SEQUENCE || parent.Composition == TYPE_ORDERED;
+  if (!isBestPosition_ && isDescended_ && isOrdered &&
+      members.nextRequired(row) < std::min(stop, group)) {
+    return kNone;  // which closes the level
+  }
+  if (group < stop) {  // entered and left
+    iterator_.ensurePositionStackSaved();
+    isDescended_ = false;
+    replaceCurrent_ = true;
+  }
+  return stop;
+}
+
+// The next member that may match, or at which a group that is left in vain changes how it goes on.
+std::int32_t PositionSearch::nextStop(std::int32_t row, std::int32_t group,
+                                      const SMD_TYPE_DEFINITION& parent) const {
+  const MemberIndex& members = *passing_.members;
+  const std::int32_t stop =
+      isBestPosition_ ? members.nextOpenGroup(row) : members.find(row, passing_.key);
+  if (group >= stop) return stop;
+  switch (parent.Composition) {
+    case TYPE_SEQUENCE: return stop;
+    case TYPE_ORDERED:
+      return !isBestPosition_ && enforceRequired_ && iterator_.isParentAnonymous()
+                 ? std::min(stop, members.nextRequiredGroup(row))
+                 : stop;
+    default: return countsFromStart() ? group : stop;
+  }
+}
+
+// Whether every candidate at the level fails the test for a place without a member.
+bool PositionSearch::isRefused(const SMD_TYPE_DEFINITION& parent) const noexcept {
+  return parent.Content == CONTENT_CLOSED ||
+         (parent.Content == CONTENT_DEFINED && !isSearchFor(STTagId));
+}
+
+// Whether a repeating group that matched nothing counts as one that occurred: when what stood at
+// this level at the start had not matched either.
+bool PositionSearch::countsFromStart() const noexcept {
+  const auto& stack = iterator_.positionStack;
+  const auto& saved = iterator_.positionStackSaved ? iterator_.savedPositionStack : stack;
+  return saved.size() >= stack.size() && saved[stack.size() - 1].repeatIndex == kUnmatchedRepeat;
+}
+
+bool PositionSearch::isMatching(const DictionaryPosition& position, bool atStartEntry) const {
+  if (passing_.members != nullptr && isSearchFor(STTagName)) {
+    const MemberIndex& members = *passing_.members;
+    return position.memberIndex >= 0 && members.tag(position.tagIndex) != nullptr &&
+           members.names().answers(position.tagIndex, passing_.key);
+  }
+  return iterator_.isElementMatched(search_, position, atStartEntry, matchCurrent_);
 }
 
 // One alternative of this very occurrence of the parent was matched before.
@@ -127,8 +215,7 @@ bool PositionSearch::closesLevel() const {
     return false;
   }
   const auto* const row = memberOf(candidate_);
-  return row != nullptr && row->MinOccurs > 0 &&
-         !iterator_.isElementMatched(search_, candidate_, isFirst_, matchCurrent_);
+  return row != nullptr && row->MinOccurs > 0 && !isMatching(candidate_, isFirst_);
 }
 
 PositionSearch::Step PositionSearch::leaveGroup() {
@@ -197,7 +284,7 @@ bool PositionSearch::findNewPosition() {
 }
 
 bool PositionSearch::isCandidateFound() {
-  isMatched_ = iterator_.isElementMatched(search_, candidate_, isFirst_, matchCurrent_) &&
+  isMatched_ = isMatching(candidate_, isFirst_) &&
                !(isSearchFor(STAny) && isGroup(dictionary(), candidate_));
   isRepeat_ = candidate_.repeatIndex >= 0 && isFirst_ && !isSearchFor(STAny);
   return isMatched_ && (!isRepeat_ || mayRepeat());
@@ -231,7 +318,7 @@ bool PositionSearch::failNewPosition() {
   traceItem(&iterator_, operation_, "Position not found");
   iterator_.restorePositionStackFromSaved();
   if (isFirst_ || isSearchFor(STAny)) return isRepeat_ && isMatched_ && countRepeat();
-  return iterator_.isElementMatched(search_, start_, false, matchCurrent_) && repeatStartEntry();
+  return isMatching(start_, false) && repeatStartEntry();
 }
 
 bool PositionSearch::repeatStartEntry() {
@@ -258,10 +345,11 @@ bool PositionSearch::countRepeat() {
 bool PositionSearch::findBestPosition(bool replaceCurrent) {
   if (!isSearchFor(STTagId) && !isSearchFor(STSimpleType) && !isSearchFor(STSelfDef)) return false;
   isBestPosition_ = true;
+  replaceCurrent_ = replaceCurrent;
   while (!isExhausted()) {
-    if (iterator_.isTypeContentMatched(search_)) return placeUndefined(replaceCurrent);
+    if (iterator_.isTypeContentMatched(search_)) return placeUndefined(replaceCurrent_);
     if (entersGroup()) {
-      replaceCurrent = true;
+      replaceCurrent_ = true;
       continue;
     }
     if (advance() == Step::Ended) {

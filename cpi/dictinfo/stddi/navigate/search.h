@@ -10,11 +10,13 @@
 #ifndef CPI_DICTINFO_STDDI_NAVIGATE_SEARCH_H
 #define CPI_DICTINFO_STDDI_NAVIGATE_SEARCH_H
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <vector>
 
 #include "cpi/dictinfo/stddi/navigate/navigation.h"
+#include "cpi/dictinfo/stddi/query/memberindex.h"
 
 namespace cpi {
 
@@ -54,9 +56,29 @@ class PositionSearch {
         start_(iterator.positionStack.back()),
         candidate_(start_) {}
 
+  // Lets the search match names by their key, and pass over members that it would look at in vain.
+  // Not while log items are written, which tell of each of them.
+  void passOver(const Passing& passing) noexcept;
+
   // The searches; see StdDictionaryIterator.
   bool findNewPosition();
   bool findBestPosition(bool replaceCurrent);
+
+  // Runs a search that matches nothing and shows `visit` each candidate at which a search that
+  // matches it would be found, with the occurrence that it would be. Until its first match every
+  // search by tag, name or logical type goes the same way, so what it would find is what is shown
+  // first of all that it matches. `visit` returns whether to go on. Leaves the stack where the
+  // search ended.
+  template <class Visit>
+  void visitCandidates(Visit visit) {
+    while (!isExhausted()) {
+      const bool isRepeat = candidate_.repeatIndex >= 0 && isFirst_;
+      const std::int32_t last = std::min(candidate_.repeatIndex, kUnbounded - 1);
+      const bool isFound = !isRepeat || mayRepeat();
+      if (isFound && !visit(candidate_, isRepeat ? last + 1 : 0)) return;
+      if (!entersGroup() && advance() == Step::Ended) return;
+    }
+  }
 
  private:
   // What a step led to.
@@ -73,6 +95,13 @@ class PositionSearch {
   bool isInsideItself() noexcept;
   Step advance();
   std::int32_t nextMember(const SMD_TYPE_DEFINITION& parent);
+  bool isAllIndexed(const MemberIndex& members) const noexcept;
+  std::int32_t passedOver(std::int32_t row, const SMD_TYPE_DEFINITION& parent);
+  std::int32_t nextStop(std::int32_t row, std::int32_t group,
+                        const SMD_TYPE_DEFINITION& parent) const;
+  bool isRefused(const SMD_TYPE_DEFINITION& parent) const noexcept;
+  bool countsFromStart() const noexcept;
+  bool isMatching(const DictionaryPosition& position, bool atStartEntry) const;
   bool isAlternativeTaken() const;
   bool restartsLevel();
   bool closesLevel() const;
@@ -109,7 +138,10 @@ class PositionSearch {
   const SearchDef& search_;
   const bool matchCurrent_;
   const bool enforceRequired_;
+  Passing passing_;  // without an index a name is compared with those of the tags
+  bool passesOver_ = false;
   bool isBestPosition_ = false;
+  bool replaceCurrent_ = false;  // by an element without member: what stands at the level
   const DictionaryPosition start_;
   DictionaryPosition candidate_;
   bool isFirst_ = true;       // the candidate is still the start entry

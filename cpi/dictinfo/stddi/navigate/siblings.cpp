@@ -28,15 +28,21 @@ bool StdDictionaryIterator::moveToNextSibling() {
 bool StdDictionaryIterator::moveToNextSiblingTagId(std::int32_t tagId, bool allowUndefined,
                                                    bool enforceRequired) {
   if (dictionaryInfo == nullptr) return moveToNextSibling();  // which refuses it
-  return moveToSibling(SearchDef(STTagId, dictionaryInfo->getTagDefIndex(tagId)), true,
-                       allowUndefined, enforceRequired);
+  const std::int32_t row = dictionaryInfo->getTagDefIndex(tagId);
+  const Passing passing = passingForTag(row);
+  if (passing.members != nullptr && goToPeer(passing, row)) return true;
+  SearchDef search(STTagId, row);
+  return moveToPeer(search, KelStringBase(), passing, allowUndefined, enforceRequired);
 }
 
 bool StdDictionaryIterator::moveToNextSiblingTagName(const unsigned short* name,
                                                      const KelStringBase& namespaceURI,
                                                      bool /*allowUndefined*/,
                                                      bool enforceRequired) {
-  return moveToSibling(SearchDef(STTagName, name, namespaceURI), true, true, enforceRequired);
+  const Passing passing = passingForName(name, namespaceURI);
+  if (passing.members != nullptr && goToPeer(passing, kNone)) return true;
+  SearchDef search(STTagName, name, passing.members != nullptr ? KelStringBase() : namespaceURI);
+  return moveToPeer(search, namespaceURI, passing, true, enforceRequired);
 }
 
 bool StdDictionaryIterator::moveToNextSiblingMemberId(std::int32_t memberId, bool enforceRequired) {
@@ -62,13 +68,22 @@ bool StdDictionaryIterator::moveToPreviousSibling() {
 
 bool StdDictionaryIterator::moveToSibling(SearchDef search, bool moveFwd, bool allowUndefined,
                                           bool enforceRequired) {
+  if (moveFwd) {
+    const KelStringBase namespaceURI = search.namespaceURI;
+    return moveToPeer(search, namespaceURI, passingFor(search), allowUndefined, enforceRequired);
+  }
   MoveOperation operation(this, kMoveToSibling, search, moveFwd, allowUndefined, enforceRequired);
   positionStackSaved = false;
   checkDictionary(dictionaryInfo, kMoveToSibling);
-  if (!moveFwd) {
-    throwParserError(this, siteOf(kIteratorSource, kMoveToSibling), CP_INTERNAL_ERROR,
-                     "moveFwd false not supported");
-  }
+  throwParserError(this, siteOf(kIteratorSource, kMoveToSibling), CP_INTERNAL_ERROR,
+                   "moveFwd false not supported");
+}
+
+bool StdDictionaryIterator::moveToPeer(SearchDef& search, const KelStringBase& namespaceURI,
+                                       Passing passing, bool allowUndefined, bool enforceRequired) {
+  MoveOperation operation(this, kMoveToSibling, search, true, allowUndefined, enforceRequired);
+  positionStackSaved = false;
+  checkDictionary(dictionaryInfo, kMoveToSibling);
   if (positionStack.size() < 2) {
     traceItem(this, kMoveToSibling, kNoPeers, {positionStack.size()});
     return operation.returns(false);
@@ -77,19 +92,23 @@ bool StdDictionaryIterator::moveToSibling(SearchDef search, bool moveFwd, bool a
   StackGuard guard(positionStack, savedPositionStack, positionStackSaved);
   return operation.returns(guard.run([&] {
     const SMD_TYPE_DEFINITION* const parent = dictionaryInfo->types().find(getParentTypeIndex());
-    if (parent == nullptr) return moveWithoutModel(search, allowUndefined);
+    if (parent == nullptr) return moveWithoutModel(search, namespaceURI, passing, allowUndefined);
     const bool isFirstChildMarker = settleCurrentEntry();
-    return searchNewPosition(search, false, true, enforceRequired) ||
-           (allowUndefined && placeSibling(search, isFirstChildMarker));
+    return searchNewPosition(search, passing, false, true, enforceRequired) ||
+           (allowUndefined && placeSibling(search, namespaceURI, passing, isFirstChildMarker));
   }));
 }
 
 // Inside a message composition that has a tag there is room for one message.
-void StdDictionaryIterator::checkNamedMessage(const SearchDef& search) const {
+bool StdDictionaryIterator::isInNamedMessage() const {
   const std::int32_t index = parentIndex();
-  if (index < 0 || positionStack[static_cast<std::size_t>(index)].tagIndex < 0) return;
+  if (index < 0 || positionStack[static_cast<std::size_t>(index)].tagIndex < 0) return false;
   const SMD_TYPE_DEFINITION* const parent = dictionaryInfo->types().find(getParentTypeIndex());
-  if (parent == nullptr || parent->Composition != TYPE_MESSAGE) return;
+  return parent != nullptr && parent->Composition == TYPE_MESSAGE;
+}
+
+void StdDictionaryIterator::checkNamedMessage(const SearchDef& search) const {
+  if (!isInNamedMessage()) return;
   throwParserError(this, siteOf(kIteratorSource, kMoveToSibling),
                    CP_DICT_EMBEDDED_MESSAGE_NOT_ALLOWED,
                    "Can't move to the next sibling of a named message composition",
@@ -132,12 +151,15 @@ bool StdDictionaryIterator::settleCurrentEntry() {
 }
 
 // The element is no member: placed as one that the model does not define here.
-bool StdDictionaryIterator::placeSibling(SearchDef& search, bool isFirstChildMarker) {
+bool StdDictionaryIterator::placeSibling(SearchDef& search, const KelStringBase& namespaceURI,
+                                         Passing& passing, bool isFirstChildMarker) {
   switch (search.searchType) {
     case STAny:
     case STMember: return false;
     case STTagName:
-      if (!resolveTagName(search)) return moveToSibling(search, true, true, true);
+      if (!resolveTagName(search, namespaceURI, passing)) {
+        return moveToPeer(search, namespaceURI, passing, true, true);
+      }
       break;
     case STTagId:
     case STSimpleType:
@@ -157,7 +179,7 @@ bool StdDictionaryIterator::placeSibling(SearchDef& search, bool isFirstChildMar
     }
   }
   if (search.searchType == STSelfDef) checkNamedMessage(search);
-  if (searchBestPosition(search, isFirstChildMarker, true)) return true;
+  if (searchBestPosition(search, passing, isFirstChildMarker, true)) return true;
   return pushSibling(search, isFirstChildMarker);
 }
 
@@ -169,14 +191,17 @@ bool StdDictionaryIterator::pushSibling(const SearchDef& search, bool isFirstChi
 }
 
 // Under a parent without a type there is nothing to search.
-bool StdDictionaryIterator::moveWithoutModel(SearchDef& search, bool allowUndefined) {
+bool StdDictionaryIterator::moveWithoutModel(SearchDef& search, const KelStringBase& namespaceURI,
+                                             Passing& passing, bool allowUndefined) {
   switch (search.searchType) {
     case STMember:
       throwParserError(this, siteOf(kIteratorSource, kMoveToSibling), CP_INTERNAL_ERROR,
                        "Can't look for a member id in StdDictionaryIterator when the parent is "
                        "self defined.");
     case STTagName:
-      if (!resolveTagName(search)) return moveToSibling(search, true, allowUndefined, true);
+      if (!resolveTagName(search, namespaceURI, passing)) {
+        return moveToPeer(search, namespaceURI, passing, allowUndefined, true);
+      }
       break;
     case STTagId:
     case STSimpleType:
@@ -229,7 +254,8 @@ bool StdDictionaryIterator::moveOnFromMember(std::int32_t nextMemberId, bool enf
       const auto* const nextRow = dictionaryInfo->typeMembers().find(next);
       if (nextRow != nullptr && row != nullptr && nextRow->ParentTypeId == row->ParentTypeId) {
         current = DictionaryPosition(dictionaryInfo, next);
-        if (searchNewPosition(SearchDef(STAny, kNone), true, true, enforceRequired)) return true;
+        if (searchNewPosition(SearchDef(STAny, kNone), {}, true, true, enforceRequired))
+          return true;
         break;
       }
       if (!isParentAnonymous() || nextMemberId <= 0) break;

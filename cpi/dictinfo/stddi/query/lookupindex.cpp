@@ -73,7 +73,9 @@ LookupIndex::LookupIndex(const StdDictionaryInfo& dictionary, const SpaceNumbers
                                                                                  numbers)),
       elements_(dictionary.tags(), spaces_,
                 spacesOf<SMD_TAG_DEFINITION, &SMD_TAG_DEFINITION::namespaceIndex>(dictionary.tags(),
-                                                                                  numbers)) {}
+                                                                                  numbers)) {
+  if (elements_.isComplete()) members_.emplace(dictionary, elements_);
+}
 
 LookupIndex::LookupIndex(const StdDictionaryInfo& dictionary, std::span<const unsigned char> bytes)
     : tagIds_(dictionary.tags().rowCount(), idsOf(dictionary.tags(), &SMD_TAG_DEFINITION::Id)),
@@ -90,6 +92,7 @@ LookupIndex::LookupIndex(const StdDictionaryInfo& dictionary, std::span<const un
   visitArrays(*this, reader);
   isSound_ = reader.isDone() && tags_.isSound(dictionary.tags().rowCount()) &&
              types_.isSound(dictionary.types().rowCount()) && elements_.isSound();
+  if (isSound_) members_.emplace(dictionary, elements_);
 }
 
 std::vector<unsigned char> LookupIndex::keptBytes() const {

@@ -7,6 +7,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string_view>
 #include <vector>
@@ -14,6 +15,7 @@
 #include "cpi/dictinfo/stddi/query/definitionindex.h"
 #include "cpi/dictinfo/stddi/query/elementnames.h"
 #include "cpi/dictinfo/stddi/query/idindex.h"
+#include "cpi/dictinfo/stddi/query/memberindex.h"
 #include "cpi/dictinfo/stddi/query/nameindex.h"
 #include "cpi/dictinfo/stddi/query/namespacetexts.h"
 #include "cpi/dictinfo/stddi/stddictionaryinfo.h"
@@ -55,6 +57,10 @@ class LookupIndex {
   const ElementNames* elements() const noexcept {
     return elements_.isComplete() ? &elements_ : nullptr;
   }
+  // For moves; null without the elements.
+  const MemberIndex* members() const noexcept {
+    return members_.has_value() ? &*members_ : nullptr;
+  }
   // Whether every look-up stays inside the tables and ends.
   bool isSound() const noexcept { return isSound_; }
   // What can be kept of the index; nothing when it is not complete. Throws std::bad_alloc.
@@ -63,7 +69,7 @@ class LookupIndex {
   std::size_t bytes() const noexcept {
     return sizeof *this + tagIds_.bytes() + typeIds_.bytes() + memberIds_.bytes() +
            definitions_.bytes() + spaces_.bytes() + tags_.bytes() + types_.bytes() +
-           elements_.bytes();
+           elements_.bytes() + (members_.has_value() ? members_->bytes() : 0);
   }
 
  private:
@@ -86,6 +92,7 @@ class LookupIndex {
   NameIndex tags_;
   NameIndex types_;
   ElementNames elements_;
+  std::optional<MemberIndex> members_;
   bool isSound_ = true;
 };
 

@@ -1,0 +1,133 @@
+// StructureCheck: holds the children of each open element against what its content demands, and
+// finds out what is wrong when they do not agree.
+//
+// While all is well it compares each child's path with that of the child before, and keeps it. A
+// child that does not fit is sought again, exactly: the particle that it must be taken for is
+// resolved from the members themselves, so that no peculiarity of a search by name raises a false
+// alarm. Only then there is a fault, and the walk goes on where most of what follows makes sense:
+// something skipped is told once, a run of elements that belong together elsewhere too, an element
+// that came too early does not move the others out of their places, and an unknown element stands
+// in for one that is missing beside it.
+//
+// Thread rule: used by the one thread that walks.
+#ifndef CPI_WALK_STRUCTURECHECK_H
+#define CPI_WALK_STRUCTURECHECK_H
+
+#include <cstddef>
+#include <cstdint>
+#include <unordered_set>
+#include <vector>
+
+#include "cpi/runtime/kelstring.h"
+#include "cpi/walk/contentsearch.h"
+#include "cpi/walk/verdict.h"
+#include "cpi/walk/walkmodel.h"
+
+namespace cpi {
+
+struct ElementName {
+  const unsigned short* local;
+  const KelStringBase& namespaceURI;
+};
+
+class StructureCheck {
+ public:
+  // An open element whose children are checked.
+  struct Scope {
+    std::int64_t number = 0;         // see OccurrenceCounter
+    std::int32_t typeIndex = kNone;  // that judges its content
+    std::size_t begin = 0;           // where its path begins, from open()
+  };
+  // What became of a child that did not fit.
+  struct Outcome {
+    VerdictKind kind = VerdictKind::Placed;
+    Reason reason = Reason::None;
+    bool isConsequence = false;
+    bool isPlaced = false;         // it stands at path(), and the walk goes on from there
+    std::int32_t leaf = kNone;     // the member row that it was taken for
+    std::int32_t content = kNone;  // the Tags row by which its content may be judged
+  };
+  // What a Finding has to say about the structure.
+  struct Fault {
+    std::vector<Expected> missing;
+    std::vector<Expected> expected;
+    std::vector<GroupStep> groups;
+    std::vector<KnownPlace> elsewhere;
+    std::int64_t elsewhereCount = 0;
+    std::int32_t atMost = kNone;
+  };
+
+  // Neither is owned; both must outlive this.
+  StructureCheck(const WalkModel& model, const OccurrenceCounter& counter);
+
+  void restart() noexcept;
+  // An element begins whose children will be checked; returns Scope::begin.
+  std::size_t open() const noexcept { return trail_.size(); }
+  // It has ended.
+  void close(const Scope& scope) noexcept;
+
+  // The way to the last child of the innermost scope.
+  ContentSearch::Path path(const Scope& scope) const noexcept {
+    return ContentSearch::Path(trail_).subspan(scope.begin);
+  }
+  // Takes the child at `next`, if it fits there without further question.
+  bool accept(const Scope& scope, const ContentPath& next);
+  // Judges a child that does not.
+  Outcome judge(const Scope& scope, const ElementName& name);
+  // Judges the end: whether required children never came.
+  bool isIncomplete(const Scope& scope);
+  // Judges an outermost element that the model does not know.
+  Outcome judgeRoot(const ElementName& name);
+  // Judges an element that has no place in the content of a type, of which nothing else is known.
+  Outcome judgeRefused(std::int32_t typeIndex, const ElementName& name);
+
+  // Of the last outcome that was a fault, or the last end that was.
+  Fault& fault() noexcept { return fault_; }
+
+ private:
+  // What a faulty element has to remember.
+  struct Trouble {
+    std::int64_t number = 0;  // of its scope
+    ContentPath bookmark;     // where it stood before something came too early
+    bool hasBookmark = false;
+    std::int32_t strays = 0;                // elements without a place, since the last with one
+    ContentPath aside;                      // where the last one out of place would stand
+    std::int32_t strayType = kNone;         // the Types row that has the last one without a place
+    std::unordered_set<std::int32_t> told;  // members known to be missing or misplaced
+  };
+
+  ContentSearch searchFrom(const Scope& scope, ContentSearch::Path last) const;
+  Trouble* troubleOf(const Scope& scope) noexcept;
+  Trouble& addTrouble(const Scope& scope);
+  void settle(const Scope& scope, ContentSearch::Path next);
+  bool isTaken(std::int32_t leaf, const ElementName& name) const;
+  bool find(const ContentSearch& search, const ElementName& name, bool isLenient);
+  void findAnywhere(const ContentSearch& search, const ElementName& name);
+  bool isForeign(const ContentSearch& search, const ElementName& name) const;
+  Outcome placed(const Scope& scope);
+  Outcome judgeAhead(const Scope& scope, const ElementName& name);
+  bool isOneMore(const Scope& scope, const ElementName& name) const;
+  Outcome judgeBehind(const Scope& scope, const ElementName& name);
+  Outcome judgeUnknown(const Scope& scope, const ElementName& name);
+  std::int32_t otherNamespace(const ContentSearch& search, const ElementName& name) const;
+  Outcome judgeByName(const ElementName& name);
+  Outcome judgeStray(Trouble& trouble, const ElementName& name);
+  Outcome wrongNamespace(std::int32_t leaf);
+  void explain(const Scope& scope);
+  void listMissing(const ContentSearch& search, ContentSearch::Path next, const Trouble* trouble);
+  std::int32_t owedCount() const noexcept;
+  void tellMissing(Trouble& trouble) const;
+  std::int32_t exhausted(const Scope& scope) const;
+  Expected expectedOf(const ContentLeaf& leaf) const;
+
+  const WalkModel& model_;
+  const OccurrenceCounter& counter_;
+  ContentPath trail_;              // the paths of all open scopes, one behind the other
+  ContentPath found_;              // by find()
+  std::vector<Trouble> troubles_;  // of the open scopes that have any, outermost first
+  Fault fault_;
+};
+
+}  // namespace cpi
+
+#endif  // CPI_WALK_STRUCTURECHECK_H

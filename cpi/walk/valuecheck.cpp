@@ -1,0 +1,223 @@
+#include "cpi/walk/valuecheck.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <limits>
+#include <optional>
+
+#include "cpi/dictinfo/stddi/stddictionaryiterator.h"
+#include "cpi/extract/modelconventions.h"
+
+namespace cpi {
+namespace {
+
+constexpr std::size_t kMaxShownValues = 20;
+// Types derive from one another through fewer steps than these.
+constexpr int kMaxBases = 64;
+
+bool isSpace(char unit) noexcept {
+  return unit == ' ' || unit == '\t' || unit == '\n' || unit == '\r';
+}
+
+void collapse(std::string_view text, std::string& out) {
+  out.clear();
+  bool isGap = false;
+  for (const char unit : text) {
+    if (isSpace(unit)) {
+      isGap = true;
+      continue;
+    }
+    if (isGap && !out.empty()) out += ' ';
+    isGap = false;
+    out += unit;
+  }
+}
+
+bool takeDigits(std::string_view& text, std::string_view& digits) {
+  const auto end =
+      std::find_if(text.begin(), text.end(), [](char c) { return c < '0' || c > '9'; });
+  digits = text.substr(0, static_cast<std::size_t>(end - text.begin()));
+  text.remove_prefix(digits.size());
+  return !digits.empty();
+}
+
+// The one form that equal decimal numbers share; false when it is no number.
+bool canonicalDecimal(std::string_view text, bool isInteger, std::string& out) {
+  const bool isNegative = text.starts_with('-');
+  if (isNegative || text.starts_with('+')) text.remove_prefix(1);
+  std::string_view whole;
+  std::string_view fraction;
+  bool hasDigits = takeDigits(text, whole);
+  if (!isInteger && text.starts_with('.')) {
+    text.remove_prefix(1);
+    hasDigits = takeDigits(text, fraction) || hasDigits;
+  }
+  if (!text.empty() || !hasDigits) return false;
+  whole.remove_prefix(std::min(whole.find_first_not_of('0'), whole.size()));
+  fraction = fraction.substr(0, fraction.find_last_not_of('0') + 1);
+  out.assign(isNegative && !(whole.empty() && fraction.empty()) ? "-" : "");
+  out.append(whole.empty() ? "0" : whole);
+  if (!fraction.empty()) out.append(".").append(fraction);
+  return true;
+}
+
+std::optional<double> floatOf(std::string_view text) {
+  if (text == "INF") return std::numeric_limits<double>::infinity();
+  if (text == "-INF") return -std::numeric_limits<double>::infinity();
+  if (text == "NaN") return std::numeric_limits<double>::quiet_NaN();
+  if (text.starts_with('+')) text.remove_prefix(1);
+  if (text.find_first_not_of("0123456789.eE+-") != text.npos) return std::nullopt;
+  double value = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+  if (end != text.data() + text.size() || error == std::errc::invalid_argument) return std::nullopt;
+  return value;
+}
+
+std::string keyOf(double value) { return std::isnan(value) ? "NaN" : fmt::format("{:.9g}", value); }
+
+// What equal values of a logical type share; false when the text is no value of it.
+bool makeKey(std::int32_t logicalType, std::string_view collapsed, std::string& key) {
+  switch (logicalType) {
+    case LTInteger: return canonicalDecimal(collapsed, true, key);
+    case LTDecimal: return canonicalDecimal(collapsed, false, key);
+    case LTBoolean: {
+      const bool isTrue = collapsed == "true" || collapsed == "1";
+      key = isTrue ? "1" : "0";
+      return isTrue || collapsed == "false" || collapsed == "0";
+    }
+    case LTFloat: {
+      const std::optional<double> value = floatOf(collapsed);
+      if (value) key = keyOf(*value);
+      return value.has_value();
+    }
+    default: key = collapsed; return true;
+  }
+}
+
+bool isNumeric(std::int32_t logicalType) {
+  return logicalType == LTInteger || logicalType == LTDecimal || logicalType == LTFloat ||
+         logicalType == LTBoolean;
+}
+
+std::int64_t characters(std::string_view text) {
+  return std::count_if(text.begin(), text.end(),
+                       [](char unit) { return (static_cast<unsigned char>(unit) & 0xC0) != 0x80; });
+}
+
+// A constant of the dictionary as text; nothing when it has no one text.
+std::optional<std::string> textOf(const SMD_VALUE_DEFINITION& value) {
+  switch (value.Type) {
+    case LTString:
+    case LTDecimal: return toUtf8(textView(value.Value.Text));
+    case LTInteger: return std::to_string(value.Value.Integer);
+    case LTFloat: return keyOf(value.Value.Float);
+    case LTBoolean: return value.Value.Boolean ? "true" : "false";
+    default: return std::nullopt;
+  }
+}
+
+// Calls `visit` with each row of Values that a set leads to.
+template <class Visit>
+void forEachValue(const StdDictionaryInfo& dictionary, std::int32_t first, Visit visit) {
+  const auto& sets = dictionary.valueSet();
+  for (std::int32_t row = first; sets.contains(row); ++row) {
+    const auto* const value = dictionary.values().find(sets.row(row).ValueSetValueIndex);
+    if (value == nullptr || !visit(*value)) return;
+  }
+}
+
+}  // namespace
+
+bool ValueCheck::isNeeded(const SMD_TAG_DEFINITION* tag) const {
+  if (tag == nullptr) return false;
+  const std::int32_t logicalType = logicalTypeOf(*tag);
+  if (logicalType < 1 || logicalType >= kFirstWildcardLogicalType) return false;
+  return tag->ValueSetTableIndex >= 0 || tag->MinLength > 0 || tag->MaxLength >= 0 ||
+         isNumeric(logicalType);
+}
+
+// A default stands for an empty element.
+Reason ValueCheck::judge(std::int32_t tagIndex, std::string_view value) {
+  const SMD_TAG_DEFINITION& tag = dictionary_.tags().row(tagIndex);
+  const std::int32_t logicalType = logicalTypeOf(tag);
+  if (value.empty() && tag.DVTableIndex >= 0) return Reason::None;
+  collapse(value, collapsed_);
+  if (!makeKey(logicalType, collapsed_, key_)) return Reason::WrongForm;
+  if (tag.ValueSetTableIndex >= 0 && !isInSet(tagIndex, logicalType, value)) {
+    return Reason::NotInValueSet;
+  }
+  if (logicalType != LTString || (tag.MinLength <= 0 && tag.MaxLength < 0)) return Reason::None;
+  const std::int64_t longest = lengthOf(tag, value);
+  if (longest < 0) return Reason::None;
+  if (longest < tag.MinLength) return Reason::TooShort;
+  const bool isTooLong = tag.MaxLength >= 0 && lengthOf(tag, collapsed_) > tag.MaxLength;
+  return isTooLong ? Reason::TooLong : Reason::None;
+}
+
+void ValueCheck::describe(std::int32_t tagIndex, Reason reason, Finding& finding) const {
+  const SMD_TAG_DEFINITION& tag = dictionary_.tags().row(tagIndex);
+  if (reason == Reason::TooShort) finding.atLeast = tag.MinLength;
+  if (reason == Reason::TooLong) finding.atMost = tag.MaxLength;
+  if (reason != Reason::NotInValueSet) return;
+  forEachValue(dictionary_, tag.ValueSetTableIndex, [&](const SMD_VALUE_DEFINITION& value) {
+    finding.values.push_back(textOf(value).value_or(""));
+    return finding.values.size() < kMaxShownValues;
+  });
+}
+
+std::int32_t ValueCheck::logicalTypeOf(const SMD_TAG_DEFINITION& tag) const {
+  const SMD_TYPE_DEFINITION* const type = dictionary_.types().find(tag.ToTypeIndexField);
+  return type == nullptr ? 0 : type->LogicalType;
+}
+
+bool ValueCheck::isInSet(std::int32_t tagIndex, std::int32_t logicalType, std::string_view value) {
+  const ValueSet& set = setOf(tagIndex, logicalType);
+  if (!set.isJudged || set.keys.contains(key_)) return true;
+  return logicalType == LTString && set.keys.contains(value);
+}
+
+const ValueCheck::ValueSet& ValueCheck::setOf(std::int32_t tagIndex, std::int32_t logicalType) {
+  const std::int32_t first = dictionary_.tags().row(tagIndex).ValueSetTableIndex;
+  const auto [entry, isNew] = sets_.try_emplace(first);
+  ValueSet& set = entry->second;
+  if (!isNew) return set;
+  forEachValue(dictionary_, first, [&](const SMD_VALUE_DEFINITION& value) {
+    const std::optional<std::string> text = textOf(value);
+    std::string collapsed;
+    std::string key;
+    if (text) collapse(*text, collapsed);
+    set.isJudged = text && makeKey(logicalType, collapsed, key);
+    if (logicalType == LTString && text) set.keys.insert(*text);
+    set.keys.insert(std::move(key));
+    return set.isJudged;
+  });
+  return set;
+}
+
+// In the units of the type's length limits; -1 when these say nothing of the text.
+std::int64_t ValueCheck::lengthOf(const SMD_TAG_DEFINITION& tag, std::string_view value) const {
+  const std::u16string_view base = builtInBase(tag);
+  if (base == u"QName" || base == u"NOTATION") return -1;
+  if (base != u"hexBinary" && base != u"base64Binary") return characters(value);
+  const std::int64_t digits = std::count_if(
+      value.begin(), value.end(), [](char unit) { return !isSpace(unit) && unit != '='; });
+  return base == u"hexBinary" ? digits / 2 : digits * 3 / 4;
+}
+
+std::u16string_view ValueCheck::builtInBase(const SMD_TAG_DEFINITION& tag) const {
+  std::int32_t row = tag.ToTypeIndexField;
+  for (int step = 0; step < kMaxBases; ++step) {
+    const SMD_TYPE_DEFINITION* const type = dictionary_.types().find(row);
+    if (type == nullptr) break;
+    if (dictionary_.namespaceText(type->NamespaceIndex) == kSchemaNamespace) {
+      return textView(type->Identifier);
+    }
+    row = dictionary_.getTypeDefIndex(type->BaseTypeId);
+  }
+  return {};
+}
+
+}  // namespace cpi

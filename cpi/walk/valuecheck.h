@@ -1,0 +1,64 @@
+// ValueCheck: holds the values of simple types against what the dictionary knows of them: value
+// sets, lengths and the look of numbers and truth values.
+//
+// Dictionaries do not say how white space counts in a value, so a value is refused only when it is
+// wrong both as it stands and with its white space collapsed. Sets of dates, times and durations,
+// and lengths of qualified names, are not judged.
+//
+// Thread rule: used by one thread at a time; what it has prepared of a value set is kept.
+#ifndef CPI_WALK_VALUECHECK_H
+#define CPI_WALK_VALUECHECK_H
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <unordered_set>
+
+#include "cpi/dictinfo/stddi/stddictionaryinfo.h"
+#include "cpi/walk/verdict.h"
+
+namespace cpi {
+
+class ValueCheck {
+ public:
+  // `dictionary` is not owned and must outlive this.
+  explicit ValueCheck(const StdDictionaryInfo& dictionary) : dictionary_(dictionary) {}
+
+  // Whether judge() may find anything wrong with a value of this tag. `tag` may be null.
+  bool isNeeded(const SMD_TAG_DEFINITION* tag) const;
+  // What is wrong with a value, UTF-8, of the tag in this row: NotInValueSet, TooShort, TooLong,
+  // WrongForm or None.
+  Reason judge(std::int32_t tagIndex, std::string_view value);
+  // Tells in a finding what would have been right.
+  void describe(std::int32_t tagIndex, Reason reason, Finding& finding) const;
+
+ private:
+  struct Hash {
+    using is_transparent = void;
+    std::size_t operator()(std::string_view text) const noexcept {
+      return std::hash<std::string_view>()(text);
+    }
+  };
+  struct ValueSet {
+    bool isJudged = true;  // false: it has values that are not compared
+    std::unordered_set<std::string, Hash, std::equal_to<>> keys;
+  };
+
+  std::int32_t logicalTypeOf(const SMD_TAG_DEFINITION& tag) const;
+  bool isInSet(std::int32_t tagIndex, std::int32_t logicalType, std::string_view value);
+  const ValueSet& setOf(std::int32_t tagIndex, std::int32_t logicalType);
+  std::int64_t lengthOf(const SMD_TAG_DEFINITION& tag, std::string_view value) const;
+  std::u16string_view builtInBase(const SMD_TAG_DEFINITION& tag) const;
+
+  const StdDictionaryInfo& dictionary_;
+  std::unordered_map<std::int32_t, ValueSet> sets_;  // by first row of the set
+  std::string key_;
+  std::string collapsed_;
+};
+
+}  // namespace cpi
+
+#endif  // CPI_WALK_VALUECHECK_H

@@ -1,0 +1,39 @@
+// WalkCursor: a dictionary iterator that may start without context, and that a walk can put back
+// or elsewhere among the children of an element.
+#ifndef CPI_WALK_WALKCURSOR_H
+#define CPI_WALK_WALKCURSOR_H
+
+#include <cstddef>
+
+#include "cpi/dictinfo/stddi/stddictionaryiterator.h"
+#include "cpi/walk/contentsearch.h"
+
+namespace cpi {
+
+class WalkCursor : public StdDictionaryIterator {
+ public:
+  explicit WalkCursor(const StdDictionaryInfo& dictionary) { setDictionaryInfo(&dictionary); }
+
+  // Whether it stands on a member that is within its limit.
+  bool isMemberWithinLimit() const;
+  // Whether the current element's occurrences may be scattered over the enclosing element: it is
+  // a member of an unordered type, which is the element's own or that of a group that occurs once.
+  bool isInUnorderedType() const;
+
+  // Identifies an element as long as it is open: what stands behind it leads to a child.
+  std::size_t height() const noexcept { return positionStack.size(); }
+  // The way from the element of this height to the current one; empty when that is no member.
+  void readPath(std::size_t height, ContentPath& path) const;
+  // Stands on the child of the element of this height to which `path` leads; with an empty path on
+  // the element itself, as before its first child.
+  void standAt(std::size_t height, ContentSearch::Path path);
+
+ private:
+  static bool isGroup(const DictionaryPosition& position) {
+    return position.memberIndex >= 0 && position.tagIndex == kNone;
+  }
+};
+
+}  // namespace cpi
+
+#endif  // CPI_WALK_WALKCURSOR_H

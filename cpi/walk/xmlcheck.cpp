@@ -1,0 +1,168 @@
+#include "cpi/walk/xmlcheck.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "cpi/extract/modelconventions.h"
+
+namespace cpi {
+namespace {
+
+// A value longer than this is not kept, and judged no further than by its length so far.
+constexpr std::size_t kMaxValue = std::size_t{1} << 20;
+// A finding shows so much of a text, in bytes.
+constexpr std::size_t kMaxShown = 80;
+// Types derive from one another through fewer steps than these.
+constexpr int kMaxBases = 256;
+
+constexpr std::string_view kInstance = "http://www.w3.org/2001/XMLSchema-instance";
+constexpr std::string_view kSpace = " \t\r\n";
+
+std::string_view trimmed(std::string_view text) {
+  const std::size_t first = text.find_first_not_of(kSpace);
+  if (first == text.npos) return {};
+  return text.substr(first, text.find_last_not_of(kSpace) - first + 1);
+}
+
+// Cut off between characters.
+std::string shown(std::string_view text) {
+  if (text.size() <= kMaxShown) return std::string(text);
+  std::size_t end = kMaxShown;
+  while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xC0) == 0x80) --end;
+  return std::string(text.substr(0, end)) + "...";
+}
+
+// The value of an attribute of the schema language's instance namespace; empty: there is none.
+std::string_view instanceAttribute(const XmlStartTag& tag, std::string_view name) {
+  const unsigned char** attribute = tag.attributes;
+  for (int i = 0; i < tag.attributeCount; ++i, attribute += 5) {
+    const auto textOf = [&](int part) { return reinterpret_cast<const char*>(attribute[part]); };
+    if (attribute[2] == nullptr || name != textOf(0) || kInstance != textOf(2)) continue;
+    return {textOf(3), static_cast<std::size_t>(attribute[4] - attribute[3])};
+  }
+  return {};
+}
+
+}  // namespace
+
+FindingSink::~FindingSink() = default;
+
+void XmlCheck::start(const XmlStartTag& tag, std::u16string_view typeKey) {
+  text_.clear();
+  isWhole_ = true;
+  XmlFrame& frame = trail_.top();
+  const Verdict& verdict = frame.verdict;
+  if (verdict.reason == Reason::InNil) trail_.parent()->isNil = false;  // that was told just now
+  if (verdict.typeIndex == kNone) return;
+  if (!typeKey.empty()) checkType(frame, tag, typeKey);
+  if (tag.attributeCount > 0) checkNil(frame, tag);
+  const SMD_TAG_DEFINITION* const content = contentTag(frame);
+  const SMD_TYPE_DEFINITION* const type = dictionary_.types().find(verdict.typeIndex);
+  if (content == nullptr || type == nullptr || frame.isNil) return;
+  frame.hasNoText = type->LogicalType < 1 && content->MaxLength == kNoText;
+  frame.hasValue = values_.isNeeded(content);
+}
+
+void XmlCheck::text(std::string_view piece, const XmlPushParser& parser) {
+  if (trail_.isEmpty()) return;
+  XmlFrame& frame = trail_.top();
+  if (frame.hasNoText || frame.isNil) checkText(frame, piece, parser);
+  if (!frame.hasValue) return;
+  if (text_.size() + piece.size() > kMaxValue) isWhole_ = false;
+  if (isWhole_) text_ += piece;
+}
+
+void XmlCheck::end() {
+  if (const XmlFrame& frame = trail_.top(); frame.hasValue && isWhole_) checkValue(frame);
+  text_.clear();
+  isWhole_ = false;  // what follows is text of the enclosing element, behind a child
+}
+
+const SMD_TAG_DEFINITION* XmlCheck::contentTag(const XmlFrame& frame) const {
+  return dictionary_.tags().find(frame.verdict.contentTagIndex);
+}
+
+// Built-in types that the model does not use are not in the dictionary, so nothing is known of
+// them.
+void XmlCheck::checkType(const XmlFrame& frame, const XmlStartTag& tag,
+                         std::u16string_view typeKey) {
+  const std::u16string_view uri = typeKey.substr(typeKey.find(kNameMark) + 1);
+  const bool isBuiltIn = uri == kSchemaNamespace;
+  Reason reason = Reason::None;
+  if (model_.hiddenTag(typeKey) == 0) {
+    reason = isBuiltIn ? Reason::None : Reason::UnknownType;
+  } else if (const auto* const declared = dictionary_.tags().find(frame.verdict.tagIndex);
+             declared != nullptr &&
+             !isDerived(frame.verdict.typeIndex, declared->ToTypeIndexField)) {
+    reason = Reason::NotDerived;
+  }
+  if (reason == Reason::None) return;
+  Finding finding = findingOf(frame, VerdictKind::Type, reason);
+  finding.value = shown(trimmed(tag.type));
+  sink_.add(std::move(finding), nullptr);
+}
+
+// Of simple types not every base is recorded, so they pass for derived.
+bool XmlCheck::isDerived(std::int32_t typeIndex, std::int32_t fromIndex) const {
+  const auto& types = dictionary_.types();
+  const SMD_TYPE_DEFINITION* const from = types.find(fromIndex);
+  const SMD_TYPE_DEFINITION* type = types.find(typeIndex);
+  if (from == nullptr || type == nullptr || from->LogicalType > 0 || type->LogicalType > 0) {
+    return true;
+  }
+  const bool isRoot = textView(from->Identifier) == u"anyType" &&
+                      dictionary_.namespaceText(from->NamespaceIndex) == kSchemaNamespace;
+  if (isRoot) return true;
+  for (int step = 0; type != nullptr && step < kMaxBases; ++step) {
+    if (type->TypeId == from->TypeId) return true;
+    type = types.find(dictionary_.getTypeDefIndex(type->BaseTypeId));
+  }
+  return false;
+}
+
+void XmlCheck::checkNil(XmlFrame& frame, const XmlStartTag& tag) {
+  const std::string_view value = trimmed(instanceAttribute(tag, "nil"));
+  if (value != "true" && value != "1") return;
+  const auto* const declared = dictionary_.tags().find(frame.verdict.tagIndex);
+  if (declared == nullptr) return;
+  if (!declared->NullPermitted) {
+    sink_.add(findingOf(frame, VerdictKind::Nil, Reason::NotNillable), nullptr);
+    return;
+  }
+  frame.isNil = true;
+  walk_.setNil();
+}
+
+// Once for each element.
+void XmlCheck::checkText(XmlFrame& frame, std::string_view piece, const XmlPushParser& parser) {
+  const std::size_t first =
+      frame.isNil ? (piece.empty() ? piece.npos : 0) : piece.find_first_not_of(kSpace);
+  if (first == piece.npos) return;
+  Finding finding = frame.isNil ? findingOf(frame, VerdictKind::Nil, Reason::NilWithContent)
+                                : findingOf(frame, VerdictKind::Text, Reason::NotAllowed);
+  finding.value = shown(trimmed(piece.substr(first)));
+  if (frame.isNil) walk_.setNil(true);
+  const WalkPosition position = parser.textPosition(piece.substr(first));
+  frame.hasNoText = frame.isNil = false;
+  sink_.add(std::move(finding), &position);
+}
+
+void XmlCheck::checkValue(const XmlFrame& frame) {
+  const Reason reason = values_.judge(frame.verdict.contentTagIndex, text_);
+  if (reason == Reason::None) return;
+  Finding finding = findingOf(frame, VerdictKind::Value, reason);
+  finding.value = shown(text_);
+  values_.describe(frame.verdict.contentTagIndex, reason, finding);
+  sink_.add(std::move(finding), nullptr);
+}
+
+Finding XmlCheck::findingOf(const XmlFrame& frame, VerdictKind kind, Reason reason) const {
+  Finding finding;
+  finding.verdict = frame.verdict;
+  finding.verdict.kind = kind;
+  finding.verdict.reason = reason;
+  finding.groups = walk_.groups();
+  return finding;
+}
+
+}  // namespace cpi

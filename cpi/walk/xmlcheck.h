@@ -1,0 +1,64 @@
+// XmlCheck: what is judged of an XML element beside its place: its text, the type that it asks
+// for, and whether it may be nil.
+//
+// Thread rule: used by the one thread that walks.
+#ifndef CPI_WALK_XMLCHECK_H
+#define CPI_WALK_XMLCHECK_H
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "cpi/walk/modelwalk.h"
+#include "cpi/walk/valuecheck.h"
+#include "cpi/walk/xmlpushparser.h"
+#include "cpi/walk/xmltrail.h"
+
+namespace cpi {
+
+// Takes the findings of a check. The position is where the parser stands, unless one is given.
+class FindingSink {
+ public:
+  virtual ~FindingSink();
+  virtual void add(Finding finding, const WalkPosition* position) = 0;
+};
+
+class XmlCheck {
+ public:
+  // None is owned; all must outlive this.
+  XmlCheck(const WalkModel& model, ModelWalk& walk, XmlTrail& trail, FindingSink& sink)
+      : model_(model),
+        dictionary_(model.dictionary()),
+        walk_(walk),
+        trail_(trail),
+        sink_(sink),
+        values_(model.dictionary()) {}
+
+  // The innermost element has begun, and its frame has its verdict. `typeKey` as ModelWalk has it.
+  void start(const XmlStartTag& tag, std::u16string_view typeKey);
+  void text(std::string_view piece, const XmlPushParser& parser);
+  // The innermost element is about to end.
+  void end();
+
+ private:
+  const SMD_TAG_DEFINITION* contentTag(const XmlFrame& frame) const;
+  void checkType(const XmlFrame& frame, const XmlStartTag& tag, std::u16string_view typeKey);
+  bool isDerived(std::int32_t typeIndex, std::int32_t fromIndex) const;
+  void checkNil(XmlFrame& frame, const XmlStartTag& tag);
+  void checkText(XmlFrame& frame, std::string_view piece, const XmlPushParser& parser);
+  void checkValue(const XmlFrame& frame);
+  Finding findingOf(const XmlFrame& frame, VerdictKind kind, Reason reason) const;
+
+  const WalkModel& model_;
+  const StdDictionaryInfo& dictionary_;
+  ModelWalk& walk_;
+  XmlTrail& trail_;
+  FindingSink& sink_;
+  ValueCheck values_;
+  std::string text_;      // of the innermost element, when it is a value
+  bool isWhole_ = false;  // text_ is all of it
+};
+
+}  // namespace cpi
+
+#endif  // CPI_WALK_XMLCHECK_H

@@ -1,0 +1,59 @@
+// Where the messages of a walk come from: files, folders, or a stream of messages.
+//
+// Thread rule: used by one thread at a time.
+#ifndef TOOLS_STDDICT_MESSAGESOURCE_H
+#define TOOLS_STDDICT_MESSAGESOURCE_H
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <string>
+#include <vector>
+
+// How messages follow one another on standard input.
+enum class Framing {
+  Line,       // one a line; empty lines are passed over
+  Netstring,  // "LENGTH:BYTES,", the length in decimal digits
+};
+
+struct Message {
+  std::string name;   // of the file; of the stream "-#" and its number there, from 1
+  std::string bytes;  // of the stream only
+  bool isFile = false;
+  std::string error;  // not empty: it was too long, and is not here
+};
+
+class MessageSource {
+ public:
+  struct Options {
+    Framing framing = Framing::Line;
+    std::size_t maxMessage = std::size_t{64} << 20;  // of the stream, in bytes
+  };
+
+  // Each of `paths` is a file, a folder (all files in it and below, hidden ones left out, in the
+  // order of their paths) or "-" for standard input. Folders are read here. Throws FileError when
+  // one cannot be.
+  MessageSource(const std::vector<std::string>& paths, const Options& options);
+
+  // The next message; false: there is none. Throws FileError when the framing is broken or the
+  // stream cannot be read.
+  bool next(Message& message);
+  // The number of all messages; 0: not known.
+  std::int64_t count() const noexcept { return hasStream_ ? 0 : count_; }
+
+ private:
+  bool nextOfStream(Message& message);
+  bool readLine(Message& message);
+  bool readNetstring(Message& message);
+  std::size_t readLength(int first);
+  [[noreturn]] void refuse(const std::string& found, const std::string& expected) const;
+
+  Options options_;
+  std::vector<std::string> files_;  // in order; "-": the stream
+  std::size_t at_ = 0;
+  std::int64_t count_ = 0;
+  bool hasStream_ = false;
+  std::int64_t streamed_ = 0;
+};
+
+#endif  // TOOLS_STDDICT_MESSAGESOURCE_H

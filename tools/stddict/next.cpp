@@ -1,0 +1,342 @@
+// stddict next: what may come next at a place in a message.
+#include <fmt/core.h>
+
+#include <algorithm>
+#include <charconv>
+#include <deque>
+#include <stdexcept>
+#include <unordered_set>
+#include <vector>
+
+#include "cpi/dictinfo/stddi/expectation.h"
+#include "tools/stddict/definitions.h"
+#include "tools/stddict/verbs.h"
+#include "tools/stddict/words.h"
+
+namespace {
+
+constexpr const char* kFooter = R"(Examples:
+  stddict next order.json --path /order
+  stddict next order.json --path '/order/article[2]'
+  stddict next order.json --path '/{urn:example:order}order/buyer/name' --json
+
+A path goes from element to element, the message first; [2] is the second one of its name within its
+parent, and {namespace} keeps to one namespace. Elements beside those of the path are not named: it
+leads to the nearest place that the model has for them, past as few others as can be.
+Listed are, in the order of the model, the first children that the element at the path's end may
+have and what may come after it, each with its occurrence and the groups in which it would stand.
+What is owed has to come before the element, or the one around it, may end. A member that is owed in
+any order may have come before the path's last element; that is for the message to tell.
+Exit code: 0 when the path leads to an element, 1 when not, 2 when the file cannot be read or the
+path is none.)";
+
+struct Options {
+  std::string dictionary;
+  std::string path;
+  bool isJson = false;
+};
+
+// --- Paths ---------------------------------------------------------------------------------------
+
+struct PathStep {
+  Query query;
+  std::int32_t occurrence = 1;
+  std::string text;  // as it was written
+};
+
+constexpr std::int32_t kMaximumOccurrence = 1'000;
+
+class PathReader {
+ public:
+  explicit PathReader(const std::string& text) : text_(text) {}
+
+  std::vector<PathStep> steps() {
+    std::vector<PathStep> steps;
+    do {
+      if (!accept('/')) refuse("/");
+      steps.push_back(step());
+    } while (at_ < text_.size());
+    return steps;
+  }
+
+ private:
+  PathStep step() {
+    const std::size_t begin = at_;
+    PathStep step;
+    if (accept('{')) step.query.namespaceUri = until("}", "} at the namespace's end");
+    if (step.query.namespaceUri) ++at_;
+    step.query.text = until("/[", nullptr);
+    if (step.query.text.empty()) refuse("a name");
+    if (accept('[')) step.occurrence = occurrence();
+    step.text = text_.substr(begin, at_ - begin);
+    return step;
+  }
+
+  std::int32_t occurrence() {
+    std::int32_t number = 0;
+    const char* const begin = text_.data() + at_;
+    const auto [stop, error] = std::from_chars(begin, text_.data() + text_.size(), number);
+    if (error != std::errc() || number < 1 || number > kMaximumOccurrence) {
+      refuse(fmt::format("an occurrence, 1 to {}", kMaximumOccurrence));
+    }
+    at_ += static_cast<std::size_t>(stop - begin);
+    if (!accept(']')) refuse("]");
+    return number;
+  }
+
+  bool accept(char expected) {
+    if (at_ == text_.size() || text_[at_] != expected) return false;
+    ++at_;
+    return true;
+  }
+
+  // Up to one of the characters; without `expected` the end of the text will do too.
+  std::string until(const char* ends, const char* expected) {
+    const std::size_t begin = at_;
+    at_ = std::min(text_.find_first_of(ends, begin), text_.size());
+    if (at_ == text_.size() && expected != nullptr) refuse(expected);
+    return text_.substr(begin, at_ - begin);
+  }
+
+  [[noreturn]] void refuse(const std::string& expected) const {
+    throw std::invalid_argument(
+        fmt::format("--path: found {} at column {}; expected {}",
+                    at_ == text_.size() ? "the end" : "'" + printable(text_.substr(at_, 1)) + "'",
+                    at_ + 1, expected));
+  }
+
+  const std::string& text_;
+  std::size_t at_ = 0;
+};
+
+// --- The walk ------------------------------------------------------------------------------------
+
+class PathWalk {
+ public:
+  // At the message of the first step, if there is one.
+  PathWalk(const cpi::StdDictionaryInfo& dictionary, const PathStep& message)
+      : dictionary_(dictionary), iterator_(nullptr, &dictionary, nullptr, cpi::KelStringBase()) {
+    const std::vector<std::int32_t> tags = chooseTags(dictionary, message.query);
+    if (tags.empty() || message.occurrence > 1) return;
+    iterator_.setContextFromTag(dictionary.tags().row(tags.front()).Id);
+    path_ = "/" + message.text;
+  }
+
+  // Goes on to a child of the element; false when there is no place for it.
+  bool goTo(const PathStep& step) {
+    const cpi::StdDictionaryIterator before(iterator_);
+    for (std::int32_t i = 0; i < step.occurrence; ++i) {
+      if (seek(step.query, i == 0)) continue;
+      iterator_ = before;
+      return false;
+    }
+    path_ += "/" + step.text;
+    return true;
+  }
+
+  const cpi::StdDictionaryIterator& iterator() const { return iterator_; }
+  const std::string& path() const { return path_; }
+
+ private:
+  // A place that was reached on the way, by the fewest elements.
+  struct Place {
+    cpi::StdDictionaryIterator at;
+    bool isParent;
+  };
+  static constexpr std::size_t kMaximumPlaces = 10'000;
+
+  // Goes to the nearest element of the name: at once, or past others, each member of them once.
+  bool seek(const Query& query, bool isFirst) {
+    std::deque<Place> places{{iterator_, isFirst}};
+    std::unordered_set<std::int32_t> seen;
+    for (; !places.empty() && seen.size() < kMaximumPlaces; places.pop_front()) {
+      const Place& place = places.front();
+      list(place);
+      for (const cpi::ExpectedElement& element : expectation_.elements) {
+        if (isNamed(element.tagIndex, query)) return move(place, element.tagIndex, iterator_);
+      }
+      for (const cpi::ExpectedElement& element : expectation_.elements) {
+        if (element.tagIndex < 0 || !seen.insert(element.memberIndex).second) continue;
+        cpi::StdDictionaryIterator next(place.at);
+        if (move(place, element.tagIndex, next)) places.push_back({next, false});
+      }
+    }
+    return false;
+  }
+
+  void list(const Place& place) {
+    if (place.isParent) {
+      place.at.listFirstChildren(expectation_, true);
+    } else {
+      place.at.listNextSiblings(expectation_, true);
+    }
+  }
+
+  bool move(const Place& place, std::int32_t tagIndex, cpi::StdDictionaryIterator& moved) const {
+    const std::int32_t tagId = dictionary_.tags().row(tagIndex).Id;
+    moved = place.at;
+    return place.isParent ? moved.moveToFirstChildTagId(tagId, false, true)
+                          : moved.moveToNextSiblingTagId(tagId, false, true);
+  }
+
+  bool isNamed(std::int32_t tagIndex, const Query& query) const {
+    const auto* const tag = dictionary_.tags().find(tagIndex);
+    return tag != nullptr && cpi::toUtf8(comparedName(tag->TextIdentifier)) == query.text &&
+           (!query.namespaceUri ||
+            cpi::toUtf8(dictionary_.namespaceText(tag->namespaceIndex)) == *query.namespaceUri);
+  }
+
+  const cpi::StdDictionaryInfo& dictionary_;
+  cpi::StdDictionaryIterator iterator_;
+  cpi::Expectation expectation_;
+  std::string path_;
+};
+
+// --- Facts ---------------------------------------------------------------------------------------
+
+// Members of a group that are named.
+constexpr std::int32_t kMembersShown = 1'000;
+
+class ExpectationFacts {
+ public:
+  ExpectationFacts(const cpi::StdDictionaryInfo& dictionary, const cpi::Expectation& expectation)
+      : dictionary_(dictionary), expectation_(expectation) {}
+
+  Json elements() const {
+    Json list = Json::array();
+    for (const cpi::ExpectedElement& element : expectation_.elements) {
+      Json& facts = list.emplace_back(placeFacts(element));
+      facts["occurrence"] = element.repeatIndex + 1;
+      facts["groups"] = groups(element);
+      facts["isFoundByName"] = element.isFoundByName;
+    }
+    return list;
+  }
+
+  Json owed() const {
+    Json list = Json::array();
+    for (const cpi::OwedMember& member : expectation_.owed) {
+      Json& facts = list.emplace_back(placeFacts(member));
+      facts["owed"] = member.owed;
+      facts["isInAnyOrder"] = member.isInAnyOrder;
+      facts["members"] = members(member);
+      facts["groups"] = groups(member);
+    }
+    return list;
+  }
+
+ private:
+  Json placeFacts(const cpi::ExpectedPlace& place) const {
+    const auto* const member = dictionary_.typeMembers().find(place.memberIndex);
+    const auto* const tag = dictionary_.tags().find(place.tagIndex);
+    return {
+        {"what", member == nullptr ? "one of" : memberWords(dictionary_, *member)},
+        {"namespace", tag == nullptr ? Json() : namespaceFact(dictionary_, tag->namespaceIndex)},
+        {"occurs", range(place.minOccurs, limit(place.maxOccurs))},
+        {"tag", tagReference(dictionary_, place.tagIndex)},
+        {"member", member == nullptr ? Json() : Json(member->Id)}};
+  }
+
+  static std::int32_t limit(std::int32_t maxOccurs) {
+    return maxOccurs == cpi::kUnbounded ? cpi::kNone : maxOccurs;
+  }
+
+  Json groups(const cpi::ExpectedPlace& place) const {
+    Json list = Json::array();
+    for (const cpi::MbrPathItem& group : expectation_.groupsOf(place)) {
+      const auto* const member = dictionary_.typeMembers().find(group.memberIndex);
+      list.push_back({{"what", member == nullptr ? "" : memberWords(dictionary_, *member)},
+                      {"member", group.memberId},
+                      {"occurrence", group.repeatIndex + 1}});
+    }
+    return list;
+  }
+
+  // What is in a group, or what the alternatives are.
+  Json members(const cpi::ExpectedPlace& place) const {
+    Json list = Json::array();
+    if (place.tagIndex >= 0) return list;
+    const MemberRows rows = membersOf(dictionary_, place.typeIndex);
+    for (std::int32_t row = rows.begin; row < std::min(rows.end, rows.begin + kMembersShown);
+         ++row) {
+      list.push_back(memberWords(dictionary_, dictionary_.typeMembers().row(row)));
+    }
+    return list;
+  }
+
+  const cpi::StdDictionaryInfo& dictionary_;
+  const cpi::Expectation& expectation_;
+};
+
+// Adds the two lists of a position, or null where no model says what may come.
+void addLists(const PathWalk& walk, bool isListed, const cpi::Expectation& expectation,
+              const char* elements, const char* owed, Json& facts) {
+  const ExpectationFacts lists(*walk.iterator().getDictionaryInfo(), expectation);
+  facts[elements] = isListed ? lists.elements() : Json();
+  facts[owed] = isListed ? lists.owed() : Json();
+}
+
+Json placeFacts(const PathWalk& walk, const std::string& missing) {
+  const cpi::StdDictionaryIterator& at = walk.iterator();
+  Json facts = {{"path", walk.path()}, {"missing", missing.empty() ? Json() : Json(missing)}};
+  facts["type"] = at.hasContext()
+                      ? typeReference(*at.getDictionaryInfo(), at.getCurrentPosition()->typeIndex)
+                      : Json();
+  cpi::Expectation expectation;
+  bool isListed = at.listFirstChildren(expectation, true);
+  addLists(walk, isListed, expectation, "firstChildren", "owedInside", facts);
+  isListed = at.listNextSiblings(expectation, true);
+  addLists(walk, isListed, expectation, "nextSiblings", "owedAfter", facts);
+  return facts;
+}
+
+// Groups and flags in words.
+Json forPeople(Json facts) {
+  for (auto& [key, list] : facts.items()) {
+    if (!list.is_array()) continue;
+    for (Json& entry : list) {
+      Json in = Json::array();
+      for (const Json& group : entry["groups"]) {
+        in.push_back(fmt::format("{}[{}]", group["what"].get<std::string>(),
+                                 group["occurrence"].get<std::int32_t>()));
+      }
+      entry["groups"] = std::move(in);
+      entry.erase("isFoundByName");
+      if (entry.contains("isInAnyOrder") && !entry["isInAnyOrder"].get<bool>()) {
+        entry.erase("isInAnyOrder");
+      }
+    }
+  }
+  return facts;
+}
+
+int run(const Options& options) {
+  const std::vector<PathStep> steps = PathReader(options.path).steps();
+  const auto dictionary = openDictionary(options.dictionary);
+  PathWalk walk(*dictionary, steps.front());
+  std::size_t found = walk.iterator().hasContext() ? 1 : 0;
+  while (found > 0 && found < steps.size() && walk.goTo(steps[found])) ++found;
+  const std::string missing = found == steps.size() ? std::string() : steps[found].text;
+  const Json facts = placeFacts(walk, missing);
+  if (options.isJson) {
+    printJson(facts);
+  } else {
+    printFacts(forPeople(facts), {Style(), 0, 0});
+  }
+  finishOutput();
+  return missing.empty() ? kExitGood : kExitNo;
+}
+
+}  // namespace
+
+void addNext(CLI::App& app, int& exitCode) {
+  CLI::App& verb = *app.add_subcommand("next", "Tell what may come next at a place in a message");
+  verb.footer(kFooter);
+  const auto options = std::make_shared<Options>();
+  addDictionary(verb, options->dictionary);
+  verb.add_option("--path", options->path, "Path of the element: /NAME[N]/NAME...")
+      ->required()
+      ->type_name("PATH");
+  verb.add_flag("--json", options->isJson, "One JSON object");
+  verb.callback([options, &exitCode] { exitCode = run(*options); });
+}
