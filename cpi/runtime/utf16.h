@@ -34,7 +34,7 @@ inline const char16_t* asChars(const unsigned short* text) noexcept {
 //
 // Reads whole aligned words, four units at a time, and so up to three units in front of the text
 // and behind its terminator. They lie on the same page; no memory checker must mind.
-[[gnu::no_sanitize("address", "thread")]] inline std::size_t textLength(
+__attribute__((no_sanitize("address", "thread"))) inline std::size_t textLength(
     const unsigned short* text) noexcept {
   using Word [[gnu::may_alias]] = std::uint64_t;
   constexpr std::uint64_t kLowBits = 0x0001000100010001;

@@ -191,19 +191,19 @@ bool isChecked(const Column& column) {
 // columns.
 template <class Record>
 bool isSound(const Column& column, Bytes records) {
-  bool isSound = true;
+  bool areSound = true;
   const unsigned char* const end = records.data() + records.size();
   if (column.kind == ColumnKind::ClassCode) {
     for (const auto* row = records.data(); row != end; row += sizeof(Record)) {
-      isSound &= isClass(integerAt(row + column.offset));
+      areSound &= isClass(integerAt(row + column.offset));
     }
-    return isSound;
+    return areSound;
   }
   if (column.kind != ColumnKind::Flag) return false;
   for (const auto* row = records.data(); row != end; row += sizeof(Record)) {
-    isSound &= row[column.offset] <= 1;
+    areSound &= row[column.offset] <= 1;
   }
-  return isSound;
+  return areSound;
 }
 
 template <TableSlot slot, class Record>

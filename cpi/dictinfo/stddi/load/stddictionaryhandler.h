@@ -110,13 +110,13 @@ class StdDictionaryHandler final {
   // Items. They come column by column: what the first item of an integer column has found out
   // serves those behind it. False when the item needs a closer look.
   bool storeQuickly(const PWFData& value) noexcept {
+    const bool isOpen = quick_.column == field_ && quick_.section == dataSection_;
     const std::int64_t* const number = value.getSignedValue();
-    if (quick_.column != field_ || quick_.section != dataSection_ || number == nullptr)
-      return false;
+    if (!isOpen || quick_.table == nullptr || number == nullptr) return false;
     const auto narrow = static_cast<std::int32_t>(*number);
     const auto row = static_cast<std::uint32_t>(row_);
-    if (narrow != *number || row >= static_cast<std::uint32_t>(quick_.table->rowCount))
-      return false;
+    const auto rows = static_cast<std::uint32_t>(quick_.table->rowCount);
+    if (narrow != *number || row >= rows) return false;
     unsigned char* const record = quick_.table->records + std::size_t{row} * quick_.recordSize;
     *reinterpret_cast<std::int32_t*>(record + quick_.offset) = narrow;
     return true;
@@ -147,7 +147,7 @@ class StdDictionaryHandler final {
   template <class Step>
   void guarded(Step step) const;
 
-  // The integer column that was stored to last.
+  // The integer column that was stored to last; no table: none in this section.
   struct QuickColumn {
     std::int32_t section = kNoSection;
     std::int32_t column = kNoColumn;

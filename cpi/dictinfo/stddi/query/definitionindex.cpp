@@ -17,19 +17,36 @@ std::uint64_t keyOf(std::int32_t a, std::int32_t b) noexcept {
 void sortFirsts(std::vector<Entry>& entries) {
   std::ranges::sort(entries, {},
                     [](const Entry& entry) { return std::pair(entry.key, entry.row); });
-  const auto rest = std::ranges::unique(entries, {}, &Entry::key);
-  entries.erase(rest.begin(), rest.end());
+  const auto isSame = [](const Entry& a, const Entry& b) { return a.key == b.key; };
+  entries.erase(std::unique(entries.begin(), entries.end(), isSame), entries.end());
 }
 
 }  // namespace
 
 DefinitionIndex::DefinitionIndex(const MemberTable& members, const TypeTable& types,
                                  const OverrideTable& overrides)
+    : DefinitionIndex(members, types, overrides, WithoutKeys()) {
+  indexWideRuns();
+  indexOverrides();
+}
+
+DefinitionIndex::DefinitionIndex(const MemberTable& members, const TypeTable& types,
+                                 const OverrideTable& overrides, WithoutKeys)
     : members_(members), overrides_(overrides) {
   findRuns();
-  indexWideRuns();
   indexLogicalTypes(types);
-  indexOverrides();
+}
+
+bool DefinitionIndex::adopt() noexcept {
+  if (!tagsOfRuns_.adopt(members_.rowCount()) || !overrideKeys_.adopt(overrides_.rowCount())) {
+    return false;
+  }
+  const auto rows = static_cast<std::uint32_t>(overrides_.rowCount());
+  const auto isCount = [rows](std::int32_t count) {
+    return static_cast<std::uint32_t>(count) <= rows;
+  };
+  return overrideCounts_.size() == (hasOverrides() ? rows : 0) &&
+         std::ranges::all_of(overrideCounts_, isCount);
 }
 
 void DefinitionIndex::findRuns() {

@@ -61,14 +61,31 @@ KeyIndex::KeyIndex(const std::vector<Entry>& entries) {
   // At least two of each, for a shift by 64 bits is none.
   factors_.assign(std::bit_ceil(std::max(entries.size() / kKeysPerGroup, std::size_t{2})), 0);
   slots_.assign(entries.size() + entries.size() / 4 + 1, kEmpty);
-  hash_ = {factors_.data(), slots_.data(), shiftFor(factors_.size()),
-           static_cast<std::uint32_t>(slots_.size())};
+  setHash();
   if (place(entries)) {
     const KeyHash::Slot any = slotFor(entries.front());
     std::ranges::replace(slots_, kNone, any, &KeyHash::Slot::row);
   } else {
     *this = KeyIndex();
   }
+}
+
+void KeyIndex::setHash() noexcept {
+  hash_ = {factors_.data(), slots_.data(), shiftFor(factors_.size()),
+           static_cast<std::uint32_t>(slots_.size())};
+}
+
+bool KeyIndex::adopt(std::int32_t rowCount) noexcept {
+  if (factors_.empty() && slots_.empty()) return true;
+  const auto isRow = [rowCount](const KeyHash::Slot& slot) {
+    return static_cast<std::uint32_t>(slot.row) < static_cast<std::uint32_t>(rowCount);
+  };
+  if (factors_.size() < 2 || !std::has_single_bit(factors_.size()) || slots_.empty() ||
+      !std::ranges::all_of(slots_, isRow)) {
+    return false;
+  }
+  setHash();
+  return true;
 }
 
 // Large groups first, while there is room.

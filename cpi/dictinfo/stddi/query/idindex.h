@@ -31,11 +31,21 @@ class KeyIndex {
   bool isBuilt() const noexcept { return !slots_.empty(); }
   // Valid as long as this object.
   const KeyHash& hash() const noexcept { return hash_; }
+  // As NameIndex has it.
+  template <class Self, class Visit>
+  static void visitArrays(Self& self, Visit&& visit) {
+    visit(self.factors_);
+    visit(self.slots_);
+  }
+  // Takes arrays that were filled in into use. False when a look-up among them would leave them, or
+  // lead to a row that a table of `rowCount` rows has not.
+  bool adopt(std::int32_t rowCount) noexcept;
   std::size_t bytes() const noexcept {
     return slots_.size() * sizeof(KeyHash::Slot) + factors_.size() * sizeof(std::uint16_t);
   }
 
  private:
+  void setHash() noexcept;
   bool place(const std::vector<Entry>& entries);
   std::uint16_t placeGroup(std::span<const Entry> group, std::int64_t& tries);
 

@@ -83,14 +83,16 @@ LookupIndex::LookupIndex(const StdDictionaryInfo& dictionary, std::span<const un
                idsOf(dictionary.types(), &SMD_TYPE_DEFINITION::TypeId)),
       memberIds_(dictionary.memberIdIndex().rowCount(),
                  idsOf(dictionary.memberIdIndex(), &MemberIdRow::MbrIDToTypeMbrIndexId)),
-      definitions_(dictionary.typeMembers(), dictionary.types(), dictionary.pathBasedInfo()),
+      definitions_(dictionary.typeMembers(), dictionary.types(), dictionary.pathBasedInfo(),
+                   DefinitionIndex::WithoutKeys()),
       spaces_(dictionary.namespaces()),
       tags_(dictionary.tags().strings(), NameIndex::Ending::Spaces),
       types_(dictionary.types().strings(), NameIndex::Ending::Spaces),
       elements_(dictionary.tags(), spaces_) {
   IndexReader reader(bytes);
   visitArrays(*this, reader);
-  isSound_ = reader.isDone() && tags_.isSound(dictionary.tags().rowCount()) &&
+  isSound_ = reader.isDone() && definitions_.adopt() &&
+             tags_.isSound(dictionary.tags().rowCount()) &&
              types_.isSound(dictionary.types().rowCount()) && elements_.isSound();
   if (isSound_) members_.emplace(dictionary, elements_);
 }

@@ -39,7 +39,7 @@ class LookupIndex {
  public:
   // Throws std::bad_alloc.
   explicit LookupIndex(const StdDictionaryInfo& dictionary);
-  // Takes the names, the costly part, from the bytes that one of the same tables gave; isSound
+  // Takes names and keys, the costly part, from the bytes that one of the same tables gave; isSound
   // tells whether they fit.
   LookupIndex(const StdDictionaryInfo& dictionary, std::span<const unsigned char> bytes);
   LookupIndex(const LookupIndex&) = delete;
@@ -79,6 +79,7 @@ class LookupIndex {
   LookupIndex(const StdDictionaryInfo& dictionary, const SpaceNumbers& numbers);
   template <class Self, class Visit>
   static void visitArrays(Self& self, Visit&& visit) {
+    DefinitionIndex::visitArrays(self.definitions_, visit);
     self.tags_.visitArrays(visit);
     self.types_.visitArrays(visit);
     self.elements_.visitArrays(visit);
