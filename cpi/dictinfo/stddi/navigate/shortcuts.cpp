@@ -1,7 +1,8 @@
-// Moves whose outcome the index tells at once. Each shows first that the search would come to the
-// same, and otherwise leaves everything to the search: it answers false and has changed nothing.
+// Moves by tag and by name, and those among them whose outcome the index tells at once. Such a
+// shortcut shows first that the search would come to the same, and otherwise leaves everything to
+// the search: it answers false and has changed nothing.
 #include "cpi/dictinfo/stddi/navigate/navigation.h"
-#include "cpi/dictinfo/stddi/query/memberindex.h"
+#include "cpi/dictinfo/stddi/query/lookupindex.h"
 
 namespace cpi {
 
@@ -40,6 +41,40 @@ bool mayOccurAgain(const Member& member, std::int32_t repeatIndex) noexcept {
 }
 
 }  // namespace
+
+// How a search may pass over members that it would look at in vain; every member is looked at where
+// the log tells of it, and where nothing was derived from the tables.
+Passing StdDictionaryIterator::passing() const noexcept {
+  if (isStepByStep || dictionaryInfo == nullptr || KelLog::isOn(LLTrace)) return {};
+  const LookupIndex* const index = dictionaryInfo->index();
+  return {index == nullptr ? nullptr : index->members(), kNone};
+}
+
+// A row that is no tag is left to the search, for which it may be what any group has.
+Passing StdDictionaryIterator::passingForTag(std::int32_t tagIndex) const noexcept {
+  Passing found = passing();
+  if (found.members != nullptr) found.key = found.members->keyOfTag(tagIndex);
+  return found.key == kNone ? Passing() : found;
+}
+
+// No name is one that the search refuses.
+Passing StdDictionaryIterator::passingForName(const unsigned short* name,
+                                              const KelStringBase& namespaceURI) const noexcept {
+  Passing found = name == nullptr || *name == 0 ? Passing() : passing();
+  if (found.members != nullptr) {
+    found.key = found.members->names().keyOf(textView(name), namespaceURI.view());
+  }
+  return found;
+}
+
+Passing StdDictionaryIterator::passingFor(const SearchDef& search) const noexcept {
+  switch (search.searchType) {
+    case STTagId: return passingForTag(search.value);
+    case STTagName: return passingForName(search.name, search.namespaceURI);
+    case STSelfDef: return passing();
+    default: return {};
+  }
+}
 
 // The first child that is a member of the current type, with no group in front of it.
 bool StdDictionaryIterator::goToChild(const Passing& passing, std::int32_t tagIndex) {
@@ -117,6 +152,45 @@ bool StdDictionaryIterator::goToNextRound(const Passing& passing, std::int32_t t
   positionStack[size - 1] = DictionaryPosition(dictionaryInfo, row, found.toTagIndex,
                                                found.toTypeIndex, kPathInfoUnknown, 0, NTUndefined);
   return true;
+}
+
+bool StdDictionaryIterator::moveToFirstChildTagId(std::int32_t tagId, bool allowUndefined,
+                                                  bool enforceRequired) {
+  if (dictionaryInfo == nullptr) return moveToFirstChild();  // which refuses it
+  const std::int32_t row = dictionaryInfo->getTagDefIndex(tagId);
+  const Passing passing = passingForTag(row);
+  if (passing.members != nullptr && goToChild(passing, row)) return true;
+  SearchDef search(STTagId, row);
+  return moveToChild(search, KelStringBase(), passing, allowUndefined, enforceRequired);
+}
+
+bool StdDictionaryIterator::moveToFirstChildTagName(const unsigned short* name,
+                                                    const KelStringBase& namespaceURI,
+                                                    bool allowUndefined, bool enforceRequired) {
+  const Passing passing = passingForName(name, namespaceURI);
+  if (passing.members != nullptr && goToChild(passing, kNone)) return true;
+  SearchDef search(STTagName, name, passing.members != nullptr ? KelStringBase() : namespaceURI);
+  return moveToChild(search, namespaceURI, passing, allowUndefined, enforceRequired);
+}
+
+bool StdDictionaryIterator::moveToNextSiblingTagId(std::int32_t tagId, bool allowUndefined,
+                                                   bool enforceRequired) {
+  if (dictionaryInfo == nullptr) return moveToNextSibling();  // which refuses it
+  const std::int32_t row = dictionaryInfo->getTagDefIndex(tagId);
+  const Passing passing = passingForTag(row);
+  if (passing.members != nullptr && goToPeer(passing, row)) return true;
+  SearchDef search(STTagId, row);
+  return moveToPeer(search, KelStringBase(), passing, allowUndefined, enforceRequired);
+}
+
+bool StdDictionaryIterator::moveToNextSiblingTagName(const unsigned short* name,
+                                                     const KelStringBase& namespaceURI,
+                                                     bool /*allowUndefined*/,
+                                                     bool enforceRequired) {
+  const Passing passing = passingForName(name, namespaceURI);
+  if (passing.members != nullptr && goToPeer(passing, kNone)) return true;
+  SearchDef search(STTagName, name, passing.members != nullptr ? KelStringBase() : namespaceURI);
+  return moveToPeer(search, namespaceURI, passing, true, enforceRequired);
 }
 
 }  // namespace cpi
