@@ -9,6 +9,7 @@ namespace cpi {
 namespace {
 
 using Member = SMD_STRUCTURE_ELEMENT_DEFINITION;
+constexpr std::int32_t kNoRow = MemberIndex::kNoRow;
 
 // The type that the members below an entry belong to, or null where the entry says another.
 const SMD_TYPE_DEFINITION* typeBelow(const MemberIndex& members,
@@ -39,6 +40,74 @@ bool isInAnyOrder(const SMD_TYPE_DEFINITION& type) noexcept {
 bool mayOccurAgain(const Member& member, std::int32_t repeatIndex) noexcept {
   return repeatIndex < (member.MaxOccurs < 0 ? kUnbounded : member.MaxOccurs) - 1;
 }
+
+bool isBeside(const MemberIndex& members, std::int32_t row, std::int32_t other) noexcept {
+  return members.member(row) != nullptr && members.runOf(row) == members.runOf(other);
+}
+
+DictionaryPosition matchedPosition(const StdDictionaryInfo* dictionary, std::int32_t row,
+                                   const Member& member) noexcept {
+  return {dictionary, row, member.toTagIndex, member.toTypeIndex, kPathInfoUnknown, 0, NTUndefined};
+}
+
+// Whether the row is a member of the tag, or of any tag when it is -1, and not a group.
+bool isOfTag(const MemberIndex& members, std::int32_t row, std::int32_t tagIndex) noexcept {
+  return row != kNoRow && (tagIndex == kNone || members.member(row)->toTagIndex == tagIndex);
+}
+
+// The way to a member from one level of the model: the groups to enter, and the member itself.
+class Route {
+ public:
+  explicit Route(const MemberIndex& members) noexcept : members_(members) {}
+
+  // Finds the first member from `first` on that a search would come to: with no group in front of
+  // it that is entered in vain, here and in each group that it enters, and none in front that
+  // closes a group. `tagIndex` is the only tag to accept, or -1.
+  bool find(std::int32_t first, std::int32_t key, std::int32_t tagIndex) noexcept {
+    if (!addMember(first, key)) return false;
+    while (members_.nextGroup(rows_[count_ - 1]) == rows_[count_ - 1]) {
+      const SMD_TYPE_DEFINITION& type =
+          *members_.type(members_.member(rows_[count_ - 1])->toTypeIndex);
+      if (count_ == kMaximumGroups || !isPassedThrough(type) ||
+          !addMember(type.ToTypeMbrIndex, key)) {
+        return false;
+      }
+      if (isInOrder(type) && isClosedBefore(type.ToTypeMbrIndex, count_ - 1)) return false;
+    }
+    return tagIndex == kNone || members_.member(rows_[count_ - 1])->toTagIndex == tagIndex;
+  }
+  bool entersGroups() const noexcept { return count_ > 1; }
+  // Whether a member that must occur stands between the first of a group and the one found in it:
+  // a search that has entered the group does not pass over that.
+  bool isClosedBefore(std::int32_t first, std::size_t level = 0) const noexcept {
+    return members_.nextRequired(first) < rows_[level];
+  }
+  // Makes room, so that append does not throw.
+  void makeRoom(std::vector<DictionaryPosition>& stack) const {
+    if (stack.capacity() - stack.size() < count_) stack.reserve(2 * (stack.size() + count_));
+  }
+  void append(std::vector<DictionaryPosition>& stack, const StdDictionaryInfo* dictionary) const {
+    for (std::size_t i = 0; i < count_; ++i) {
+      stack.push_back(matchedPosition(dictionary, rows_[i], *members_.member(rows_[i])));
+    }
+  }
+
+ private:
+  static constexpr std::size_t kMaximumGroups = 8;
+
+  // The first row that carries the key or leads to it, unless it is behind another group.
+  bool addMember(std::int32_t first, std::int32_t key) noexcept {
+    if (members_.member(first) == nullptr || members_.runOf(first) < 0) return false;
+    const std::int32_t row = members_.find(first, key);
+    if (row == kNoRow || members_.nextGroup(first) < row) return false;
+    rows_[count_++] = row;
+    return true;
+  }
+
+  const MemberIndex& members_;
+  std::size_t count_ = 0;
+  std::int32_t rows_[kMaximumGroups + 1];
+};
 
 }  // namespace
 
@@ -76,20 +145,29 @@ Passing StdDictionaryIterator::passingFor(const SearchDef& search) const noexcep
   }
 }
 
-// The first child that is a member of the current type, with no group in front of it.
+// The first child that is a member of the current type, or of a group in it.
 bool StdDictionaryIterator::goToChild(const Passing& passing, std::int32_t tagIndex) {
   if (positionStack.empty() || positionStack.size() > kMaximumPassingDepth) return false;
-  const MemberIndex& members = *passing.members;
   const DictionaryPosition& parent = positionStack.back();
-  const SMD_TYPE_DEFINITION* const type = typeBelow(members, parent);
+  const SMD_TYPE_DEFINITION* const type = typeBelow(*passing.members, parent);
   if (type == nullptr || type->LogicalType > 0 || parent.repeatIndex < 0) return false;
-  const std::int32_t row = members.findBeforeGroups(type->ToTypeMbrIndex, passing.key);
-  if (row == MemberIndex::kNoRow || !isPassedThrough(*type)) return false;
-  const Member& member = *members.member(row);
-  if (tagIndex != kNone && member.toTagIndex != tagIndex) return false;
-  positionStack.emplace_back(dictionaryInfo, row, member.toTagIndex, member.toTypeIndex,
-                             kPathInfoUnknown, 0, NTUndefined);
-  positionStackSaved = false;
+  const std::int32_t first = type->ToTypeMbrIndex;
+  if (!isPassedThrough(*type)) return false;
+  const std::int32_t row = passing.members->findBeforeGroups(first, passing.key);
+  if (isOfTag(*passing.members, row, tagIndex)) {
+    positionStack.push_back(matchedPosition(dictionaryInfo, row, *passing.members->member(row)));
+    positionStackSaved = false;
+    return true;
+  }
+  Route route(*passing.members);
+  if (!route.find(first, passing.key, tagIndex)) return false;
+  route.makeRoom(positionStack);
+  if (route.entersGroups()) {
+    savedPositionStack = positionStack;
+    savedPositionStack.emplace_back(dictionaryInfo, first);  // where the search would start
+  }
+  positionStackSaved = route.entersGroups();
+  route.append(positionStack, dictionaryInfo);
   return true;
 }
 
@@ -118,39 +196,52 @@ bool StdDictionaryIterator::goToPeer(const Passing& passing, std::int32_t tagInd
   if (type->Composition == TYPE_CHOICE) return goToNextRound(passing, tagIndex, *type);
   if (!isInOrder(*type) && !isInAnyOrder(*type)) return false;
   const std::int32_t from = isInOrder(*type) ? current.memberIndex + 1 : type->ToTypeMbrIndex;
-  if (members.member(from) == nullptr || members.runOf(from) != members.runOf(current.memberIndex))
-    return false;
+  if (!isBeside(members, from, current.memberIndex)) {
+    return isInOrder(*type) && goToNextRound(passing, tagIndex, *type);
+  }
   const std::int32_t row = members.findBeforeGroups(from, passing.key);
-  if (row == MemberIndex::kNoRow) return false;
-  const Member& found = *members.member(row);
-  if (tagIndex != kNone && found.toTagIndex != tagIndex) return false;
-  current = DictionaryPosition(dictionaryInfo, row, found.toTagIndex, found.toTypeIndex,
-                               kPathInfoUnknown, 0, NTUndefined);
-  positionStackSaved = false;
+  if (isOfTag(members, row, tagIndex)) {
+    current = matchedPosition(dictionaryInfo, row, *members.member(row));
+    positionStackSaved = false;
+    return true;
+  }
+  Route route(members);
+  if (!route.find(from, passing.key, tagIndex)) {
+    const bool isNowhere = members.runOf(from) >= 0 && members.nextGroup(from) == kNoRow &&
+                           members.find(from, passing.key) == kNoRow;
+    return isNowhere && isInOrder(*type) && goToNextRound(passing, tagIndex, *type);
+  }
+  route.makeRoom(positionStack);
+  if (route.entersGroups()) savedPositionStack = positionStack;
+  positionStackSaved = route.entersGroups();
+  positionStack.pop_back();
+  route.append(positionStack, dictionaryInfo);
   return true;
 }
 
-// A member of the repeating choice that the current member is an alternative of.
+// A member of the repeating group that the current member is in, when nothing is left behind it.
 bool StdDictionaryIterator::goToNextRound(const Passing& passing, std::int32_t tagIndex,
                                           const SMD_TYPE_DEFINITION& type) {
   const MemberIndex& members = *passing.members;
   const std::size_t size = positionStack.size();
   const DictionaryPosition& group = positionStack[size - 2];
-  const Member* const groupMember = members.member(group.memberIndex);
-  if (groupMember == nullptr || group.tagIndex != kNone || groupMember->MaxOccurs == 0 ||
-      groupMember->MaxOccurs == 1 || !mayOccurAgain(*groupMember, group.repeatIndex)) {
+  const Member* const member = members.member(group.memberIndex);
+  if (member == nullptr || group.tagIndex != kNone || member->MaxOccurs == 0 ||
+      member->MaxOccurs == 1 || !mayOccurAgain(*member, group.repeatIndex)) {
     return false;
   }
-  const std::int32_t row = members.findBeforeGroups(type.ToTypeMbrIndex, passing.key);
-  if (row == MemberIndex::kNoRow) return false;
-  const Member& found = *members.member(row);
-  if (tagIndex != kNone && found.toTagIndex != tagIndex) return false;
+  Route route(members);
+  if (!route.find(type.ToTypeMbrIndex, passing.key, tagIndex) ||
+      (isInOrder(type) && route.isClosedBefore(type.ToTypeMbrIndex))) {
+    return false;
+  }
+  route.makeRoom(positionStack);
   savedPositionStack = positionStack;
   positionStackSaved = true;
-  positionStack[size - 2].pathBasedInfoIndex = kNone;  // as if its limit had been asked for
-  ++positionStack[size - 2].repeatIndex;
-  positionStack[size - 1] = DictionaryPosition(dictionaryInfo, row, found.toTagIndex,
-                                               found.toTypeIndex, kPathInfoUnknown, 0, NTUndefined);
+  positionStack.pop_back();
+  positionStack.back().pathBasedInfoIndex = kNone;  // as if its limit had been asked for
+  ++positionStack.back().repeatIndex;
+  route.append(positionStack, dictionaryInfo);
   return true;
 }
 
