@@ -45,6 +45,14 @@ bool isBeside(const MemberIndex& members, std::int32_t row, std::int32_t other) 
   return members.member(row) != nullptr && members.runOf(row) == members.runOf(other);
 }
 
+// Whether a member from `row` on, beside `other`, carries the key or leads to it. Where it is not
+// known, so it may.
+bool isAmong(const MemberIndex& members, std::int32_t row, std::int32_t other,
+             std::int32_t key) noexcept {
+  return isBeside(members, row, other) &&
+         (members.runOf(row) < 0 || members.find(row, key) != kNoRow);
+}
+
 DictionaryPosition matchedPosition(const StdDictionaryInfo* dictionary, std::int32_t row,
                                    const Member& member) noexcept {
   return {dictionary, row, member.toTagIndex, member.toTypeIndex, kPathInfoUnknown, 0, NTUndefined};
@@ -176,7 +184,7 @@ bool StdDictionaryIterator::goToPeer(const Passing& passing, std::int32_t tagInd
   const std::size_t size = positionStack.size();
   if (size < 2 || size > kMaximumPassingDepth) return false;
   const MemberIndex& members = *passing.members;
-  DictionaryPosition& current = positionStack[size - 1];
+  const DictionaryPosition& current = positionStack[size - 1];
   const DictionaryPosition& parent = positionStack[size - 2];
   const Member* const member = members.member(current.memberIndex);
   const SMD_TYPE_DEFINITION* const type = typeBelow(members, parent);
@@ -187,18 +195,31 @@ bool StdDictionaryIterator::goToPeer(const Passing& passing, std::int32_t tagInd
   const std::int32_t key = members.keyOfTag(current.tagIndex);
   if (key == kNone) return false;
   if (tagIndex == kNone ? key == passing.key : current.tagIndex == tagIndex) {
-    if (!mayOccurAgain(*member, current.repeatIndex) && !isInAnyOrder(*type)) return false;
-    current.pathBasedInfoIndex = kNone;  // as if its limit had been asked for
-    if (current.repeatIndex < kUnbounded) ++current.repeatIndex;
-    positionStackSaved = false;
-    return true;
+    return (mayOccurAgain(*member, current.repeatIndex) || isInAnyOrder(*type)) && goToSame();
   }
-  if (type->Composition == TYPE_CHOICE) return goToNextRound(passing, tagIndex, *type);
-  if (!isInOrder(*type) && !isInAnyOrder(*type)) return false;
-  const std::int32_t from = isInOrder(*type) ? current.memberIndex + 1 : type->ToTypeMbrIndex;
-  if (!isBeside(members, from, current.memberIndex)) {
-    return isInOrder(*type) && goToNextRound(passing, tagIndex, *type);
+  if (isInOrder(*type)) {
+    return goToMember(passing, tagIndex, current.memberIndex + 1) ||
+           (!isAmong(members, current.memberIndex + 1, current.memberIndex, passing.key) &&
+            goToNextRound(passing, tagIndex, *type));
   }
+  if (isInAnyOrder(*type)) return goToMember(passing, tagIndex, type->ToTypeMbrIndex);
+  return type->Composition == TYPE_CHOICE && goToNextRound(passing, tagIndex, *type);
+}
+
+bool StdDictionaryIterator::goToSame() noexcept {
+  DictionaryPosition& current = positionStack.back();
+  current.pathBasedInfoIndex = kNone;  // as if its limit had been asked for
+  if (current.repeatIndex < kUnbounded) ++current.repeatIndex;
+  positionStackSaved = false;
+  return true;
+}
+
+// A member at the level of the current one, or in a group there, from the row `from` on.
+bool StdDictionaryIterator::goToMember(const Passing& passing, std::int32_t tagIndex,
+                                       std::int32_t from) {
+  const MemberIndex& members = *passing.members;
+  DictionaryPosition& current = positionStack.back();
+  if (!isBeside(members, from, current.memberIndex)) return false;
   const std::int32_t row = members.findBeforeGroups(from, passing.key);
   if (isOfTag(members, row, tagIndex)) {
     current = matchedPosition(dictionaryInfo, row, *members.member(row));
@@ -206,11 +227,7 @@ bool StdDictionaryIterator::goToPeer(const Passing& passing, std::int32_t tagInd
     return true;
   }
   Route route(members);
-  if (!route.find(from, passing.key, tagIndex)) {
-    const bool isNowhere = members.runOf(from) >= 0 && members.nextGroup(from) == kNoRow &&
-                           members.find(from, passing.key) == kNoRow;
-    return isNowhere && isInOrder(*type) && goToNextRound(passing, tagIndex, *type);
-  }
+  if (!route.find(from, passing.key, tagIndex)) return false;
   route.makeRoom(positionStack);
   if (route.entersGroups()) savedPositionStack = positionStack;
   positionStackSaved = route.entersGroups();
@@ -226,8 +243,7 @@ bool StdDictionaryIterator::goToNextRound(const Passing& passing, std::int32_t t
   const std::size_t size = positionStack.size();
   const DictionaryPosition& group = positionStack[size - 2];
   const Member* const member = members.member(group.memberIndex);
-  if (member == nullptr || group.tagIndex != kNone || member->MaxOccurs == 0 ||
-      member->MaxOccurs == 1 || !mayOccurAgain(*member, group.repeatIndex)) {
+  if (member == nullptr || group.tagIndex != kNone || !mayOccurAgain(*member, group.repeatIndex)) {
     return false;
   }
   Route route(members);
