@@ -22,7 +22,21 @@ struct MemberDraft {
   std::int32_t memberClass = TCStructure;
   std::int32_t minOccurs = 1;
   std::int32_t maxOccurs = 1;  // kNone: unbounded
-  std::u16string name;         // empty: none
+  std::u16string name = {};    // empty: none
+};
+
+// What may not be done with an element or a type, beside its content.
+struct ControlDraft {
+  bool isAbstract = false;
+  bool isFixed = false;
+  bool blocksExtension = false;
+  bool blocksRestriction = false;
+};
+
+// How a schema type was made, and from which types; kNone: from a root type.
+struct DerivationDraft {
+  std::u16string_view method = {};  // empty: no schema type
+  std::vector<std::int32_t> types = {};
 };
 
 struct TypeDraft {
@@ -32,7 +46,13 @@ struct TypeDraft {
   std::int32_t base = kNone;
   std::int32_t logicalType = 0;
   std::vector<MemberDraft> members = {};
+  DerivationDraft derivation = {};
+  ControlDraft control = {};
+  std::u16string facets = {};
 };
+
+// What a tag that is no element or attribute stands for; finish() gives it its text.
+enum class TagContext : std::uint8_t { None, Type, Attributes };
 
 struct TagDraft {
   std::u16string text;
@@ -43,7 +63,17 @@ struct TagDraft {
   bool nullPermitted = false;
   std::int32_t valueSet = kNone;
   std::int32_t defaultValue = kNone;
-  bool isTypeContext = false;  // stands for its type: finish() gives it its text
+  ControlDraft control = {};
+  TagContext context = TagContext::None;
+  std::int32_t owner = kNone;  // of an attributes' context: their type; kNone: global ones
+  // Above those of all tags before it; kNone: the next one.
+  std::int32_t id = kNone;
+};
+
+// One value of a value set and its role.
+struct ValueDraft {
+  ValueRow value;
+  std::int32_t role = 0;
 };
 
 class TableDraft {
@@ -54,6 +84,7 @@ class TableDraft {
   std::int32_t addValue(ValueRow value);
   // `values` must not be empty.
   std::int32_t addValueSet(const std::vector<ValueRow>& values);
+  std::int32_t addValueSet(const std::vector<ValueDraft>& values);
 
   // References stay valid until the next add of the same kind.
   TypeDraft& type(std::int32_t index) { return types_[static_cast<std::size_t>(index)]; }
@@ -70,11 +101,15 @@ class TableDraft {
   DictionaryTables finish(const std::u16string& name);
 
  private:
-  std::int32_t tagId(std::int32_t index) const { return index + 1; }
+  std::int32_t tagId(std::int32_t index) const { return tags_[static_cast<std::size_t>(index)].id; }
+  std::int32_t lastTagId() const { return tags_.empty() ? 0 : tags_.back().id; }
   std::int32_t typeId(std::int32_t index) const;
   void layOutTags(DictionaryTables& tables) const;
   void layOutTypes(DictionaryTables& tables) const;
   void layOutMembers(DictionaryTables& tables, std::int32_t typeIndex) const;
+  void layOutProperties(DictionaryTables& tables) const;
+  std::u16string textOf(const TagDraft& tag) const;
+  std::u16string derivationText(const DerivationDraft& derivation) const;
 
   std::vector<TypeDraft> types_;
   std::vector<TagDraft> tags_;

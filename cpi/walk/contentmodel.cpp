@@ -1,7 +1,13 @@
 #include "cpi/walk/contentmodel.h"
 
+#include <stdexcept>
+
 namespace cpi {
 namespace {
+
+// Members of all types together, those that types share counted for each. Types mostly have members
+// of their own; many that share many would make each question about all members take very long.
+constexpr std::int64_t kMaxMembersOfTypes = 5'000'000;
 
 Order orderOfComposition(std::int32_t composition) noexcept {
   switch (composition) {
@@ -61,12 +67,17 @@ void ContentModel::readContents() {
                         members.row(row + 1).ParentTypeId != members.row(row).ParentTypeId;
     endOfRun[slot] = isLast ? row + 1 : endOfRun[slot + 1];
   }
+  std::int64_t membersOfTypes = -std::int64_t{members.rowCount()};
   for (std::int32_t row = 0; row < types.rowCount(); ++row) {
     Content& content = contents_[static_cast<std::size_t>(row)];
     content.order = orderOfComposition(types.row(row).Composition);
     const std::int32_t first = types.row(row).ToTypeMbrIndex;
     if (!members.contains(first)) continue;
     content.members = {first, endOfRun[static_cast<std::size_t>(first)]};
+    membersOfTypes += content.members.end - content.members.begin;
+    if (membersOfTypes > kMaxMembersOfTypes) {
+      throw std::length_error("too many types of the dictionary share their members");
+    }
   }
 }
 

@@ -79,8 +79,11 @@ enum class Reason : std::uint8_t {
   NotNillable,       // (Nil)
   NilWithContent,    // (Nil)
   WrongCount,        // a count that differs from what follows it (Value)
+  NoValue,           // a field without any (Value)
+  WrongCheckSum,     // (Value)
+  NotAField,         // no tag with '=' behind it, in a message of such fields (Refused)
 };
-inline constexpr std::size_t kReasonCount = 23;
+inline constexpr std::size_t kReasonCount = 26;
 
 struct Verdict {
   Placement placement = Placement::Unjudged;
@@ -156,8 +159,9 @@ struct Finding {
   std::vector<Expected> missing;    // what should have come and did not, in model order
   std::vector<Expected> expected;   // what might have come here, in model order
   std::vector<std::string> values;  // the value set, or the fixed value; cut off when long
-  std::int32_t atLeast = kNone;     // of TooShort: the least length; of WrongCount: the count
-  std::int32_t atMost = kNone;      // of TooLong and BeyondLimit: the limit; -1: none
+  std::int32_t atLeast =
+      kNone;  // of TooShort: the least length; of WrongCount and WrongCheckSum: what is right
+  std::int32_t atMost = kNone;        // of TooLong and BeyondLimit: the limit; -1: none
   std::vector<KnownPlace> elsewhere;  // of KnownElsewhere and WrongNamespace
   std::int64_t elsewhereCount = 0;
 };

@@ -49,7 +49,8 @@ class ElementPlaces;
 class WalkModel {
  public:
   // Reads all rows of a loaded dictionary. Throws std::length_error when its groups are so
-  // entangled that listing the wildcards of each type would not end in reasonable time.
+  // entangled, or so many of its types share their members, that reading them would not end in
+  // reasonable time.
   explicit WalkModel(const StdDictionaryInfo& dictionary);
   ~WalkModel();
   WalkModel(const WalkModel&) = delete;

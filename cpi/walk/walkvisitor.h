@@ -38,6 +38,10 @@ struct WalkedElement {
   const WalkTrail* trail = nullptr;                          // never null when handed out
 };
 
+struct WalkOptions {
+  bool isChecking = false;  // judge each message as a whole, not only where its elements belong
+};
+
 class WalkVisitor {
  public:
   virtual ~WalkVisitor();

@@ -31,10 +31,6 @@ namespace cpi {
 // Deeper messages are refused.
 inline constexpr std::int32_t kMaxXmlDepth = 256;
 
-struct WalkOptions {
-  bool isChecking = false;
-};
-
 class XmlWalker {
  public:
   // `model` is not owned and must outlive the walker.

@@ -63,6 +63,9 @@ const RefusedCase kRefused[] = {
     {"PropertyWithoutRows", "21{ 1001{ 100104:0=x", "the row is outside the table, which has 0"},
     {"PropertyOfTheOtherKind", "21{ 2000:0=#2 1001{ 100101:0=T 100102:0=M 100104:0=x 100105:1=#5",
      "the property holds values of another kind"},
+    {"TextInAPropertyOfIntegers",
+     "21{ 2000:0=#2 1001{ 100101:0=T 100102:0=M 100105:0=#5 100104:1=x",
+     "column 100104, row 1: the property holds values of another kind"},
 };
 INSTANTIATE_TEST_SUITE_P(All, Refused, testing::ValuesIn(kRefused),
                          [](const auto& info) { return std::string(info.param.name); });

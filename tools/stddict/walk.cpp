@@ -6,6 +6,7 @@
 #include <thread>
 #include <vector>
 
+#include "cpi/walk/fixwalker.h"
 #include "cpi/walk/walkmodel.h"
 #include "cpi/walk/xmlwalker.h"
 #include "tools/stddict/terminal.h"
@@ -19,6 +20,7 @@ constexpr const char* kFooter = R"(Examples:
   stddict walk order.json inbox --check --jobs 4
   stddict walk order.json order.xml --check --sarif >findings.sarif
   stddict walk order.json - --check --jsonl <messages-one-a-line
+  stddict walk fix44.json session.log --check
 
 Each element is listed with its line and column and with what it is:
   root          the outermost element, a global element of the model
@@ -32,7 +34,8 @@ then its name, its occurrence [n] from the second one on, its type, and what is 
 With --check the message must be right as a whole, and what is listed are its faults: also what is
 missing or stands too early, values, and text where none may be.
 MESSAGE is a file, a folder, or - for messages on standard input: one a line, or with --framing
-netstring each as LENGTH:BYTES, (the comma belongs to it).
+netstring each as LENGTH:BYTES, (the comma belongs to it). With a dictionary of FIX messages a file
+holds any number of them, their fields ended by 0x01, '|' or ^A, also behind other text in a line.
 Exit code: 0 when all messages are accepted, 1 when one is not, 2 when one cannot be read or is not
 well-formed.)";
 
@@ -53,17 +56,24 @@ ReportForm formOf(const Options& options) {
   return options.isJson ? ReportForm::Json : ReportForm::Text;
 }
 
-// Walks messages in the form that the dictionary is for.
-MakeWalk makeXmlWalk(const cpi::StdDictionaryInfo& dictionary, bool isChecking) {
-  const auto model = std::make_shared<const cpi::WalkModel>(dictionary);
+template <class Model, class Walker>
+MakeWalk makeWalkWith(const cpi::StdDictionaryInfo& dictionary, bool isChecking) {
+  const auto model = std::make_shared<const Model>(dictionary);
   return [model, isChecking]() -> WalkMessage {
     const auto walker =
-        std::make_shared<cpi::XmlWalker>(*model, cpi::WalkOptions{.isChecking = isChecking});
+        std::make_shared<Walker>(*model, cpi::WalkOptions{.isChecking = isChecking});
     return [model, walker](const Message& message, cpi::WalkVisitor* visitor) {
       return message.isFile ? walker->walkFile(message.name, visitor)
                             : walker->walkText(message.bytes, message.name, visitor);
     };
   };
+}
+
+// Walks messages in the form that the dictionary is for.
+MakeWalk makeWalk(const cpi::StdDictionaryInfo& dictionary, bool isChecking) {
+  return cpi::FixModel::isFix(dictionary)
+             ? makeWalkWith<cpi::FixModel, cpi::FixWalker>(dictionary, isChecking)
+             : makeWalkWith<cpi::WalkModel, cpi::XmlWalker>(dictionary, isChecking);
 }
 
 // A list of elements is written while the message is read, so one thread has to do it.
@@ -79,7 +89,7 @@ int run(Options options) {
   options.bulk.jobs = jobsOf(options);
   const auto dictionary = openDictionary(options.dictionary);
   MessageSource source(options.messages, options.source);
-  return walkAll(source, makeXmlWalk(*dictionary, options.report.isChecking), options.report,
+  return walkAll(source, makeWalk(*dictionary, options.report.isChecking), options.report,
                  options.bulk, *dictionary);
 }
 

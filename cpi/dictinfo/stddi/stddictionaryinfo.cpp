@@ -55,41 +55,48 @@ StdDictionaryHandler* StdDictionaryInfo::loadHandler() {
 
 void StdDictionaryInfo::startMessage(WorkerInfoPtr worker) {
   KelOperation operation(nullptr, "StdDictionaryInfo::startMessage");
-  loadHandler_ = std::make_shared<StdDictionaryHandler>(this);
+  loadHandler_ = std::make_shared<StdDictionaryHandler>(this, loadLimits_);
   adoptTables();
   loadHandler_->startMessage(worker);
 }
 
-void StdDictionaryInfo::endMessage(WorkerInfoPtr worker) {
-  KelOperation operation(nullptr, "StdDictionaryInfo::endMessage");
+template <class Event>
+void StdDictionaryInfo::handle(Event event) {
   StdDictionaryHandler* const handler = loadHandler();
   if (handler == nullptr) return;
-  handler->endMessage(worker);
-  handler->finish();
-  loadHandler_.reset();
-  freeze();
+  try {
+    event(*handler);
+  } catch (...) {
+    refreshTexts();
+    throw;
+  }
+}
+
+void StdDictionaryInfo::endMessage(WorkerInfoPtr worker) {
+  KelOperation operation(nullptr, "StdDictionaryInfo::endMessage");
+  handle([&](StdDictionaryHandler& handler) {
+    handler.endMessage(worker);
+    handler.finish();
+    loadHandler_.reset();
+    freeze();
+  });
 }
 
 void StdDictionaryInfo::startElement(std::int32_t id, unsigned short kind, WorkerInfoPtr worker,
                                      std::int32_t index, std::int32_t extra) {
   KelOperation operation(nullptr, "StdDictionaryInfo::startElement", id, kind, index, extra);
-  if (StdDictionaryHandler* const handler = loadHandler(); handler != nullptr) {
-    handler->startElement(id, kind, worker, index, extra);
-  }
+  handle(
+      [&](StdDictionaryHandler& handler) { handler.startElement(id, kind, worker, index, extra); });
 }
 
 void StdDictionaryInfo::endElement(std::int32_t id, WorkerInfoPtr worker) {
   KelOperation operation(nullptr, "StdDictionaryInfo::endElement", id);
-  if (StdDictionaryHandler* const handler = loadHandler(); handler != nullptr) {
-    handler->endElement(id, worker);
-  }
+  handle([&](StdDictionaryHandler& handler) { handler.endElement(id, worker); });
 }
 
 void StdDictionaryInfo::data(const PWFData& value, WorkerInfoPtr worker) {
   KelOperation operation(nullptr, "StdDictionaryInfo::data", value.getLogicalType());
-  if (StdDictionaryHandler* const handler = loadHandler(); handler != nullptr) {
-    handler->data(value, worker);
-  }
+  handle([&](StdDictionaryHandler& handler) { handler.data(value, worker); });
 }
 
 void StdDictionaryInfo::MapTableProperty(DictTableRefBase table, StringTableRef strings) {
@@ -124,10 +131,14 @@ void StdDictionaryInfo::postProcessDictionary() {
   freeze();
 }
 
-void StdDictionaryInfo::freeze() noexcept {
+void StdDictionaryInfo::refreshTexts() noexcept {
   forEachReference([](auto& reference) {
     for (std::int32_t row = 0; row < reference.rowCount(); ++row) reference.row(row);
   });
+}
+
+void StdDictionaryInfo::freeze() noexcept {
+  refreshTexts();
   try {
     index_ = std::make_shared<const LookupIndex>(*this);
     ids_ = {index_->tagIds(), index_->typeIds(), index_->memberIds()};

@@ -9,7 +9,8 @@
 //     const std::int32_t row = dictionary.getTagDefIndexFromName(u"Order");
 //
 // Thread rule: loaded by one thread; once the load has ended every `const` operation is safe to
-// call from any number of threads at once. A dictionary whose load failed answers one thread.
+// call from any number of threads at once. So is it when the dictionary has refused an event of a
+// load; when the load was broken off in another way, call postProcessDictionary first.
 //
 // Queries throw nothing for what they are asked: they return -1 or a result code (records.h), and
 // write their out-parameters only on success unless told otherwise. Records and texts that they
@@ -24,6 +25,7 @@
 
 #include "cpi/dictinfo/dictionaryinfo.h"
 #include "cpi/dictinfo/stddi/idlookup.h"
+#include "cpi/dictinfo/stddi/loadlimits.h"
 #include "cpi/dictinfo/stddi/records.h"
 #include "cpi/dictinfo/stddi/tablereference.h"
 #include "cpi/runtime/export.h"
@@ -67,7 +69,8 @@ class CPI_API StdDictionaryInfo : public DictionaryInfo {
   // section, levels out of range (CP_INCOMPATIBLE_DICTIONARY), class letters and flags out of
   // range, rows outside their table, counts and texts beyond the limits (CP_DICTIONARY_ERROR).
   // Not checked are the orders of rows and the indexes inside records: readers treat an index
-  // that leads nowhere as none. What was loaded before an exception stays readable.
+  // that leads nowhere as none. What was loaded before an exception stays readable, as it is, and
+  // the same thread may go on with the load or begin another.
   using DictionaryInfo::endElement;
   using DictionaryInfo::endMessageContent;
   using DictionaryInfo::startElement;
@@ -78,6 +81,10 @@ class CPI_API StdDictionaryInfo : public DictionaryInfo {
                     std::int32_t extra) override;
   void endElement(std::int32_t id, WorkerInfoPtr worker) override;
   void data(const PWFData& value, WorkerInfoPtr worker) override;
+
+  // The limits of the loads that begin from now on. Copies made later take them over.
+  void setLoadLimits(const LoadLimits& limits) noexcept { loadLimits_ = limits; }
+  const LoadLimits& loadLimits() const noexcept { return loadLimits_; }
 
   // Writes every table as a plain-text report, its texts in UTF-8. Ignores output errors; throws
   // KelParserException at a Values row of unknown kind, where the report then ends.
@@ -309,6 +316,13 @@ class CPI_API StdDictionaryInfo : public DictionaryInfo {
   std::int32_t findType(const unsigned short* text, const KelStringBase& namespaceURI,
                         bool anyNamespace) const;
 
+  // Hands an event to the handler of the load in progress. When it refuses the event, readers in
+  // any number of threads may read what was loaded.
+  template <class Event>
+  void handle(Event event);
+  void refreshTexts() noexcept;
+
+  LoadLimits loadLimits_;
   // Shared with copies made during a load, which may go on with it.
   std::shared_ptr<StdDictionaryHandler> loadHandler_;
   // Shared with copies too; what was made of these tables as they are, and views into it.

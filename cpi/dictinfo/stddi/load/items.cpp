@@ -14,13 +14,6 @@ namespace cpi {
 
 namespace {
 
-// More rows than any model has, yet few enough that a short hostile stream cannot claim much.
-constexpr std::int64_t kMaximumRows = std::int64_t{1} << 24;
-// Every value at row 0 of a named-property section makes a property of the table's length, so
-// their number and the bytes that tables and properties claim up front are bounded too.
-constexpr std::size_t kMaximumProperties = 1024;
-constexpr std::int64_t kMaximumClaimedBytes = std::int64_t{1} << 31;
-
 constexpr std::int32_t kDataTextLength = -1;  // texts end at their terminator
 
 DataCnv dictionaryConverter() {
@@ -78,8 +71,8 @@ unsigned char* StdDictionaryHandler::recordAt(std::int32_t row) const {
 
 void StdDictionaryHandler::createTable(TableSlot slot, std::int64_t rowCount) {
   DictTable& target = table(slot);
-  if (rowCount < 0 || rowCount > kMaximumRows) {
-    refuse("a table has 0 to " + std::to_string(kMaximumRows) + " rows, not " +
+  if (rowCount < 0 || rowCount > limits_.rows) {
+    refuse("a table has 0 to " + std::to_string(limits_.rows) + " rows, not " +
            std::to_string(rowCount));
   }
   owner_->forEachReference([&](auto& reference) {
@@ -96,8 +89,8 @@ void StdDictionaryHandler::createTable(TableSlot slot, std::int64_t rowCount) {
 }
 
 void StdDictionaryHandler::claim(std::int64_t bytes) {
-  if (bytes > kMaximumClaimedBytes - claimedBytes_) {
-    refuse("the tables would claim more than " + std::to_string(kMaximumClaimedBytes) + " bytes");
+  if (bytes > limits_.bytes - claimedBytes_) {
+    refuse("the tables would claim more than " + std::to_string(limits_.bytes) + " bytes");
   }
   claimedBytes_ += bytes;
 }
@@ -226,8 +219,9 @@ StringTable& StdDictionaryHandler::openProperty(std::int32_t type) {
   recordAt(row_);
   DictTable& target = openTable();
   if (row_ == 0) {
-    if (target.properties.tables().size() >= kMaximumProperties) {
-      refuse("a table has at most " + std::to_string(kMaximumProperties) + " properties");
+    // Every value at row 0 makes a property of the table's length.
+    if (std::ssize(target.properties.tables()) >= limits_.properties) {
+      refuse("a table has at most " + std::to_string(limits_.properties) + " properties");
     }
     claim(target.rowCount * static_cast<std::int64_t>(sizeof(std::uint32_t)));
     guarded([&] {
@@ -240,6 +234,7 @@ StringTable& StdDictionaryHandler::openProperty(std::int32_t type) {
   if (found == nullptr || found->memberName.view() != propertyMemberName_.view()) {
     refuse("the first value of a named property must be at row 0");
   }
+  if (found->type != type) refuse("the property holds values of another kind");
   return *found;
 }
 

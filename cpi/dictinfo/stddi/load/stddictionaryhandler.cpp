@@ -5,7 +5,8 @@
 
 namespace cpi {
 
-StdDictionaryHandler::StdDictionaryHandler(StdDictionaryInfo* owner) : owner_(owner) {
+StdDictionaryHandler::StdDictionaryHandler(StdDictionaryInfo* owner, const LoadLimits& limits)
+    : owner_(owner), limits_(limits) {
   KelOperation operation(nullptr, "StdDictionaryHandler::StdDictionaryHandler",
                          static_cast<const void*>(owner));
 }

@@ -20,7 +20,7 @@ namespace cpi {
 
 class StdDictionaryHandler {
  public:
-  explicit StdDictionaryHandler(StdDictionaryInfo* owner);
+  StdDictionaryHandler(StdDictionaryInfo* owner, const LoadLimits& limits);
   StdDictionaryHandler(const StdDictionaryHandler&) = delete;
   StdDictionaryHandler& operator=(const StdDictionaryHandler&) = delete;
 
@@ -117,6 +117,7 @@ class StdDictionaryHandler {
   void guarded(Step step) const;
 
   StdDictionaryInfo* owner_;
+  const LoadLimits limits_;
   std::int32_t section_ = kNoSection;      // the open table section
   std::int32_t dataSection_ = kNoSection;  // whose data function gets the items
   std::int32_t field_ = kNoColumn;         // column of the open field item

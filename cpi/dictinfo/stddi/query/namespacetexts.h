@@ -34,7 +34,8 @@ class NamespaceTexts {
   // As StdDictionaryInfo::isInNamespace has it.
   bool isIn(std::int32_t index, std::u16string_view uri) const noexcept {
     if (index == kNone && uri.empty()) return true;
-    return contains(index) && text(index).size() == uri.size() &&
+    if (!contains(index) || text(index).size() != uri.size()) return false;
+    return uri.empty() ||  // an empty text may have no place
            std::memcmp(text(index).data(), uri.data(), uri.size() * sizeof(char16_t)) == 0;
   }
   std::size_t bytes() const noexcept { return texts_.size() * sizeof(std::u16string_view); }

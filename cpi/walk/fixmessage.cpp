@@ -1,0 +1,268 @@
+#include "cpi/walk/fixmessage.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstring>
+
+namespace cpi {
+
+namespace {
+
+constexpr std::string_view kMessageStart = "8=FIX";
+constexpr std::size_t kMaxDigits = 9;
+// A check sum with its tag and delimiter, and some room for a wrong one.
+constexpr std::size_t kCheckSumSize = 12;
+// A first field is shorter.
+constexpr std::size_t kFirstFieldSize = 64;
+
+bool isDigit(char unit) noexcept { return unit >= '0' && unit <= '9'; }
+
+std::size_t widthOf(FixDelimiter delimiter) noexcept {
+  return delimiter == FixDelimiter::Caret ? 2 : 1;
+}
+
+char firstOf(FixDelimiter delimiter) noexcept {
+  constexpr char kFirst[] = {'\x01', '|', '^'};
+  return kFirst[static_cast<std::size_t>(delimiter)];
+}
+
+std::string_view textOf(FixDelimiter delimiter) noexcept {
+  constexpr std::string_view kTexts[] = {"\x01", "|", "^A"};
+  return kTexts[static_cast<std::size_t>(delimiter)];
+}
+
+// Whether a tag and '=' stand at the front.
+bool beginsWithTag(std::string_view text) noexcept {
+  std::size_t digits = 0;
+  while (digits < text.size() && digits <= kMaxDigits && isDigit(text[digits])) ++digits;
+  return digits > 0 && digits <= kMaxDigits && digits < text.size() && text[digits] == '=';
+}
+
+// "8=FIX" in a line, but not as the end of a greater tag.
+std::size_t findStart(std::string_view line) noexcept {
+  std::size_t at = line.find(kMessageStart);
+  while (at != line.npos && at > 0 && isDigit(line[at - 1])) at = line.find(kMessageStart, at + 1);
+  return at;
+}
+
+// The delimiter of a message is the first that it has.
+FixDelimiter delimiterOf(std::string_view line) noexcept {
+  for (std::size_t i = 0; i < line.size(); ++i) {
+    if (line[i] == '\x01' || line[i] == '\n') return FixDelimiter::Soh;
+    if (line[i] == '|') return FixDelimiter::Bar;
+    if (line[i] == '^' && i + 1 < line.size() && line[i + 1] == 'A') return FixDelimiter::Caret;
+  }
+  return FixDelimiter::Soh;
+}
+
+// Where the check sum of a message begins by its body length; npos when it tells none. Data may
+// hold anything, so that this is the safest way to the end.
+std::size_t lengthOf(std::string_view text, FixDelimiter delimiter) noexcept {
+  if (widthOf(delimiter) != 1) return text.npos;
+  const char mark = firstOf(delimiter);
+  const std::size_t first = text.substr(0, kFirstFieldSize).find(mark);
+  if (first == text.npos || !text.substr(first + 1).starts_with("9=")) return text.npos;
+  const std::size_t begin = first + 3;
+  const std::size_t second = text.substr(0, begin + kMaxDigits + 1).find(mark, begin);
+  if (second == text.npos) return text.npos;
+  const std::int32_t length = fixNumberOf(text.substr(begin, second - begin));
+  if (length < 0 || static_cast<std::size_t>(length) > kMaxFixMessage) return text.npos;
+  return second + 1 + static_cast<std::size_t>(length);
+}
+
+// The end of a message whose check sum begins at `checkSum`; npos when none does.
+std::size_t endByLength(std::string_view text, std::size_t checkSum,
+                        FixDelimiter delimiter) noexcept {
+  const char mark = firstOf(delimiter);
+  if (checkSum > text.size() || text[checkSum - 1] != mark) return text.npos;
+  const std::string_view rest = text.substr(checkSum, kCheckSumSize);
+  if (!rest.starts_with("10=")) return text.npos;
+  const std::size_t stop = rest.find_first_of(std::string_view("\x01|\n", 3));
+  if (stop == rest.npos) return rest.size() < kCheckSumSize ? text.size() : text.npos;
+  return checkSum + (rest[stop] == mark ? stop + 1 : stop);
+}
+
+// The end of a message by its first check sum; npos when there is none.
+std::size_t endByCheckSum(std::string_view line, FixDelimiter delimiter) noexcept {
+  const std::string_view mark = textOf(delimiter);
+  for (std::size_t at = line.find(mark); at != line.npos; at = line.find(mark, at + 1)) {
+    if (!line.substr(at + mark.size()).starts_with("10=")) continue;
+    const std::size_t end = line.find(mark, at + mark.size());
+    return end == line.npos ? end : end + mark.size();
+  }
+  return line.npos;
+}
+
+// Bytes 0x01 in a word of eight, each marked by its highest bit. Marks above the lowest one may be
+// wrong, which is no matter: the lowest is asked for.
+std::uint64_t zeroBytes(std::uint64_t word) noexcept {
+  constexpr std::uint64_t kLow = 0x0101010101010101;
+  constexpr std::uint64_t kHigh = 0x8080808080808080;
+  return (word - kLow) & ~word & kHigh;
+}
+
+std::uint64_t wordAt(std::string_view text, std::size_t at) noexcept {
+  std::uint64_t word = 0;
+  std::memcpy(&word, text.data() + at, sizeof word);
+  return word;
+}
+
+// Values are short: eight bytes at a time beat a call.
+std::size_t findByte(std::string_view text, std::size_t from, char byte) noexcept {
+  if constexpr (std::endian::native == std::endian::little) {
+    const std::uint64_t pattern = 0x0101010101010101 * static_cast<unsigned char>(byte);
+    for (; from + sizeof pattern <= text.size(); from += sizeof pattern) {
+      const std::uint64_t marks = zeroBytes(wordAt(text, from) ^ pattern);
+      if (marks != 0) return from + static_cast<std::size_t>(std::countr_zero(marks)) / 8;
+    }
+  }
+  while (from < text.size() && text[from] != byte) ++from;
+  return from;
+}
+
+// The sum of all bytes.
+std::uint64_t sumOf(std::string_view text) noexcept {
+  constexpr std::uint64_t kEven = 0x00ff00ff00ff00ff;
+  constexpr std::size_t kStep = sizeof(std::uint64_t);
+  constexpr std::size_t kBlock = 128 * kStep;  // as many as fit in lanes of 16 bits
+  std::uint64_t sum = 0;
+  std::size_t at = 0;
+  while (at + kStep <= text.size()) {
+    std::uint64_t lanes = 0;
+    const std::size_t end = std::min(text.size(), at + kBlock);
+    for (; at + kStep <= end; at += kStep) {
+      const std::uint64_t word = wordAt(text, at);
+      lanes += (word & kEven) + ((word >> 8) & kEven);
+    }
+    sum += (lanes & 0xffff) + (lanes >> 16 & 0xffff) + (lanes >> 32 & 0xffff) + (lanes >> 48);
+  }
+  for (; at < text.size(); ++at) sum += static_cast<unsigned char>(text[at]);
+  return sum;
+}
+
+}  // namespace
+
+FixFramer::Outcome FixFramer::next(std::string_view text, bool isLast, std::size_t& at,
+                                   FixFrame& frame) {
+  while (at < text.size()) {
+    // Messages that follow one another are found without a look at lines.
+    std::size_t start = 0;
+    if (!isFresh_ || !beginsWithTag(text.substr(at))) {
+      const std::size_t newline = text.find('\n', at);
+      const std::string_view line = text.substr(at, newline - at);
+      start = findStart(line);
+      if (start == line.npos && newline == text.npos && !isLast) return passOver(text, at);
+      if (start == line.npos) {
+        at += std::min(line.size() + 1, text.size() - at);
+        isFresh_ = true;
+        continue;
+      }
+    }
+    if (!frameAt(text.substr(at + start), isLast, frame)) return Outcome::NeedsMore;
+    frame.begin += at + start;
+    frame.end += at + start;
+    at = frame.end;
+    isFresh_ = true;
+    return Outcome::Found;
+  }
+  return isLast ? Outcome::None : Outcome::NeedsMore;
+}
+
+// In a line without end, all but what may be the start of a message is done with.
+FixFramer::Outcome FixFramer::passOver(std::string_view text, std::size_t& at) noexcept {
+  if (text.size() - at > 2 * kMessageStart.size()) {
+    at = text.size() - 2 * kMessageStart.size();
+    isFresh_ = false;
+  }
+  return Outcome::NeedsMore;
+}
+
+// The message at the front of `text`; false when more text is needed to tell where it ends.
+bool FixFramer::frameAt(std::string_view text, bool isLast, FixFrame& frame) noexcept {
+  frame.begin = 0;
+  frame.delimiter = delimiterOf(text);
+  const std::size_t byLength = lengthOf(text, frame.delimiter);
+  if (byLength != text.npos) {
+    if (!isLast && byLength + kCheckSumSize > text.size()) return false;
+    frame.end = endByLength(text, byLength, frame.delimiter);
+    if (frame.end != text.npos) return true;
+  }
+  const std::size_t newline = text.find('\n');
+  const std::string_view line = text.substr(0, newline);
+  frame.end = endByCheckSum(line, frame.delimiter);
+  if (frame.end != text.npos) return true;
+  frame.end = line.ends_with('\r') ? line.size() - 1 : line.size();
+  return isLast || newline != text.npos;
+}
+
+// What has no tag is all value.
+inline void FixMessage::readTag(const FixModel& model, FixField& field) const noexcept {
+  const char* const begin = text_.data() + field.begin;
+  const char* const stop = text_.data() + text_.size();
+  const char* const end = begin + std::min(text_.size() - field.begin, kMaxDigits);
+  std::int32_t number = 0;
+  const char* at = begin;
+  for (; at != end && isDigit(*at); ++at) number = number * 10 + (*at - '0');
+  field.valueBegin = field.begin;
+  if (at == begin || at == stop || *at != '=') return;
+  field.number = number;
+  field.row = model.fieldRow(number);
+  field.valueBegin = field.begin + static_cast<std::uint32_t>(at - begin) + 1;
+}
+
+// The end of the text when there is none.
+inline std::uint32_t FixMessage::findDelimiter(std::uint32_t from) const noexcept {
+  std::size_t at = findByte(text_, from, firstOf(delimiter_));
+  while (delimiter_ == FixDelimiter::Caret && at < text_.size() && !isDelimiter(at)) {
+    at = findByte(text_, at + 1, firstOf(delimiter_));
+  }
+  return static_cast<std::uint32_t>(at);
+}
+
+void FixMessage::parse(const FixModel& model, std::string_view text, FixDelimiter delimiter) {
+  text_ = text;
+  delimiter_ = delimiter;
+  fields_.clear();
+  const auto size = static_cast<std::uint32_t>(text.size());
+  const auto width = static_cast<std::uint32_t>(widthOf(delimiter));
+  for (std::uint32_t at = 0; at < size;) {
+    FixField& field = fields_.emplace_back();
+    field.begin = at;
+    readTag(model, field);
+    field.end = findDelimiter(field.valueBegin);
+    if (field.row >= 0 && model.form(field.row) == FixForm::Data) takeData(model, field);
+    at = field.end + width;
+  }
+}
+
+// Data may hold delimiters; the field before it says how many bytes it has.
+void FixMessage::takeData(const FixModel& model, FixField& field) const {
+  if (fields_.size() < 2) return;
+  const FixField& before = fields_[fields_.size() - 2];
+  if (before.row < 0 || model.form(before.row) != FixForm::Length) return;
+  const std::int32_t length = fixNumberOf(value(before));
+  const std::size_t end = std::size_t{field.valueBegin} + static_cast<std::uint32_t>(length);
+  field.hasWrongLength = length < 0 || end > text_.size() || !isDelimiter(end);
+  if (!field.hasWrongLength) field.end = static_cast<std::uint32_t>(end);
+}
+
+bool FixMessage::isDelimiter(std::size_t at) const noexcept {
+  return at == text_.size() || text_.substr(at).starts_with(textOf(delimiter_));
+}
+
+std::int64_t FixMessage::length(const FixField& from, const FixField& to) const noexcept {
+  const std::int64_t fields = &to - &from;
+  const auto extra = static_cast<std::int64_t>(widthOf(delimiter_)) - 1;
+  return std::int64_t{to.begin} - std::int64_t{from.begin} - fields * extra;
+}
+
+std::int32_t FixMessage::checkSum(const FixField& end) const noexcept {
+  std::uint64_t sum = sumOf(text_.substr(0, end.begin));
+  if (delimiter_ != FixDelimiter::Soh) {
+    const auto fields = static_cast<std::uint64_t>(&end - fields_.data());
+    sum += fields - fields * sumOf(textOf(delimiter_));
+  }
+  return static_cast<std::int32_t>(sum % 256);
+}
+
+}  // namespace cpi

@@ -1,0 +1,165 @@
+#include "cpi/walk/fixmodel.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "cpi/extract/modelconventions.h"
+#include "cpi/runtime/kelstring.h"
+
+namespace cpi {
+
+namespace {
+
+// Fields with smaller numbers are found by them as by an index.
+constexpr std::int32_t kDenseNumbers = 1 << 16;
+
+}  // namespace
+
+std::string fixNameOf(std::u16string_view text) {
+  return toUtf8(text.substr(text.find(kNameMark) + 1));
+}
+
+bool FixModel::isFix(const StdDictionaryInfo& dictionary) {
+  const WIREFORMAT_DEFINITION* const format = dictionary.wireFormats().find(0);
+  return format != nullptr && textView(format->FormatName) == kFixWireFormat;
+}
+
+FixModel::FixModel(const StdDictionaryInfo& dictionary)
+    : dictionary_(&dictionary),
+      fields_(asIndex(dictionary.tags().rowCount())),
+      types_(asIndex(dictionary.types().rowCount())),
+      members_(asIndex(dictionary.typeMembers().rowCount())) {
+  if (const WIREFORMAT_DEFINITION* const format = dictionary.wireFormats().find(0)) {
+    beginString_ = toUtf8(textView(format->FormatId));
+  }
+  readFields();
+  readMembers();
+  for (std::int32_t row = 0; row < dictionary.tags().rowCount(); ++row) {
+    const SMD_TAG_DEFINITION& tag = dictionary.tags().row(row);
+    if (tag.Class != TCField && tag.DVTableIndex >= 0) readMessage(row, tag);
+  }
+}
+
+void FixModel::readFields() {
+  const auto& tags = dictionary_->tags();
+  for (std::int32_t row = 0; row < tags.rowCount(); ++row) {
+    const SMD_TAG_DEFINITION& tag = tags.row(row);
+    if (tag.Class == TCField && tag.Id > 0) readField(row, tag);
+  }
+}
+
+void FixModel::readField(std::int32_t row, const SMD_TAG_DEFINITION& tag) {
+  if (tag.Id < kDenseNumbers) {
+    rows_.resize(std::max(rows_.size(), asIndex(tag.Id) + 1), kNone);
+    rows_[asIndex(tag.Id)] = row;
+  }
+  Field& field = fields_[asIndex(row)];
+  if (const SMD_TYPE_DEFINITION* const type = dictionary_->types().find(tag.ToTypeIndexField)) {
+    field.form = fixFormOf(textView(type->Identifier));
+  }
+  if (tag.ValueSetTableIndex >= 0) field.valueSet = readValueSet(tag.ValueSetTableIndex);
+}
+
+std::int32_t FixModel::readValueSet(std::int32_t firstRow) {
+  const auto [entry, isNew] =
+      setOfRow_.try_emplace(firstRow, static_cast<std::int32_t>(valueSets_.size()));
+  if (!isNew) return entry->second;
+  FixValueSet set;
+  const auto& rows = dictionary_->valueSet();
+  for (std::int32_t row = firstRow; rows.contains(row); ++row) {
+    const std::int32_t value = rows.row(row).ValueSetValueIndex;
+    if (value == kNone) break;
+    const SMD_VALUE_DEFINITION* const definition = dictionary_->values().find(value);
+    if (definition == nullptr || definition->Type != LTString) continue;
+    set.add(toUtf8(textView(definition->Value.Text)));
+  }
+  set.sort();
+  valueSets_.push_back(std::move(set));
+  return entry->second;
+}
+
+// A field beyond the dense range.
+std::int32_t FixModel::sparseRow(std::int32_t number) const noexcept {
+  if (number < kDenseNumbers) return kNone;
+  const std::int32_t row = dictionary_->getTagDefIndex(number);
+  const SMD_TAG_DEFINITION* const tag = dictionary_->tags().find(row);
+  return tag != nullptr && tag->Class == TCField ? row : kNone;
+}
+
+void FixModel::readMembers() {
+  const auto& rows = dictionary_->typeMembers();
+  const auto& tags = dictionary_->tags();
+  std::vector<std::pair<std::int32_t, std::int32_t>> uses;  // tag row, member row
+  for (std::int32_t row = 0; row < rows.rowCount(); ++row) {
+    const SMD_STRUCTURE_ELEMENT_DEFINITION& member = rows.row(row);
+    members_[asIndex(row)].isRequired = member.MinOccurs > 0;
+    if (tags.contains(member.toTagIndex)) uses.emplace_back(member.toTagIndex, row);
+    const SMD_STRUCTURE_ELEMENT_DEFINITION* const next = rows.find(row + 1);
+    const SMD_TAG_DEFINITION* const tag =
+        next == nullptr || next->ParentTypeId != member.ParentTypeId ? nullptr
+                                                                     : tags.find(next->toTagIndex);
+    members_[asIndex(row)].isCount = tag != nullptr && tag->Class == TCStructure &&
+                                     member.ChildClass == TCField && next->MaxOccurs != 1;
+  }
+  std::ranges::sort(uses);
+  firstUse_.assign(fields_.size() + 1, 0);
+  for (const auto& [tag, member] : uses) {
+    ++firstUse_[asIndex(tag) + 1];
+    uses_.push_back(member);
+  }
+  for (std::size_t i = 1; i < firstUse_.size(); ++i) firstUse_[i] += firstUse_[i - 1];
+  for (std::int32_t row = 0; row < dictionary_->types().rowCount(); ++row) {
+    Type& type = types_[asIndex(row)];
+    const SMD_TYPE_DEFINITION& definition = dictionary_->types().row(row);
+    type.firstMember = rows.contains(definition.ToTypeMbrIndex) ? definition.ToTypeMbrIndex : kNone;
+    for (std::int32_t member = type.firstMember; rows.contains(member); ++member) {
+      if (rows.row(member).ParentTypeId != definition.TypeId) break;
+      ++type.memberCount;
+      type.requiredCount += members_[asIndex(member)].isRequired ? 1 : 0;
+    }
+  }
+}
+
+void FixModel::readMessage(std::int32_t row, const SMD_TAG_DEFINITION& tag) {
+  const SMD_VALUE_DEFINITION* const value = dictionary_->values().find(tag.DVTableIndex);
+  if (value == nullptr || value->Type != LTString) return;
+  FixMessageModel message{
+      .name = fixNameOf(textView(tag.TextIdentifier)), .tagId = tag.Id, .tagIndex = row};
+  message.typeIndex =
+      dictionary_->types().contains(tag.ToTypeIndexField) ? tag.ToTypeIndexField : kNone;
+  const std::int32_t first = firstMember(message.typeIndex);
+  for (std::int32_t i = 0; i < memberCount(message.typeIndex); ++i) {
+    const SMD_TAG_DEFINITION* const part =
+        dictionary_->tags().find(dictionary_->typeMembers().row(first + i).toTagIndex);
+    if (part == nullptr) {
+      message.bodyMember = first + i;
+    } else if (textView(part->TextIdentifier) == kFixHeader) {
+      message.headerMember = first + i;
+    } else if (textView(part->TextIdentifier) == kFixTrailer) {
+      message.trailerMember = first + i;
+    }
+  }
+  messages_.try_emplace(toUtf8(textView(value->Value.Text)), std::move(message));
+}
+
+const FixMessageModel* FixModel::message(std::string_view msgType) const {
+  const auto entry = messages_.find(msgType);
+  return entry == messages_.end() ? nullptr : &entry->second;
+}
+
+std::span<const std::int32_t> FixModel::membersWith(std::int32_t tagRow) const noexcept {
+  const std::size_t begin = firstUse_[asIndex(tagRow)];
+  return std::span(uses_).subspan(begin, firstUse_[asIndex(tagRow) + 1] - begin);
+}
+
+// The members of a type are neighbours, so that the first one at or behind its first is the one.
+std::int32_t FixModel::memberOf(std::int32_t type, std::int32_t tagRow) const noexcept {
+  if (type < 0) return kNone;
+  const Type& in = types_[asIndex(type)];
+  const std::span<const std::int32_t> members = membersWith(tagRow);
+  const auto found = std::ranges::lower_bound(members, in.firstMember);
+  const bool isInside = found != members.end() && *found < in.firstMember + in.memberCount;
+  return isInside ? *found : kNone;
+}
+
+}  // namespace cpi

@@ -1,0 +1,138 @@
+// FixModel: what a walk of FIX messages has to know about a dictionary beside what its iterator
+// knows.
+//
+// Tag numbers lead straight to rows, and rows to the few facts that are asked for at each field.
+// The conventions by which all this is found in the tables are in modelconventions.h.
+//
+// Thread rule: `const` after construction; any number of walks may share one. The dictionary is
+// not owned and must outlive it.
+#ifndef CPI_WALK_FIXMODEL_H
+#define CPI_WALK_FIXMODEL_H
+
+#include <cstdint>
+#include <functional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "cpi/dictinfo/stddi/stddictionaryinfo.h"
+#include "cpi/walk/fixvalue.h"
+
+namespace cpi {
+
+// Numbers with a meaning of their own for the form of a message.
+inline constexpr std::int32_t kFixBeginString = 8;
+inline constexpr std::int32_t kFixBodyLength = 9;
+inline constexpr std::int32_t kFixCheckSum = 10;
+inline constexpr std::int32_t kFixMsgType = 35;
+
+// One message of the model: the rows of its three parts. kNone where the model has none.
+struct FixMessageModel {
+  std::string name;  // UTF-8
+  std::int32_t tagId = 0;
+  std::int32_t tagIndex = kNone;
+  std::int32_t typeIndex = kNone;
+  std::int32_t headerMember = kNone;
+  std::int32_t bodyMember = kNone;
+  std::int32_t trailerMember = kNone;
+};
+
+// The part of a tag's or type's text that names it, UTF-8.
+std::string fixNameOf(std::u16string_view text);
+
+class FixModel {
+ public:
+  // Whether a dictionary is one of FIX messages.
+  static bool isFix(const StdDictionaryInfo& dictionary);
+
+  explicit FixModel(const StdDictionaryInfo& dictionary);
+  FixModel(const FixModel&) = delete;
+  FixModel& operator=(const FixModel&) = delete;
+
+  const StdDictionaryInfo& dictionary() const noexcept { return *dictionary_; }
+  // What stands in the first field of each message, UTF-8; empty when any may.
+  const std::string& beginString() const noexcept { return beginString_; }
+  // The message with this MsgType, or null.
+  const FixMessageModel* message(std::string_view msgType) const;
+
+  // The Tags row of a field by its number, or kNone.
+  std::int32_t fieldRow(std::int32_t number) const noexcept {
+    const auto index = static_cast<std::size_t>(number);
+    return index < rows_.size() ? rows_[index] : sparseRow(number);
+  }
+  // By Tags row of a field.
+  FixForm form(std::int32_t row) const noexcept { return fields_[asIndex(row)].form; }
+  const FixValueSet* valueSet(std::int32_t row) const noexcept {
+    const std::int32_t set = fields_[asIndex(row)].valueSet;
+    return set == kNone ? nullptr : &valueSets_[asIndex(set)];
+  }
+  // By Types row: how many of its members must occur.
+  std::int32_t requiredCount(std::int32_t type) const noexcept {
+    return type < 0 ? 0 : types_[asIndex(type)].requiredCount;
+  }
+  // Its first member, and the number of all; none for a negative row.
+  std::int32_t firstMember(std::int32_t type) const noexcept {
+    return type < 0 ? kNone : types_[asIndex(type)].firstMember;
+  }
+  std::int32_t memberCount(std::int32_t type) const noexcept {
+    return type < 0 ? 0 : types_[asIndex(type)].memberCount;
+  }
+  // By Type Members row of a count field: the member of its group's instances, or kNone.
+  std::int32_t groupMember(std::int32_t member) const noexcept {
+    return members_[asIndex(member)].isCount ? member + 1 : kNone;
+  }
+  bool isRequired(std::int32_t member) const noexcept {
+    return members_[asIndex(member)].isRequired;
+  }
+  // The member of a type that bears a tag, or kNone.
+  std::int32_t memberOf(std::int32_t type, std::int32_t tagRow) const noexcept;
+  // All members that bear a tag, in ascending order.
+  std::span<const std::int32_t> membersWith(std::int32_t tagRow) const noexcept;
+
+ private:
+  struct Field {
+    FixForm form = FixForm::Text;
+    std::int32_t valueSet = kNone;
+  };
+  struct Type {
+    std::int32_t firstMember = kNone;
+    std::int32_t memberCount = 0;
+    std::int32_t requiredCount = 0;
+  };
+  struct Member {
+    bool isCount = false;
+    bool isRequired = false;
+  };
+  struct Hash {
+    using is_transparent = void;
+    std::size_t operator()(std::string_view text) const noexcept {
+      return std::hash<std::string_view>()(text);
+    }
+  };
+
+  static std::size_t asIndex(std::int32_t row) noexcept { return static_cast<std::size_t>(row); }
+  std::int32_t sparseRow(std::int32_t number) const noexcept;
+  void readFields();
+  void readField(std::int32_t row, const SMD_TAG_DEFINITION& tag);
+  std::int32_t readValueSet(std::int32_t firstRow);
+  void readMembers();
+  void readMessage(std::int32_t row, const SMD_TAG_DEFINITION& tag);
+
+  const StdDictionaryInfo* dictionary_;
+  std::string beginString_;
+  std::vector<std::int32_t> rows_;  // of the fields with small numbers
+  std::vector<Field> fields_;       // by Tags row
+  std::vector<Type> types_;         // by Types row
+  std::vector<Member> members_;     // by Type Members row
+  std::vector<FixValueSet> valueSets_;
+  std::unordered_map<std::int32_t, std::int32_t> setOfRow_;  // by first Value Set row
+  std::vector<std::size_t> firstUse_;                        // by Tags row, and the end: into uses_
+  std::vector<std::int32_t> uses_;                           // Type Members rows
+  std::unordered_map<std::string, FixMessageModel, Hash, std::equal_to<>> messages_;
+};
+
+}  // namespace cpi
+
+#endif  // CPI_WALK_FIXMODEL_H

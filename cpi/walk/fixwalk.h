@@ -1,0 +1,170 @@
+// FixWalk: leads a dictionary iterator along the fields of one FIX message.
+//
+// Header and trailer are elements of their own around the body's fields, and so is each instance of
+// a repeating group; which of them a field belongs to is found here, and the iterator is moved by
+// tag id within each. After a fault the iterator stays where the next field can be placed from.
+//
+// Thread rule: used by one thread at a time; any number of walks may share one model.
+#ifndef CPI_WALK_FIXWALK_H
+#define CPI_WALK_FIXWALK_H
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string_view>
+#include <vector>
+
+#include "cpi/dictinfo/stddi/stddictionaryiterator.h"
+#include "cpi/walk/fixmessage.h"
+#include "cpi/walk/fixmodel.h"
+#include "cpi/walk/walkvisitor.h"
+
+namespace cpi {
+
+// The places of a message's bytes in the text around it, counted on from one to the next.
+class FixPlaces {
+ public:
+  // Of a message whose first byte is at `begin`.
+  void start(const WalkPosition& begin, std::string_view message) noexcept;
+  WalkPosition at(std::size_t offset) noexcept;
+  // Moves a place over the bytes that begin there.
+  static void advance(WalkPosition& place, std::string_view bytes) noexcept;
+
+ private:
+  WalkPosition begin_;
+  WalkPosition last_;
+  std::string_view message_;
+};
+
+class FixWalk final : private WalkTrail {
+ public:
+  // `model` is not owned and must outlive the walk.
+  FixWalk(const FixModel& model, bool isChecking);
+  ~FixWalk() override;
+
+  // Walks one message, of which `places` is set to the start; `visitor` may be null. Adds to
+  // `summary`. Throws what the visitor throws, and KelParserException when the dictionary makes no
+  // sense to the navigator.
+  void walk(const FixMessage& message, FixPlaces& places, WalkVisitor* visitor,
+            WalkSummary& summary);
+
+ private:
+  class Cursor;
+  enum Section : std::size_t { kHeader, kBody, kTrailer, kSectionCount };
+
+  // The fields of one section or of one instance of a group.
+  struct Level {
+    std::int32_t typeIndex = kNone;
+    std::int32_t member = kNone;     // of the section or group in the type around it
+    std::int32_t tagId = 0;          // of the section or group; 0: it is none of its own
+    std::int32_t delimiter = kNone;  // of a group: Tags row of its first field
+    std::uint32_t stamp = 0;         // of this level alone, see Seen
+    std::int32_t requiredSeen = 0;
+    std::int32_t garbled = 0;  // fields that could not be read
+    bool hadChild = false;     // the iterator stands on a child
+    bool isOpen = false;       // of a section with a tag: the iterator is inside
+    // A count field came, and the next field tells whether its group does.
+    std::int32_t awaited = kNone;            // member of the group's instances
+    const FixField* awaitedCount = nullptr;  // the count field
+    // Of a group:
+    const FixField* count = nullptr;
+    std::int32_t instances = 0;  // so far
+  };
+  // How often a member came at the level with this stamp.
+  struct Seen {
+    std::uint32_t stamp = 0;
+    std::int32_t count = 0;
+  };
+
+  void begin(const FixMessageModel& model);
+  void beginSection(Section section, std::int32_t member);
+  void end();
+  // A message that the model does not have; null: it does not say which it is.
+  void walkUnknown(const FixField* msgType);
+
+  // Placing.
+  void place(const FixField& field);
+  bool placeRepeat(const FixField& field);
+  void placeElsewhere(const FixField& field);
+  std::size_t levelWithout(std::int32_t row) const;
+  bool placeInSection(const FixField& field);
+  void enterSection(std::size_t section);
+  bool move(Level& level, std::int32_t tagId);
+  void settle(const FixField& field);
+  void awaitGroup(const FixField& field);
+  void openGroup(const FixField& field);
+  void beginInstance(Level& level, const FixField& field);
+  void closeGroup();
+  void closeAwaited(Level& level);
+  void moveOut(Level& level);
+  Level& level() noexcept { return levels_[current_]; }
+  bool isSeen(const Level& level, std::int32_t member) const noexcept;
+  // Counts an occurrence; returns how many there are.
+  std::int32_t see(Level& level, std::int32_t member) noexcept;
+  std::uint32_t newStamp() noexcept;
+
+  // Judging.
+  const FixField* findEarly();
+  void checkFrame();
+  void checkLength(const FixField& sum);
+  void checkValue(const FixField& field);
+  void checkRequired(const Level& level);
+  void checkCount(const FixField& count, std::int32_t instances);
+  Reason valueReason(const FixField& field) const;
+
+  // Reporting.
+  struct Fault {
+    VerdictKind kind;
+    Reason reason;
+  };
+  void reportRoot(const FixMessageModel& model);
+  void reportUnjudged(const FixField& field);
+  void reportStructure(const Level& level, const FixField& field);
+  void reportMember(const FixField& field, std::int32_t member, std::int32_t occurrence);
+  // A member of the level, behind its place.
+  void reportMisplaced(const FixField& field, Level& level, std::int32_t member);
+  void reportRefused(const FixField& field, Fault fault);
+  void reportValue(const FixField& field, Reason reason, std::int64_t right = kNone);
+  void reportIncomplete(const Level& level);
+  void report(const FixField& field, const Verdict& verdict);
+  void count(const Verdict& verdict) noexcept;
+  Finding findingOf(const Verdict& verdict, const FixField* field);
+  WalkedElement elementOf(const Verdict& verdict, std::string_view name, std::size_t offset) const;
+  std::vector<Expected> expected(const Level& level, bool isOwedOnly) const;
+  std::vector<Expected> expectedAround() const;
+  Expected expectedNumber(std::int32_t number) const;
+  void listElsewhere(Finding& finding, std::int32_t row) const;
+  Verdict memberVerdict(std::int32_t member, std::int32_t occurrence) const;
+  std::string nameOfTag(std::int32_t row) const;
+  static std::string nameOfType(const SMD_TYPE_DEFINITION& type);
+  std::string nameOf(const FixField& field) const;
+  std::int32_t depth() const noexcept;
+  std::vector<PathStep> path() const override;
+  std::vector<GroupStep> groups() const override;
+
+  const FixModel* model_;
+  bool isChecking_;
+  std::unique_ptr<Cursor> at_;
+  std::vector<Level> levels_;  // the sections, then the open groups
+  std::size_t current_ = 0;    // the innermost
+  std::size_t section_ = kHeader;
+  bool messageHadChild_ = false;
+  bool wasMisplaced_ = false;  // the field before stood behind its section
+  std::vector<Seen> seen_;     // by Type Members row
+  std::uint32_t stamp_ = 0;
+
+  // Of the message that is walked.
+  const FixMessage* message_ = nullptr;
+  const FixMessageModel* messageModel_ = nullptr;
+  FixPlaces* places_ = nullptr;
+  WalkVisitor* visitor_ = nullptr;
+  WalkSummary* summary_ = nullptr;
+  const FixField* early_ = nullptr;       // see findEarly()
+  std::int32_t earlyNumber_ = kNone;      // of the field that should stand there
+  const FixField* field_ = nullptr;       // the one that is being placed; null: at the end
+  const FixField* trailField_ = nullptr;  // the last step of path(); null: none
+};
+
+}  // namespace cpi
+
+#endif  // CPI_WALK_FIXWALK_H

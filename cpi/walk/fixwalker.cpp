@@ -1,0 +1,131 @@
+#include "cpi/walk/fixwalker.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <vector>
+
+#include "cpi/extract/fileerror.h"
+#include "cpi/walk/fixmessage.h"
+#include "cpi/walk/fixwalk.h"
+
+namespace cpi {
+namespace {
+
+constexpr std::size_t kReadSize = std::size_t{1} << 18;
+
+struct CloseFile {
+  void operator()(std::FILE* file) const noexcept { std::fclose(file); }
+};
+using File = std::unique_ptr<std::FILE, CloseFile>;
+
+[[noreturn]] void refuse(const std::string& path, const char* what) {
+  throw FileError(path, {}, std::string(what) + " (" + std::strerror(errno) + ")");
+}
+
+}  // namespace
+
+class FixWalker::Walk {
+ public:
+  Walk(const FixModel& model, const WalkOptions& options)
+      : model_(&model), walk_(model, options.isChecking) {}
+
+  WalkSummary file(const std::string& path, WalkVisitor* visitor);
+  WalkSummary text(std::string_view text, const std::string& name, WalkVisitor* visitor);
+
+ private:
+  void begin(WalkVisitor* visitor);
+  // Walks the whole messages in a text; returns how much of it is done with.
+  std::size_t walkAll(std::string_view text, bool isLast);
+  WalkSummary finish(const std::string& name) const;
+  void advance(std::string_view bytes) noexcept {
+    if (visitor_ != nullptr) FixPlaces::advance(place_, bytes);
+  }
+
+  const FixModel* model_;
+  FixWalk walk_;
+  FixMessage message_;
+  FixFramer framer_;
+  FixPlaces places_;
+  WalkPosition place_;  // of what follows the last message
+  WalkVisitor* visitor_ = nullptr;
+  WalkSummary summary_;
+  std::vector<char> buffer_;
+};
+
+void FixWalker::Walk::begin(WalkVisitor* visitor) {
+  visitor_ = visitor;
+  framer_ = {};
+  summary_ = {};
+  place_ = {};
+  place_.line = 1;
+  place_.column = 1;
+  place_.offset = 0;
+}
+
+std::size_t FixWalker::Walk::walkAll(std::string_view text, bool isLast) {
+  std::size_t at = 0;
+  std::size_t done = 0;
+  FixFrame frame;
+  while (framer_.next(text, isLast, at, frame) == FixFramer::Outcome::Found) {
+    advance(text.substr(done, frame.begin - done));
+    const std::string_view message = text.substr(frame.begin, frame.end - frame.begin);
+    places_.start(place_, message);
+    message_.parse(*model_, message, frame.delimiter);
+    walk_.walk(message_, places_, visitor_, summary_);
+    done = frame.begin;
+  }
+  advance(text.substr(done, at - done));
+  return at;
+}
+
+WalkSummary FixWalker::Walk::finish(const std::string& name) const {
+  if (summary_.elements == 0) {
+    throw FileError(name, {}, "no FIX message", "fields as tag=value, the first of them 8=FIX...");
+  }
+  return summary_;
+}
+
+WalkSummary FixWalker::Walk::text(std::string_view text, const std::string& name,
+                                  WalkVisitor* visitor) {
+  begin(visitor);
+  walkAll(text, true);
+  return finish(name);
+}
+
+// What is not done with moves to the front of the buffer, which grows when it is full.
+WalkSummary FixWalker::Walk::file(const std::string& path, WalkVisitor* visitor) {
+  const File file(std::fopen(path.c_str(), "rb"));
+  if (file == nullptr) refuse(path, "cannot be opened");
+  begin(visitor);
+  std::size_t held = 0;
+  while (true) {
+    if (held == buffer_.size()) buffer_.resize(std::max(kReadSize, 2 * held));
+    if (held > 2 * kMaxFixMessage) {
+      throw FileError(path, place_, "a message that is too long", "at most 16 MiB");
+    }
+    held += std::fread(buffer_.data() + held, 1, buffer_.size() - held, file.get());
+    if (std::ferror(file.get()) != 0) refuse(path, "cannot be read");
+    const bool isLast = held < buffer_.size();
+    const std::size_t done = walkAll({buffer_.data(), held}, isLast);
+    if (isLast) return finish(path);
+    held -= done;
+    std::memmove(buffer_.data(), buffer_.data() + done, held);
+  }
+}
+
+FixWalker::FixWalker(const FixModel& model, WalkOptions options)
+    : walk_(std::make_unique<Walk>(model, options)) {}
+FixWalker::~FixWalker() = default;
+FixWalker::FixWalker(FixWalker&&) noexcept = default;
+
+WalkSummary FixWalker::walkFile(const std::string& path, WalkVisitor* visitor) {
+  return walk_->file(path, visitor);
+}
+
+WalkSummary FixWalker::walkText(std::string_view text, const std::string& name,
+                                WalkVisitor* visitor) {
+  return walk_->text(text, name, visitor);
+}
+
+}  // namespace cpi

@@ -1,0 +1,328 @@
+// What a FixWalk says about what it found: counts for all, elements and findings for a visitor.
+#include <algorithm>
+#include <utility>
+
+#include "cpi/extract/modelconventions.h"
+#include "cpi/runtime/kelstring.h"
+#include "cpi/walk/fixwalk.h"
+
+namespace cpi {
+namespace {
+
+// Longer texts are cut off in a finding.
+constexpr std::size_t kMaxText = 80;
+// Of more values than these, or elements that might have come, the first are listed.
+constexpr std::size_t kMaxListed = 20;
+// What a message is called that does not say what it is.
+constexpr const char* kUnnamed = "message";
+
+}  // namespace
+
+// --- Elements -----------------------------------------------------------------------------------
+
+void FixWalk::count(const Verdict& verdict) noexcept {
+  ++summary_->elements;
+  ++summary_->placed[static_cast<std::size_t>(verdict.placement)];
+  if (verdict.isBeyondLimit()) ++summary_->beyondLimit;
+}
+
+Verdict FixWalk::memberVerdict(std::int32_t member, std::int32_t occurrence) const {
+  const SMD_STRUCTURE_ELEMENT_DEFINITION& row = model_->dictionary().typeMembers().row(member);
+  Verdict verdict;
+  verdict.placement = Placement::Member;
+  verdict.kind = VerdictKind::Placed;
+  verdict.occurrence = occurrence;
+  verdict.memberIndex = member;
+  verdict.tagIndex = row.toTagIndex;
+  verdict.typeIndex = row.toTypeIndex;
+  return verdict;
+}
+
+void FixWalk::reportRoot(const FixMessageModel& model) {
+  Verdict verdict;
+  verdict.placement = Placement::Root;
+  verdict.kind = VerdictKind::Placed;
+  verdict.tagIndex = model.tagIndex;
+  verdict.typeIndex = model.typeIndex;
+  count(verdict);
+  if (visitor_ == nullptr) return;
+  WalkedElement element = elementOf(verdict, model.name, 0);
+  element.depth = 0;
+  visitor_->element(element);
+}
+
+// A message that the model does not have, or that does not say which it is.
+void FixWalk::walkUnknown(const FixField* msgType) {
+  Verdict verdict;
+  verdict.placement = Placement::Refused;
+  verdict.kind = msgType == nullptr ? VerdictKind::Incomplete : VerdictKind::UnknownName;
+  verdict.reason = msgType == nullptr ? Reason::NeverCame : Reason::UnknownRoot;
+  count(verdict);
+  ++summary_->found[static_cast<std::size_t>(verdict.kind)];
+  if (visitor_ != nullptr) {
+    Finding finding;
+    finding.verdict = verdict;
+    if (msgType != nullptr) finding.name = message_->value(*msgType).substr(0, kMaxText);
+    if (msgType == nullptr) finding.name = kUnnamed;
+    if (msgType == nullptr) finding.missing.push_back(expectedNumber(kFixMsgType));
+    finding.path = {{finding.name, {}, 1}};
+    finding.position = places_->at(0);
+    WalkedElement element = elementOf(verdict, finding.name, 0);
+    element.depth = 0;
+    element.finding = &finding;
+    visitor_->element(element);
+    visitor_->finding(finding);
+  }
+  for (const FixField& field : message_->fields()) reportUnjudged(field);
+}
+
+void FixWalk::reportUnjudged(const FixField& field) {
+  const Verdict verdict;
+  count(verdict);
+  if (visitor_ == nullptr) return;
+  const std::string name = nameOf(field);
+  WalkedElement element = elementOf(verdict, name, field.begin);
+  element.depth = 1;
+  visitor_->element(element);
+}
+
+// Header, trailer or an instance of a group, in front of its first field.
+void FixWalk::reportStructure(const Level& level, const FixField& field) {
+  if (level.tagId == 0) return;
+  const Verdict verdict = memberVerdict(level.member, std::max(level.instances, 1));
+  count(verdict);
+  if (visitor_ == nullptr) return;
+  const std::string name = nameOfTag(verdict.tagIndex);
+  WalkedElement element = elementOf(verdict, name, field.begin);
+  element.depth = depth() - 1;
+  visitor_->element(element);
+}
+
+void FixWalk::reportMember(const FixField& field, std::int32_t member, std::int32_t occurrence) {
+  if (visitor_ == nullptr && occurrence == 1 && &field != early_) {
+    ++summary_->elements;
+    ++summary_->placed[static_cast<std::size_t>(Placement::Member)];
+    return;
+  }
+  Verdict verdict = memberVerdict(member, occurrence);
+  if (occurrence > 1) {
+    verdict.kind = VerdictKind::BeyondLimit;
+  } else if (&field == early_) {
+    verdict.kind = VerdictKind::OutOfOrder;
+    verdict.reason = Reason::SkipsRequired;
+  }
+  report(field, verdict);
+}
+
+// Fields that follow one another behind their section were moved together.
+void FixWalk::reportMisplaced(const FixField& field, Level& level, std::int32_t member) {
+  Verdict verdict = memberVerdict(member, see(level, member));
+  verdict.placement = Placement::Refused;
+  verdict.kind = VerdictKind::OutOfOrder;
+  verdict.reason = Reason::PlacePassed;
+  verdict.isConsequence = wasMisplaced_;
+  wasMisplaced_ = true;
+  report(field, verdict);
+  checkValue(field);
+}
+
+void FixWalk::reportRefused(const FixField& field, Fault fault) {
+  Verdict verdict;
+  verdict.placement = Placement::Refused;
+  verdict.kind = fault.kind;
+  verdict.reason = fault.reason;
+  verdict.tagIndex = field.row;
+  report(field, verdict);
+}
+
+void FixWalk::report(const FixField& field, const Verdict& verdict) {
+  count(verdict);
+  const bool isFinding = !verdict.isGood() && !verdict.isConsequence;
+  if (isFinding) ++summary_->found[static_cast<std::size_t>(verdict.kind)];
+  if (visitor_ == nullptr) return;
+  trailField_ = &field;
+  const std::string name = nameOf(field);
+  WalkedElement element = elementOf(verdict, name, field.begin);
+  if (isFinding) {
+    const Finding finding = findingOf(verdict, &field);
+    element.finding = &finding;
+    visitor_->element(element);
+    visitor_->finding(finding);
+  } else {
+    visitor_->element(element);
+  }
+  trailField_ = nullptr;
+}
+
+WalkedElement FixWalk::elementOf(const Verdict& verdict, std::string_view name,
+                                 std::size_t offset) const {
+  const StdDictionaryInfo& dictionary = model_->dictionary();
+  WalkedElement element;
+  element.verdict = verdict;
+  element.depth = depth();
+  element.name = name;
+  element.position = places_->at(offset);
+  element.member = dictionary.typeMembers().find(verdict.memberIndex);
+  element.tag = dictionary.tags().find(verdict.tagIndex);
+  element.type = dictionary.types().find(verdict.typeIndex);
+  element.trail = this;
+  return element;
+}
+
+// --- Findings -----------------------------------------------------------------------------------
+
+// `right` is what a wrong count or sum should be.
+void FixWalk::reportValue(const FixField& field, Reason reason, std::int64_t right) {
+  ++summary_->found[static_cast<std::size_t>(VerdictKind::Value)];
+  if (visitor_ == nullptr) return;
+  Verdict verdict;
+  verdict.placement = Placement::Member;
+  verdict.kind = VerdictKind::Value;
+  verdict.reason = reason;
+  verdict.tagIndex = field.row;
+  trailField_ = &field;
+  Finding finding = findingOf(verdict, &field);
+  trailField_ = nullptr;
+  finding.value = message_->value(field).substr(0, kMaxText);
+  finding.atLeast = static_cast<std::int32_t>(right);
+  if (reason == Reason::NotFixedValue) finding.values = {model_->beginString()};
+  if (const FixValueSet* const set = model_->valueSet(field.row);
+      set != nullptr && reason == Reason::NotInValueSet) {
+    const auto& values = set->values();
+    const std::size_t listed = std::min(values.size(), kMaxListed);
+    finding.values.assign(values.begin(), values.begin() + static_cast<std::ptrdiff_t>(listed));
+  }
+  visitor_->finding(finding);
+}
+
+void FixWalk::reportIncomplete(const Level& level) {
+  ++summary_->found[static_cast<std::size_t>(VerdictKind::Incomplete)];
+  if (visitor_ == nullptr) return;
+  Verdict verdict;
+  verdict.placement = Placement::Member;
+  verdict.kind = VerdictKind::Incomplete;
+  verdict.reason = Reason::NeverCame;
+  Finding finding = findingOf(verdict, nullptr);
+  finding.name = finding.path.back().name;
+  finding.missing = expected(level, true);
+  visitor_->finding(finding);
+}
+
+// About a field, or about the innermost level at the place that the walk has come to.
+Finding FixWalk::findingOf(const Verdict& verdict, const FixField* field) {
+  Finding finding;
+  finding.verdict = verdict;
+  finding.path = path();
+  const FixField* const at = field == nullptr ? field_ : field;
+  finding.position = places_->at(at == nullptr ? message_->text().size() : at->begin);
+  if (field == nullptr) return finding;
+  finding.name = nameOf(*field);
+  switch (verdict.kind) {
+    case VerdictKind::BeyondLimit: finding.atMost = 1; break;
+    case VerdictKind::KnownElsewhere: listElsewhere(finding, field->row); break;
+    case VerdictKind::Refused: finding.value = finding.name; break;
+    default: break;
+  }
+  if (verdict.reason == Reason::SkipsRequired) {
+    finding.missing.push_back(expectedNumber(earlyNumber_));
+  } else if (verdict.kind != VerdictKind::Value) {
+    finding.expected = expectedAround();
+  }
+  return finding;
+}
+
+// The members of a level that did not come: those that are owed, or all.
+std::vector<Expected> FixWalk::expected(const Level& level, bool isOwedOnly) const {
+  std::vector<Expected> list;
+  const std::int32_t first = model_->firstMember(level.typeIndex);
+  for (std::int32_t i = 0; i < model_->memberCount(level.typeIndex); ++i) {
+    const std::int32_t member = first + i;
+    const bool isOwed = model_->isRequired(member);
+    if (isSeen(level, member) || (isOwedOnly && !isOwed)) continue;
+    const auto& row = model_->dictionary().typeMembers().row(member);
+    if (row.ChildClass != TCField) continue;
+    Expected& item = list.emplace_back();
+    item.name = nameOfTag(row.toTagIndex);
+    item.memberIndex = member;
+    item.owed = isOwed ? 1 : 0;
+    item.atMost = row.MaxOccurs < 0 ? kUnbounded : row.MaxOccurs;
+  }
+  return list;
+}
+
+// A body may have hundreds of fields: then only those that are owed are told.
+std::vector<Expected> FixWalk::expectedAround() const {
+  const Level& here = levels_[current_];
+  std::vector<Expected> list = expected(here, false);
+  return list.size() > kMaxListed ? expected(here, true) : list;
+}
+
+Expected FixWalk::expectedNumber(std::int32_t number) const {
+  Expected item;
+  const std::int32_t row = model_->fieldRow(number);
+  item.name = row == kNone ? std::to_string(number) : nameOfTag(row);
+  item.owed = 1;
+  return item;
+}
+
+void FixWalk::listElsewhere(Finding& finding, std::int32_t row) const {
+  const StdDictionaryInfo& dictionary = model_->dictionary();
+  const auto members = model_->membersWith(row);
+  finding.elsewhereCount = static_cast<std::int64_t>(members.size());
+  for (const std::int32_t member : members.first(std::min(members.size(), kMaxKnownPlaces))) {
+    KnownPlace& place = finding.elsewhere.emplace_back();
+    place.tagIndex = row;
+    place.memberIndex = member;
+    const std::int32_t id = dictionary.typeMembers().row(member).ParentTypeId;
+    place.parentTypeIndex = dictionary.getTypeDefIndex(id);
+    const SMD_TYPE_DEFINITION* const type = dictionary.types().find(place.parentTypeIndex);
+    if (type != nullptr) place.parent = nameOfType(*type);
+  }
+}
+
+// --- Names and paths ----------------------------------------------------------------------------
+
+std::string FixWalk::nameOfTag(std::int32_t row) const {
+  const SMD_TAG_DEFINITION* const tag = model_->dictionary().tags().find(row);
+  return tag == nullptr ? std::string() : fixNameOf(textView(tag->TextIdentifier));
+}
+
+// The body of a message goes by the message's name.
+std::string FixWalk::nameOfType(const SMD_TYPE_DEFINITION& type) {
+  std::u16string_view text = textView(type.Identifier);
+  if (text.ends_with(kFixBodyMark)) text.remove_suffix(kFixBodyMark.size());
+  return fixNameOf(text);
+}
+
+// A field without definition is called by its number, and what is no field by what stands there.
+std::string FixWalk::nameOf(const FixField& field) const {
+  if (field.row != kNone) return nameOfTag(field.row);
+  if (field.number != kNone) return std::to_string(field.number);
+  return std::string(message_->value(field).substr(0, kMaxText));
+}
+
+std::int32_t FixWalk::depth() const noexcept {
+  const std::size_t section = current_ < kSectionCount ? current_ : section_;
+  const std::size_t groups = current_ < kSectionCount ? 0 : current_ + 1 - kSectionCount;
+  return 1 + (levels_[section].tagId != 0 ? 1 : 0) + static_cast<std::int32_t>(groups);
+}
+
+std::vector<PathStep> FixWalk::path() const {
+  std::vector<PathStep> steps;
+  if (messageModel_ != nullptr) steps.push_back({messageModel_->name, {}, 1});
+  const std::size_t section = current_ < kSectionCount ? current_ : section_;
+  const auto add = [&](const Level& level) {
+    if (level.tagId == 0 || !level.isOpen) return;
+    const std::int32_t tag = model_->dictionary().typeMembers().row(level.member).toTagIndex;
+    steps.push_back({nameOfTag(tag), {}, std::max(level.instances, 1)});
+  };
+  add(levels_[section]);
+  for (std::size_t i = kSectionCount; i <= current_; ++i) add(levels_[i]);
+  if (trailField_ != nullptr) steps.push_back({nameOf(*trailField_), {}, 1});
+  return steps;
+}
+
+// The body's fields are the only group without tag, which is no news to anybody.
+std::vector<GroupStep> FixWalk::groups() const { return {}; }
+
+}  // namespace cpi
