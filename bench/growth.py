@@ -18,7 +18,7 @@ def series_of(run):
 def growth_table(run):
     lines = ["| What doubles | sizes | ns an item | cost of an item, per doubling |",
              "|---|---|---|---|"]
-    for what, points in series_of(run).items():
+    for what, points in sorted(series_of(run).items()):
         sizes, costs = zip(*points)
         steps = ", ".join(f"{b / a:.2f}" for a, b in zip(costs, costs[1:]))
         lines.append(f"| {what} | {sizes[0]:,} to {sizes[-1]:,} | "

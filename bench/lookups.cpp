@@ -5,7 +5,7 @@ namespace cpi::bench {
 namespace {
 
 void addIds() {
-  for (const IdKind kind : {IdKind::Dense, IdKind::Sparse}) {
+  for (const IdKind kind : {IdKind::Consecutive, IdKind::Dense, IdKind::Sparse}) {
     addIdLookups("stddi", kind, [](IdKind of, std::int32_t rows) {
       return [dictionary = &idDictionary(of, rows)](std::int32_t id) {
         return dictionary->getTagDefIndex(id);
@@ -33,8 +33,8 @@ void addNames() {
 // One id again and again: the first and the last row, and one behind the last.
 void addPlaces() {
   const auto addPlace = [](const std::string& place, std::int32_t id) {
-    add("id/dense/10000/" + place + "/stddi", [id](benchmark::State& state) {
-      const StdDictionaryInfo& dictionary = idDictionary(IdKind::Dense, 10'000);
+    add("id/consecutive/10000/" + place + "/stddi", [id](benchmark::State& state) {
+      const StdDictionaryInfo& dictionary = idDictionary(IdKind::Consecutive, 10'000);
       const std::vector<std::int32_t> same(kBatch, id);
       std::size_t at = 0;
       askAll(state, same, at, [&](std::int32_t key) { return dictionary.getTagDefIndex(key); });

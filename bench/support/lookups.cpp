@@ -37,14 +37,14 @@ IdQuestions makeIdQuestions(IdKind kind, std::int32_t rows) {
   std::uniform_int_distribution<std::int32_t> gap(2, 1000);
   std::int32_t id = 0;
   for (std::int32_t row = 0; row < rows; ++row) {
-    id += kind == IdKind::Dense ? 1 : gap(random);
+    id += kind == IdKind::Sparse ? gap(random) : kind == IdKind::Dense && row % 8 == 7 ? 2 : 1;
     questions.keys.push_back(id);
   }
   // Between two ids where there is room, else behind the last one.
   const auto misses = std::max(static_cast<std::size_t>(rows), kBatch);
   for (std::size_t i = 0; i < misses; ++i) {
     const std::int32_t near = questions.keys[i % questions.keys.size()];
-    questions.misses.push_back(kind == IdKind::Dense ? near + rows : near - 1);
+    questions.misses.push_back(kind == IdKind::Sparse ? near - 1 : near + 2 * rows);
   }
   arrange(questions);
   return questions;
@@ -131,6 +131,9 @@ const StdDictionaryInfo& nameDictionary(std::int32_t rows) {
   });
 }
 
-std::string nameOf(IdKind kind) { return kind == IdKind::Dense ? "dense" : "sparse"; }
+std::string nameOf(IdKind kind) {
+  constexpr const char* kNames[] = {"consecutive", "dense", "sparse"};
+  return kNames[static_cast<std::size_t>(kind)];
+}
 
 }  // namespace cpi::bench

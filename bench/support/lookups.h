@@ -13,8 +13,9 @@
 
 namespace cpi::bench {
 
-// Ids in ascending order: all numbers of a range, or ones with gaps of a thousand at most.
-enum class IdKind { Dense, Sparse };
+// Ids in ascending order: all numbers of a range; all but one in nine, so that a row cannot be told
+// without looking; or ones with gaps of a thousand at most.
+enum class IdKind { Consecutive, Dense, Sparse };
 
 // What a look-up is asked for: ids or names, one of each for each row of a table.
 template <class Key>

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <random>
+#include <set>
 #include <sstream>
 
 namespace cpi::bench {
@@ -134,14 +135,12 @@ class SchemaWriter {
   }
   std::string basics() {
     open("basic");
-    std::vector<std::string> names;
+    std::set<std::string> names;
     for (const PlanType& type : plan_.types) {
       for (const PlanMember& member : type.members) {
-        if (partOf(member) == Part::Basic) names.push_back(member.name);
+        if (partOf(member) == Part::Basic) names.insert(member.name);
       }
     }
-    std::ranges::sort(names);
-    names.erase(std::ranges::unique(names).begin(), names.end());
     for (const std::string& name : names) {
       out_ << "<xs:element name=\"" << name << "\" type=\"xs:string\"/>\n";
     }

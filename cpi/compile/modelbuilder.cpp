@@ -4,9 +4,7 @@
 #include <limits>
 #include <utility>
 #include <xercesc/framework/psvi/XSModelGroup.hpp>
-#include <xercesc/framework/psvi/XSNamedMap.hpp>
 #include <xercesc/framework/psvi/XSParticle.hpp>
-#include <xercesc/framework/psvi/XSSimpleTypeDefinition.hpp>
 
 #include "cpi/compile/valuetypes.h"
 #include "cpi/compile/xmltext.h"
@@ -23,28 +21,9 @@ using xercesc::XSModelGroup;
 using xercesc::XSParticle;
 using xercesc::XSTypeDefinition;
 
-std::u16string digits(std::int32_t number) { return toUtf16(std::to_string(number)); }
-
 std::int32_t clamped(XMLSize_t count) {
   constexpr XMLSize_t kMost = std::numeric_limits<std::int32_t>::max();
   return static_cast<std::int32_t>(std::min(count, kMost));
-}
-
-XSComplexTypeDefinition* asComplex(XSTypeDefinition& type) {
-  const bool isComplex = type.getTypeCategory() == XSTypeDefinition::COMPLEX_TYPE;
-  return isComplex ? static_cast<XSComplexTypeDefinition*>(&type) : nullptr;
-}
-
-bool isMixed(XSTypeDefinition& type) {
-  XSComplexTypeDefinition* const complex = asComplex(type);
-  return complex != nullptr &&
-         complex->getContentType() == XSComplexTypeDefinition::CONTENTTYPE_MIXED;
-}
-
-// The types at the root of all others, from which nothing is inherited.
-bool isRootType(XSTypeDefinition& type) {
-  return isBuiltIn(type) &&
-         (viewOf(type.getName()) == u"anyType" || viewOf(type.getName()) == u"anySimpleType");
 }
 
 ParticleKind kindOf(XSModelGroup::COMPOSITOR_TYPE compositor) {
@@ -64,20 +43,29 @@ std::u16string_view kindText(const Particle& group) {
   }
 }
 
+ControlDraft controlOf(XSElementDeclaration& element) {
+  return {
+      .isAbstract = element.getAbstract(),
+      .isFixed = element.getConstraintType() == XSConstants::VALUE_CONSTRAINT_FIXED,
+      .blocksExtension = element.isDisallowedSubstitution(XSConstants::DERIVATION_EXTENSION),
+      .blocksRestriction = element.isDisallowedSubstitution(XSConstants::DERIVATION_RESTRICTION)};
+}
+
 }  // namespace
 
 ModelBuilder::ModelBuilder(xercesc::XSModel& model,
                            const std::vector<XSElementDeclaration*>& elements, TableDraft& draft)
-    : model_(model), draft_(draft), substitutions_(elements) {
+    : draft_(draft),
+      types_(model, draft),
+      wildcards_(draft),
+      attributes_(types_, wildcards_, draft),
+      substitutions_(elements) {
   for (XSElementDeclaration* const element : elements) tagOf(*element);
-  fillPending();
-  addOtherNamedTypes(false);
-  fillPending();
-  if (types_.contains(model.getTypeDefinition(u"anyType", kSchemaNamespace.data()))) {
-    addOtherNamedTypes(true);
-  }
-  fillPending();
-  addTypeTags();
+  fillListed();
+  types_.addNamed(false);
+  fillListed();
+  fillAttributes(model);
+  types_.addTypeTags();
 }
 
 // Tags.
@@ -87,11 +75,14 @@ std::int32_t ModelBuilder::tagOf(XSElementDeclaration& element) {
   const std::u16string name(viewOf(element.getName()));
   const bool isGlobal = element.getScope() == XSConstants::SCOPE_GLOBAL;
   TagDraft tag;
-  tag.text = isGlobal ? name : u"l" + digits(++localCount_) + kNameMark + name;
+  tag.text = isGlobal ? name : u"l" + decimalText(++localCount_) + kNameMark + name;
   tag.namespaceIndex = draft_.namespaceIndex(viewOf(element.getNamespace()));
-  tag.type = typeOf(element.getTypeDefinition(), name);
+  tag.type = types_.typeOf(element.getTypeDefinition(), name);
   tag.nullPermitted = element.getNillable();
-  if (XSTypeDefinition* const type = element.getTypeDefinition()) addValueProperties(tag, *type);
+  tag.control = controlOf(element);
+  if (XSTypeDefinition* const type = element.getTypeDefinition()) {
+    types_.addValueProperties(tag, *type);
+  }
   if (element.getConstraintType() != XSConstants::VALUE_CONSTRAINT_NONE) {
     tag.defaultValue = draft_.addValue(
         constantOf(viewOf(element.getConstraintValue()), draft_.type(tag.type).logicalType));
@@ -101,107 +92,31 @@ std::int32_t ModelBuilder::tagOf(XSElementDeclaration& element) {
   return index;
 }
 
-void ModelBuilder::addValueProperties(TagDraft& tag, XSTypeDefinition& type) {
-  xercesc::XSSimpleTypeDefinition* const valueType = valueTypeOf(type);
-  if (valueType == nullptr) {
-    if (!isMixed(type) && !isAnyType(type)) tag.maxLength = kNoText;
-    return;
-  }
-  const LengthLimits limits = lengthLimitsOf(*valueType);
-  tag.minLength = limits.least;
-  tag.maxLength = limits.most;
-  tag.valueSet = valueSetOf(*valueType);
-}
-
-std::int32_t ModelBuilder::valueSetOf(xercesc::XSSimpleTypeDefinition& type) {
-  const auto [entry, isNew] = valueSets_.emplace(&type, kNone);
-  if (!isNew) return entry->second;
-  const std::vector<ValueRow> values = enumerationOf(type);
-  if (!values.empty()) entry->second = draft_.addValueSet(values);
-  return entry->second;
-}
-
-// Whether the element of another type may be nil is for that element's own tag to say.
-void ModelBuilder::addTypeTags() {
-  for (const NamedType& named : named_) {
-    TagDraft tag;
-    tag.namespaceIndex = draft_.type(named.index).namespaceIndex;
-    tag.type = named.index;
-    tag.nullPermitted = true;
-    tag.isTypeContext = true;
-    addValueProperties(tag, *named.definition);
-    draft_.addTag(std::move(tag));
-  }
-}
-
 // Types.
 
-// The processor makes a second object for a named type that contains itself, and for some built-in
-// ones: the one that the model lists counts.
-XSTypeDefinition& ModelBuilder::canonical(XSTypeDefinition* definition) {
-  if (definition == nullptr) {
-    return *model_.getTypeDefinition(u"anyType", kSchemaNamespace.data());
-  }
-  if (definition->getAnonymous()) return *definition;
-  XSTypeDefinition* const listed =
-      model_.getTypeDefinition(definition->getName(), definition->getNamespace());
-  return listed == nullptr ? *definition : *listed;
-}
-
-std::int32_t ModelBuilder::typeOf(XSTypeDefinition* definition, std::u16string_view element) {
-  definition = &canonical(definition);
-  if (const auto known = types_.find(definition); known != types_.end()) return known->second;
-  TypeDraft type;
-  const bool isNamed = !definition->getAnonymous();
-  type.identifier = isNamed ? std::u16string(viewOf(definition->getName())) : numbered(element);
-  if (isNamed) type.namespaceIndex = draft_.namespaceIndex(viewOf(definition->getNamespace()));
-  type.logicalType = logicalTypeOf(*definition);
-  const std::int32_t index = draft_.addType(std::move(type));
-  types_.emplace(definition, index);
-  pending_.push_back({index, definition});
-  if (isNamed) named_.push_back({index, definition});
-  return index;
-}
-
-// Named types that no element leads to are there for xsi:type. The model lists them by a hash, so
-// they are taken by name. Of the built-in ones all may be named where anything may stand.
-void ModelBuilder::addOtherNamedTypes(bool builtIn) {
-  auto* const components = model_.getComponents(XSConstants::TYPE_DEFINITION);
-  std::vector<XSTypeDefinition*> types;
-  for (XMLSize_t i = 0; components != nullptr && i < components->getLength(); ++i) {
-    auto* const type = static_cast<XSTypeDefinition*>(components->item(i));
-    if (isBuiltIn(*type) == builtIn && !type->getAnonymous()) types.push_back(type);
-  }
-  std::ranges::sort(types, {}, [](XSTypeDefinition* type) {
-    return std::pair(viewOf(type->getNamespace()), viewOf(type->getName()));
-  });
-  for (XSTypeDefinition* const type : types) typeOf(type, {});
-}
-
-void ModelBuilder::fillPending() {
-  while (filled_ < pending_.size()) fill(pending_[filled_++]);
-}
-
-void ModelBuilder::fill(NamedType pending) {
-  draft_.type(pending.index).base = baseOf(*pending.definition);
-  XSComplexTypeDefinition* const complex = asComplex(*pending.definition);
-  if (isAnyType(*pending.definition)) {
-    addMembers(pending.index, {anyContent()});
-  } else if (complex != nullptr && valueTypeOf(*complex) == nullptr) {
-    fillContent(pending.index, *complex);
+void ModelBuilder::fillListed() {
+  for (; filled_ < types_.listed().size(); ++filled_) {
+    const SchemaType type = types_.listed()[filled_];
+    types_.describe(type);
+    XSComplexTypeDefinition* const complex = asComplex(*type.definition);
+    if (isAnyType(*type.definition)) {
+      addMembers(type.index, {anyContent()});
+    } else if (complex != nullptr && valueTypeOf(*complex) == nullptr) {
+      fillContent(type.index, *complex);
+    }
   }
 }
 
-// The nearest named base. One of another logical type is left out: the navigator reads the
-// logical type of a derived type from its base.
-std::int32_t ModelBuilder::baseOf(XSTypeDefinition& definition) {
-  XSTypeDefinition* base = definition.getBaseType();
-  while (base != nullptr && base->getAnonymous() && base != base->getBaseType()) {
-    base = base->getBaseType();
+// The types of attributes are simple: none that they add has attributes of its own. Where anything
+// may stand any built-in type may be named.
+void ModelBuilder::fillAttributes(xercesc::XSModel& model) {
+  const std::vector<SchemaType> owners = types_.listed();
+  for (const SchemaType& owner : owners) {
+    if (auto* const complex = asComplex(*owner.definition)) attributes_.add(owner.index, *complex);
   }
-  if (base == nullptr || base == &definition || isRootType(*base)) return kNone;
-  if (logicalTypeOf(*base) != logicalTypeOf(definition)) return kNone;
-  return typeOf(base, {});
+  attributes_.addGlobal(model);
+  if (types_.hasAnyType()) types_.addNamed(true);
+  fillListed();
 }
 
 // Content models.
@@ -245,7 +160,7 @@ void ModelBuilder::appendParticle(std::vector<Particle>& out, XSParticle& source
       return appendElement(out, *source.getElementTerm(), std::move(particle));
     case XSParticle::TERM_WILDCARD:
       particle.kind = ParticleKind::Wildcard;
-      particle.item = wildcardType(wildcardTextOf(*source.getWildcardTerm()));
+      particle.item = wildcards_.typeOf(wildcardTextOf(*source.getWildcardTerm()));
       break;
     case XSParticle::TERM_MODELGROUP:
       fillGroup(particle, *source.getModelGroupTerm());
@@ -266,7 +181,7 @@ void ModelBuilder::appendElement(std::vector<Particle>& out, XSElementDeclaratio
   }
   const std::vector<XSElementDeclaration*> members = substitutions_.membersOf(element);
   if (members.empty()) {
-    noteUnsatisfiable(element);
+    if (!std::ranges::count(unsatisfiable_, &element)) unsatisfiable_.push_back(&element);
     return;
   }
   if (members.size() == 1) {
@@ -281,12 +196,6 @@ void ModelBuilder::appendElement(std::vector<Particle>& out, XSElementDeclaratio
   out.push_back(std::move(particle));
 }
 
-void ModelBuilder::noteUnsatisfiable(XSElementDeclaration& element) {
-  std::string name = "{" + toUtf8(viewOf(element.getNamespace())) + "}";
-  name += toUtf8(viewOf(element.getName()));
-  if (!std::ranges::count(unsatisfiable_, name)) unsatisfiable_.push_back(std::move(name));
-}
-
 void ModelBuilder::fillGroup(Particle& group, XSModelGroup& source) {
   group.kind = kindOf(source.getCompositor());
   xercesc::XSParticleList* const particles = source.getParticles();
@@ -299,19 +208,7 @@ Particle ModelBuilder::anyContent() {
   return {.kind = ParticleKind::Wildcard,
           .minOccurs = 0,
           .maxOccurs = kNone,
-          .item = wildcardType(openWildcard())};
-}
-
-std::int32_t ModelBuilder::wildcardType(const WildcardText& text) {
-  const auto known = wildcards_.find(text.identifier);
-  if (known != wildcards_.end()) return known->second;
-  TypeDraft type;
-  type.identifier = text.identifier;
-  type.logicalType = kFirstWildcardLogicalType + static_cast<std::int32_t>(wildcards_.size());
-  const std::int32_t index = draft_.addType(std::move(type));
-  wildcards_.emplace(text.identifier, index);
-  wildcardOfType_.emplace(index, text);
-  return index;
+          .item = wildcards_.typeOf(openWildcard())};
 }
 
 // Rule 9: a required wildcard at the level of the element's own type does not stop the search, so
@@ -325,7 +222,7 @@ bool ModelBuilder::needsEnclosure(const Particle& content) const {
 }
 
 bool ModelBuilder::admitsElementOf(std::int32_t wildcard, const Particle& content) const {
-  const WildcardText& text = wildcardOfType_.at(wildcard);
+  const WildcardText& text = wildcards_.wildcard(wildcard);
   return std::ranges::any_of(content.children, [&](const Particle& child) {
     if (child.isGroup()) return admitsElementOf(wildcard, child);
     if (child.kind != ParticleKind::Element) return false;
@@ -367,16 +264,12 @@ std::int32_t ModelBuilder::groupType(const Particle& group) {
     return known->second;
   }
   TypeDraft type;
-  type.identifier = numbered(kindText(group));
+  type.identifier = types_.numbered(kindText(group));
   type.composition = compositionOf(group.kind);
   const std::int32_t index = draft_.addType(std::move(type));
   if (isShared) sharedGroups_.emplace(group.sharedKey, index);
   addMembers(index, group.children);
   return index;
-}
-
-std::u16string ModelBuilder::numbered(std::u16string_view kind) {
-  return std::u16string(kind) + kNameMark + digits(++anonymousCount_);
 }
 
 }  // namespace cpi

@@ -32,14 +32,15 @@ std::string describe(const SchemaReference& reference) {
 
 }  // namespace
 
-SchemaDocuments::SchemaDocuments(const std::vector<std::string>& roots, const XmlCatalog& catalog)
-    : catalog_(&catalog) {
+SchemaDocuments::SchemaDocuments(const std::vector<std::string>& roots, const XmlCatalog& catalog,
+                                 const std::vector<std::string>& includeRoots)
+    : catalog_(&catalog), includeRoots_(includeRoots) {
   for (const std::string& root : roots) add(canonical(root));
   for (std::size_t i = 0; i < documents_.size(); ++i) {
     const std::vector<SchemaReference> references = documents_[i].scan.references;
     for (const SchemaReference& reference : references) follow(i, reference);
   }
-  checkSchemaSize(documents_);
+  size_ = checkSchemaSize(documents_);
 }
 
 const SchemaDocument* SchemaDocuments::find(const std::optional<std::string>& location,
@@ -65,6 +66,7 @@ std::vector<std::string> SchemaDocuments::candidates(const std::optional<std::st
   if (location && !location->empty()) {
     append(catalog_->resolve(*location));
     append(localPath(*location, base));
+    for (const std::string& root : includeRoots_) append(localPath(*location, root + "/"));
   }
   if (!namespaceUri.empty()) append(catalog_->resolve(namespaceUri));
   return paths;
@@ -104,8 +106,9 @@ void SchemaDocuments::follow(std::size_t document, const SchemaReference& refere
   }
   // An import may leave the finding of the schema to its reader; nothing was promised then.
   if (reference.isImport && !reference.location) return;
-  unresolved_.push_back({describe(reference) + " is no local file and not in the catalog", base,
-                         reference.place.line, reference.place.column, 1});
+  unresolved_.push_back(
+      {describe(reference) + " is no local file, in no include root and not in the catalog", base,
+       reference.place.line, reference.place.column, 1});
 }
 
 }  // namespace cpi

@@ -23,11 +23,26 @@ struct SchemaDocument {
   SchemaScan scan;
 };
 
+// What the processing of the documents takes.
+struct SchemaSize {
+  std::size_t stackNeed = 0;  // bytes
+  // The component of most positions, which are its particles with limits of occurrence multiplied
+  // out; full checking builds an automaton of as many states. `document` is null when there is
+  // none.
+  const SchemaDocument* document = nullptr;
+  SchemaPlace place = {};
+  double positions = 0;
+  double allPositions = 0;  // of all components
+};
+
 class SchemaDocuments {
  public:
   // Reads the roots, then what they refer to, breadth first. Throws FileError when a root cannot
   // be read, when any document is not well-formed, and when the schema is beyond a limit.
-  SchemaDocuments(const std::vector<std::string>& roots, const XmlCatalog& catalog);
+  // `includeRoots` are directories in which a relative location is looked up when it is not found
+  // beside its document.
+  SchemaDocuments(const std::vector<std::string>& roots, const XmlCatalog& catalog,
+                  const std::vector<std::string>& includeRoots);
 
   // In the order met, the roots first. Valid as long as this object.
   const std::vector<SchemaDocument>& documents() const noexcept { return documents_; }
@@ -37,6 +52,8 @@ class SchemaDocuments {
   // among the documents.
   const SchemaDocument* find(const std::optional<std::string>& location,
                              const std::string& namespaceUri, const std::string& base) const;
+
+  const SchemaSize& size() const noexcept { return size_; }
 
   // References that led nowhere, each with its place.
   const std::vector<Notice>& unresolved() const noexcept { return unresolved_; }
@@ -50,14 +67,16 @@ class SchemaDocuments {
   void follow(std::size_t document, const SchemaReference& reference);
 
   const XmlCatalog* catalog_;
+  std::vector<std::string> includeRoots_;
   std::vector<SchemaDocument> documents_;
   std::map<std::string, std::size_t> indexOfPath_;
   std::vector<Notice> unresolved_;
+  SchemaSize size_;
 };
 
 // Throws FileError when the components of the documents refer to one another in chains, or unfold
 // to sizes, that the processing of the schema would not survive.
-void checkSchemaSize(const std::vector<SchemaDocument>& documents);
+SchemaSize checkSchemaSize(const std::vector<SchemaDocument>& documents);
 
 }  // namespace cpi
 

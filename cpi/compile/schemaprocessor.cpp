@@ -1,16 +1,22 @@
 #include "cpi/compile/schemaprocessor.h"
 
+#include <algorithm>
+#include <map>
 #include <optional>
 #include <string>
+#include <utility>
 #include <xercesc/framework/MemBufInputSource.hpp>
 #include <xercesc/framework/XMLGrammarPoolImpl.hpp>
+#include <xercesc/framework/XMLValidityCodes.hpp>
 #include <xercesc/parsers/XercesDOMParser.hpp>
 #include <xercesc/sax/ErrorHandler.hpp>
 #include <xercesc/sax/SAXParseException.hpp>
 #include <xercesc/util/OutOfMemoryException.hpp>
 #include <xercesc/util/SecurityManager.hpp>
 #include <xercesc/util/XMLEntityResolver.hpp>
+#include <xercesc/util/XMLExceptMsgs.hpp>
 #include <xercesc/util/XMLResourceIdentifier.hpp>
+#include <xercesc/util/XMLUni.hpp>
 #include <xercesc/validators/common/Grammar.hpp>
 
 #include "cpi/compile/sourcefile.h"
@@ -67,6 +73,9 @@ class Resolver : public xercesc::XMLEntityResolver {
 
 class ErrorList : public xercesc::ErrorHandler {
  public:
+  // `root` is where errors are whose place is not known.
+  explicit ErrorList(const std::string& root) : root_(root) {}
+
   void warning(const xercesc::SAXParseException&) override {}
   void error(const xercesc::SAXParseException& error) override { add(error); }
   void fatalError(const xercesc::SAXParseException& error) override { add(error); }
@@ -89,7 +98,8 @@ class ErrorList : public xercesc::ErrorHandler {
  private:
   void add(const xercesc::SAXParseException& error) {
     const std::string text = toUtf8(viewOf(error.getMessage()));
-    const std::string file = toUtf8(viewOf(error.getSystemId()));
+    std::string file = toUtf8(viewOf(error.getSystemId()));
+    if (file.empty()) file = root_;
     const SchemaPlace place{static_cast<std::int32_t>(error.getLineNumber()),
                             static_cast<std::int32_t>(error.getColumnNumber())};
     if (count_++ == 0) {
@@ -102,10 +112,88 @@ class ErrorList : public xercesc::ErrorHandler {
     }
   }
 
+  std::string root_;
   std::size_t count_ = 0;
   std::string text_;  // of the first error, then a line for each further one
   std::string file_;
   SchemaPlace place_;
+};
+
+// An ambiguous content model can be walked all the same: who walks it looks further than one
+// element.
+bool isAmbiguity(unsigned int code, std::u16string_view domain) {
+  return domain == viewOf(xercesc::XMLUni::fgValidityDomain) &&
+         code == xercesc::XMLValid::UniqueParticleAttributionFail;
+}
+
+// What the processor finds about a restriction that it cannot map to its base is an error, mostly:
+// it errs about unions, particles that may not occur and groups that say nothing.
+bool isDoubtful(unsigned int code, std::u16string_view domain) {
+  using xercesc::XMLExcepts;
+  if (domain != viewOf(xercesc::XMLUni::fgExceptDomain)) return false;
+  return code == XMLExcepts::PD_EmptyBase || code == XMLExcepts::PD_Recurse2 ||
+         (code >= XMLExcepts::PD_ForbiddenRes1 && code <= XMLExcepts::PD_ForbiddenRes4);
+}
+
+// The doubts in the order met.
+class DoubtList {
+ public:
+  DoubtList(const SchemaDocuments& documents, std::vector<Notice>& notices)
+      : documents_(documents), notices_(notices) {}
+
+  void add(Notice notice) { notices_.push_back(std::move(notice)); }
+  // One notice for all pairs of particles of one type, which the text names in its first quotes.
+  // The processor does not tell its place.
+  void addAmbiguity(const std::string& text) {
+    const std::size_t begin = text.find('\'') + 1;
+    const std::string type = text.substr(begin, text.find('\'', begin) - begin);
+    const auto [entry, isNew] = ambiguities_.emplace(type, notices_.size());
+    if (!isNew) {
+      ++notices_[entry->second].count;
+      return;
+    }
+    Notice notice{"the content model is ambiguous: " + text, documents_.documents().front().path};
+    for (const SchemaDocument& document : documents_.documents()) {
+      const auto scan = std::ranges::find(document.scan.components,
+                                          ComponentName{ComponentKind::Type, toUtf16(type)},
+                                          &ComponentScan::name);
+      if (scan == document.scan.components.end()) continue;
+      notice.file = document.path;
+      notice.line = scan->place.line;
+      notice.column = scan->place.column;
+      break;
+    }
+    add(std::move(notice));
+  }
+
+ private:
+  const SchemaDocuments& documents_;
+  std::vector<Notice>& notices_;
+  std::map<std::string, std::size_t> ambiguities_;  // notices, by type
+};
+
+class Parser : public xercesc::XercesDOMParser {
+ public:
+  // `doubts` takes what is doubtful; null: it is an error.
+  Parser(xercesc::XMLGrammarPool* pool, DoubtList* doubts)
+      : XercesDOMParser(nullptr, xercesc::XMLPlatformUtils::fgMemoryManager, pool),
+        doubts_(doubts) {}
+
+  void error(unsigned int code, const XMLCh* domain, ErrTypes type, const XMLCh* text,
+             const XMLCh* file, const XMLCh* publicId, XMLFileLoc line,
+             XMLFileLoc column) override {
+    if (doubts_ != nullptr && isAmbiguity(code, viewOf(domain))) {
+      return doubts_->addAmbiguity(toUtf8(viewOf(text)));
+    }
+    if (doubts_ == nullptr || !isDoubtful(code, viewOf(domain))) {
+      return XercesDOMParser::error(code, domain, type, text, file, publicId, line, column);
+    }
+    doubts_->add({"the restriction may not be one: " + toUtf8(viewOf(text)), toUtf8(viewOf(file)),
+                  static_cast<std::int32_t>(line), static_cast<std::int32_t>(column), 1});
+  }
+
+ private:
+  DoubtList* doubts_;
 };
 
 std::string attributeText(const std::string& text) {
@@ -132,11 +220,13 @@ std::string driverDocument(const SchemaDocuments& documents, std::size_t rootCou
   return text + "</schema>";
 }
 
-void configure(xercesc::XercesDOMParser& parser, bool fullChecking) {
+void configure(Parser& parser, bool fullChecking) {
   parser.setDoNamespaces(true);
   parser.setDoSchema(true);
   parser.setHandleMultipleImports(true);
   parser.setValidationSchemaFullChecking(fullChecking);
+  // The full checks belong to validation; a grammar that is loaded without misses them.
+  if (fullChecking) parser.setValidationScheme(xercesc::AbstractDOMParser::Val_Always);
   parser.setLoadExternalDTD(false);
   parser.setDisableDefaultEntityResolution(true);
 }
@@ -144,15 +234,16 @@ void configure(xercesc::XercesDOMParser& parser, bool fullChecking) {
 }  // namespace
 
 SchemaProcessor::SchemaProcessor(const SchemaDocuments& documents, std::size_t rootCount,
-                                 bool fullChecking) {
+                                 SchemaChecking checking) {
   startXmlParser();
   pool_ = std::make_unique<xercesc::XMLGrammarPoolImpl>();
-  xercesc::XercesDOMParser parser(nullptr, xercesc::XMLPlatformUtils::fgMemoryManager, pool_.get());
+  DoubtList doubts(documents, doubts_);
+  Parser parser(pool_.get(), checking == SchemaChecking::Full ? nullptr : &doubts);
   Resolver resolver(documents);
-  ErrorList errors;
+  ErrorList errors(documents.documents().front().path);
   xercesc::SecurityManager security;
   security.setEntityExpansionLimit(kEntityLimit);
-  configure(parser, fullChecking);
+  configure(parser, checking != SchemaChecking::Basic);
   parser.setSecurityManager(&security);
   parser.setXMLEntityResolver(&resolver);
   parser.setErrorHandler(&errors);

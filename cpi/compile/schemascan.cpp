@@ -1,6 +1,7 @@
 #include "cpi/compile/schemascan.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <iterator>
 #include <memory>
 #include <xercesc/framework/MemBufInputSource.hpp>
@@ -12,6 +13,7 @@
 #include <xercesc/sax2/XMLReaderFactory.hpp>
 #include <xercesc/util/OutOfMemoryException.hpp>
 #include <xercesc/util/SecurityManager.hpp>
+#include <xercesc/util/XMLString.hpp>
 #include <xercesc/util/XMLUni.hpp>
 
 #include "cpi/compile/xmltext.h"
@@ -27,20 +29,7 @@ using View = std::u16string_view;
 constexpr std::size_t kDepthLimit = 200;
 constexpr XMLSize_t kEntityLimit = 1000;
 
-enum Construct : std::size_t {
-  kAttributes,
-  kIdentity,
-  kPatterns,
-  kRanges,
-  kDigits,
-  kWhiteSpace,
-  kUnions,
-  kLists,
-  kFixed,
-  kBlock,
-  kAbstract,
-  kNotations,
-};
+enum Construct : std::size_t { kIdentity, kNotations };
 
 struct ConstructRow {
   View element;
@@ -49,21 +38,9 @@ struct ConstructRow {
 
 // Constructs that are recognised by their element.
 constexpr ConstructRow kConstructElements[] = {
-    {u"attribute", kAttributes},
-    {u"anyAttribute", kAttributes},
     {u"key", kIdentity},
     {u"keyref", kIdentity},
     {u"unique", kIdentity},
-    {u"pattern", kPatterns},
-    {u"minInclusive", kRanges},
-    {u"maxInclusive", kRanges},
-    {u"minExclusive", kRanges},
-    {u"maxExclusive", kRanges},
-    {u"totalDigits", kDigits},
-    {u"fractionDigits", kDigits},
-    {u"whiteSpace", kWhiteSpace},
-    {u"union", kUnions},
-    {u"list", kLists},
     {u"notation", kNotations},
 };
 
@@ -155,37 +132,59 @@ class ScanHandler : public xercesc::DefaultHandler {
   void noteComponent(View element) {
     const KindRow* const row = findRow(kGlobalKinds, element);
     if (const auto name = value(u"name"); row != nullptr && name && isGlobal()) {
-      scan.components.push_back({{row->kind, std::u16string(*name)}});
+      scan.components.push_back({{row->kind, std::u16string(*name)}, here()});
     }
     if (element == u"redefine") redefineDepth_ = depth_;
     if (scan.components.empty()) return;
     ComponentScan& component = scan.components.back();
     component.nesting = std::max(component.nesting, depth_ - 1);
-    if (row != nullptr) noteUse(row->kind, u"ref", row->kind == ComponentKind::Group);
-    noteUse(ComponentKind::Type, u"type", false);
+    const double times = noteTimes();
+    if (row != nullptr) noteUse(row->kind, u"ref", row->kind == ComponentKind::Group, times);
+    noteUse(ComponentKind::Type, u"type");
     noteUse(ComponentKind::Type, u"base", true);
-    noteUse(ComponentKind::Type, u"itemType", false);
-    noteUse(ComponentKind::Element, u"substitutionGroup", false);
-    if (element == u"element" || element == u"any" || element == u"group") ++component.particles;
+    noteUse(ComponentKind::Type, u"itemType");
+    noteUse(ComponentKind::Element, u"substitutionGroup");
+    if (element == u"element" || element == u"any" || element == u"group") {
+      ++component.particles;
+      component.positions += times;
+    }
+    if (element == u"element") noteElement(component);
+  }
+
+  void noteElement(ComponentScan& component) {
+    const auto name = value(u"name");
+    if (!name) return;
+    const std::u16string text(*name);
+    component.elementLists.push_back(
+        static_cast<std::uint8_t>(xercesc::XMLString::hash(text.c_str(), kElementLists)));
+    if (value(u"default") || value(u"fixed")) scan.constants.push_back({text, here()});
+  }
+
+  // How often the element that begins occurs at most within its component, the limits of all around
+  // it multiplied; an unbounded one counts as its least number.
+  double noteTimes() {
+    const auto limit = [this](const char16_t* name) {
+      return std::max(1.0, std::strtod(toUtf8(value(name).value_or(View())).c_str(), nullptr));
+    };
+    times_.resize(depth_ - 1, 1);  // those around it
+    const double around = times_.empty() ? 1 : times_.back();
+    times_.push_back(around * std::max(limit(u"minOccurs"), limit(u"maxOccurs")));
+    return times_.back();
   }
 
   bool isGlobal() const { return depth_ == 2 || (depth_ == 3 && redefineDepth_ == 2); }
 
-  void noteUse(ComponentKind kind, const char16_t* attribute, bool isCopied) {
+  void noteUse(ComponentKind kind, const char16_t* attribute, bool isCopied = false,
+               double times = 1) {
     const auto name = value(attribute);
     if (!name) return;
     const ComponentName used{kind, std::u16string(localPart(*name))};
-    scan.components.back().uses.push_back({used, isCopied});
+    scan.components.back().uses.push_back({used, isCopied, times});
   }
 
   void noteConstructs(View element) {
     if (const ConstructRow* row = findRow(kConstructElements, element)) {
       note(row->construct);
-    }
-    if (element == u"element" && value(u"fixed")) note(kFixed);
-    if (value(u"block") || value(u"blockDefault")) note(kBlock);
-    if (const auto abstract = value(u"abstract"); abstract == u"true" || abstract == u"1") {
-      note(kAbstract);
     }
     if (element == u"pattern" && patternSize(value(u"value").value_or(View())) > kPatternLimit) {
       fail("the pattern unfolds to too many steps");
@@ -196,6 +195,7 @@ class ScanHandler : public xercesc::DefaultHandler {
   const xercesc::Attributes* attributes_ = nullptr;
   std::size_t depth_ = 0;
   std::size_t redefineDepth_ = 0;
+  std::vector<double> times_;  // by depth: of the open elements, see noteTimes
 };
 
 std::unique_ptr<xercesc::SAX2XMLReader> makeReader(ScanHandler& handler,
@@ -229,18 +229,7 @@ std::uint64_t repetitions(View pattern, std::size_t& at) {
 
 const std::vector<std::string_view>& constructTexts() {
   static const std::vector<std::string_view> texts = {
-      "attributes are not represented yet",
       "identity constraints (key, keyref, unique) are not represented",
-      "pattern facets are not represented",
-      "range facets (minInclusive, maxExclusive, ...) are not represented",
-      "digit facets (totalDigits, fractionDigits) are not represented",
-      "whiteSpace facets are not represented",
-      "union types are kept as text: their member types are not represented",
-      "list types are kept as text: their items and number of items are not represented",
-      "fixed values are kept as defaults: that no other value may stand is not represented",
-      "block is followed in substitution groups only: xsi:type is not restricted by it",
-      "abstract elements are no members of a model; that an abstract element or type may not stand "
-      "in a message by itself is not represented",
       "notations are kept as text",
   };
   return texts;

@@ -40,14 +40,28 @@ struct ComponentName {
 struct ComponentUse {
   ComponentName name;
   bool isCopied = false;  // the processor copies what is used into the user: groups and base types
+  double times = 1;       // how often, limits of occurrence multiplied out
 };
 
 // One global component and what it uses, in document order.
 struct ComponentScan {
   ComponentName name;
+  SchemaPlace place = {};
   std::vector<ComponentUse> uses = {};
   std::size_t particles = 0;  // written inside it, references not expanded
+  double positions = 0;       // the same with limits of occurrence multiplied out
   std::size_t nesting = 0;    // of its elements
+  // Of the elements declared inside it: in which list of the processor's table each will be.
+  std::vector<std::uint8_t> elementLists = {};
+};
+
+// The processor keeps all elements of a namespace in as many lists, by a hash of their names.
+inline constexpr std::size_t kElementLists = 109;
+
+// An element that is declared with a default or fixed value.
+struct ConstantScan {
+  std::u16string element;
+  SchemaPlace place;
 };
 
 // How often a construct was met and where first.
@@ -60,6 +74,7 @@ struct SchemaScan {
   std::u16string targetNamespace;
   std::vector<SchemaReference> references;
   std::vector<ComponentScan> components;
+  std::vector<ConstantScan> constants;
   std::map<std::size_t, ConstructCount> constructs;  // by index in constructTexts()
 };
 

@@ -20,6 +20,40 @@ std::int32_t append(Rows& rows, Row row) {
   return countOf(rows) - 1;
 }
 
+std::u16string wordsOf(const ControlDraft& control) {
+  const std::pair<bool, std::u16string_view> words[] = {
+      {control.isAbstract, kAbstract},
+      {control.isFixed, kFixed},
+      {control.blocksExtension, kBlockExtension},
+      {control.blocksRestriction, kBlockRestriction},
+  };
+  std::u16string text;
+  for (const auto& [holds, word] : words) {
+    if (!holds) continue;
+    if (!text.empty()) text += u' ';
+    text += word;
+  }
+  return text;
+}
+
+// A property with one value a row; rows whose text is empty have none. A property without values
+// is left out.
+template <class Rows, class TextOf>
+void addProperty(DictionaryTables& tables, TableSlot slot, std::u16string_view name,
+                 const Rows& rows, const TextOf& textOf) {
+  NamedProperty property{.table = slot,
+                         .tableMemberName = std::u16string(kSchemaProperties),
+                         .memberName = std::u16string(name)};
+  bool hasValues = false;
+  for (const auto& row : rows) {
+    std::u16string text = textOf(row);
+    hasValues = hasValues || !text.empty();
+    auto& value = property.values.emplace_back();
+    if (!text.empty()) value = std::move(text);
+  }
+  if (hasValues) tables.namedProperties.push_back(std::move(property));
+}
+
 }  // namespace
 
 std::int32_t TableDraft::addType(TypeDraft type) { return append(types_, std::move(type)); }
@@ -72,6 +106,7 @@ DictionaryTables TableDraft::finish(const std::u16string& name) {
   tables.Project.emplace().UseNamespaces = tables.Namespaces.empty() ? 0 : 1;
   layOutTags(tables);
   layOutTypes(tables);
+  layOutProperties(tables);
   *this = TableDraft();
   return tables;
 }
@@ -80,19 +115,24 @@ void TableDraft::layOutTags(DictionaryTables& tables) const {
   for (std::int32_t i = 0; i < countOf(tags_); ++i) {
     const TagDraft& tag = tags_[static_cast<std::size_t>(i)];
     const bool isSimple = types_[static_cast<std::size_t>(tag.type)].logicalType > 0;
-    tables.Tags.push_back(
-        {.Id = tagId(i),
-         .TextIdentifier = tag.isTypeContext ? typeTagText(typeId(tag.type)) : tag.text,
-         .Class = isSimple ? TCField : TCStructure,
-         .Type = typeId(tag.type),
-         .MinLength = tag.minLength,
-         .MaxLength = tag.maxLength,
-         .NullPermitted = tag.nullPermitted,
-         .ValueSetTableIndex = tag.valueSet,
-         .DVTableIndex = tag.defaultValue,
-         .ToTypeIndexField = tag.type,
-         .namespaceIndex = tag.namespaceIndex});
+    tables.Tags.push_back({.Id = tagId(i),
+                           .TextIdentifier = textOf(tag),
+                           .Class = isSimple ? TCField : TCStructure,
+                           .Type = typeId(tag.type),
+                           .MinLength = tag.minLength,
+                           .MaxLength = tag.maxLength,
+                           .NullPermitted = tag.nullPermitted,
+                           .ValueSetTableIndex = tag.valueSet,
+                           .DVTableIndex = tag.defaultValue,
+                           .ToTypeIndexField = tag.type,
+                           .namespaceIndex = tag.namespaceIndex});
   }
+}
+
+std::u16string TableDraft::textOf(const TagDraft& tag) const {
+  if (tag.context == TagContext::Type) return typeTagText(typeId(tag.type));
+  if (tag.context == TagContext::Attributes) return attributesTagText(typeId(tag.owner));
+  return tag.text;
 }
 
 void TableDraft::layOutTypes(DictionaryTables& tables) const {
@@ -129,6 +169,24 @@ void TableDraft::layOutMembers(DictionaryTables& tables, std::int32_t typeIndex)
                                   .toTagIndex = member.tag,
                                   .toTypeIndex = member.type});
   }
+}
+
+// In the order in which a dictionary gives them back: by name within a table.
+void TableDraft::layOutProperties(DictionaryTables& tables) const {
+  addProperty(tables, TableSlot::Tags, kControlProperty, tags_,
+              [](const TagDraft& tag) { return wordsOf(tag.control); });
+  addProperty(tables, TableSlot::Types, kControlProperty, types_,
+              [](const TypeDraft& type) { return wordsOf(type.control); });
+  addProperty(tables, TableSlot::Types, kDerivationProperty, types_,
+              [this](const TypeDraft& type) { return derivationText(type.derivation); });
+  addProperty(tables, TableSlot::Types, kFacetsProperty, types_,
+              [](const TypeDraft& type) { return type.facets; });
+}
+
+std::u16string TableDraft::derivationText(const DerivationDraft& derivation) const {
+  std::u16string text(derivation.method);
+  for (const std::int32_t type : derivation.types) text += u" " + decimalText(typeId(type));
+  return text;
 }
 
 }  // namespace cpi

@@ -25,6 +25,20 @@ struct MemberDraft {
   std::u16string name = {};    // empty: none
 };
 
+// What may not be done with an element or a type, beside its content.
+struct ControlDraft {
+  bool isAbstract = false;
+  bool isFixed = false;
+  bool blocksExtension = false;
+  bool blocksRestriction = false;
+};
+
+// How a schema type was made, and from which types; kNone: from a root type.
+struct DerivationDraft {
+  std::u16string_view method = {};  // empty: no schema type
+  std::vector<std::int32_t> types = {};
+};
+
 struct TypeDraft {
   std::u16string identifier;
   std::int32_t namespaceIndex = kNone;
@@ -32,7 +46,13 @@ struct TypeDraft {
   std::int32_t base = kNone;
   std::int32_t logicalType = 0;
   std::vector<MemberDraft> members = {};
+  DerivationDraft derivation = {};
+  ControlDraft control = {};
+  std::u16string facets = {};
 };
+
+// What a tag that is no element or attribute stands for; finish() gives it its text.
+enum class TagContext : std::uint8_t { None, Type, Attributes };
 
 struct TagDraft {
   std::u16string text;
@@ -43,7 +63,9 @@ struct TagDraft {
   bool nullPermitted = false;
   std::int32_t valueSet = kNone;
   std::int32_t defaultValue = kNone;
-  bool isTypeContext = false;  // stands for its type: finish() gives it its text
+  ControlDraft control = {};
+  TagContext context = TagContext::None;
+  std::int32_t owner = kNone;  // of an attributes' context: their type; kNone: global ones
   // Above those of all tags before it; kNone: the next one.
   std::int32_t id = kNone;
 };
@@ -85,6 +107,9 @@ class TableDraft {
   void layOutTags(DictionaryTables& tables) const;
   void layOutTypes(DictionaryTables& tables) const;
   void layOutMembers(DictionaryTables& tables, std::int32_t typeIndex) const;
+  void layOutProperties(DictionaryTables& tables) const;
+  std::u16string textOf(const TagDraft& tag) const;
+  std::u16string derivationText(const DerivationDraft& derivation) const;
 
   std::vector<TypeDraft> types_;
   std::vector<TagDraft> tags_;

@@ -5,7 +5,10 @@
 #include <iterator>
 #include <limits>
 #include <optional>
+#include <span>
 #include <xercesc/framework/psvi/XSComplexTypeDefinition.hpp>
+
+#include <xercesc/validators/datatype/DatatypeValidator.hpp>
 
 #include "cpi/compile/xmltext.h"
 #include "cpi/extract/modelconventions.h"
@@ -100,6 +103,58 @@ std::int32_t lengthFacet(XSSimpleTypeDefinition& type, XSSimpleTypeDefinition::F
   return value ? static_cast<std::int32_t>(std::min(*value, kMost)) : kNone;
 }
 
+struct FacetRow {
+  XSSimpleTypeDefinition::FACET facet;
+  std::u16string_view name;
+};
+constexpr FacetRow kListLengths[] = {
+    {XSSimpleTypeDefinition::FACET_LENGTH, u"length"},
+    {XSSimpleTypeDefinition::FACET_MINLENGTH, u"minLength"},
+    {XSSimpleTypeDefinition::FACET_MAXLENGTH, u"maxLength"},
+};
+constexpr FacetRow kFacets[] = {
+    {XSSimpleTypeDefinition::FACET_MININCLUSIVE, u"minInclusive"},
+    {XSSimpleTypeDefinition::FACET_MINEXCLUSIVE, u"minExclusive"},
+    {XSSimpleTypeDefinition::FACET_MAXINCLUSIVE, u"maxInclusive"},
+    {XSSimpleTypeDefinition::FACET_MAXEXCLUSIVE, u"maxExclusive"},
+    {XSSimpleTypeDefinition::FACET_TOTALDIGITS, u"totalDigits"},
+    {XSSimpleTypeDefinition::FACET_FRACTIONDIGITS, u"fractionDigits"},
+};
+
+// A line break within a value is written as the escape that stands for it in a pattern.
+void addFacet(std::u16string& text, std::u16string_view name, std::u16string_view value) {
+  if (!text.empty()) text += u'\n';
+  text.append(name).append(u" ");
+  for (const char16_t unit : value) {
+    if (unit == u'\n') text += u"\\n";
+    else text += unit;
+  }
+}
+
+void addFacets(std::u16string& text, XSSimpleTypeDefinition& type, std::span<const FacetRow> rows) {
+  for (const FacetRow& row : rows) {
+    if (!type.isDefinedFacet(row.facet)) continue;
+    addFacet(text, row.name, trimmed(viewOf(type.getLexicalFacetValue(row.facet))));
+  }
+}
+
+// The patterns of one derivation are alternatives; those of all derivations hold. The patterns of
+// built-in types say nothing that their logical type does not.
+void addPatterns(std::u16string& text, XSSimpleTypeDefinition& first) {
+  XSTypeDefinition* type = &first;
+  while (type != nullptr && !isBuiltIn(*type) &&
+         type->getTypeCategory() == XSTypeDefinition::SIMPLE_TYPE) {
+    auto* const patterns = static_cast<XSSimpleTypeDefinition*>(type)->getLexicalPattern();
+    std::u16string alternatives;
+    for (XMLSize_t i = 0; patterns != nullptr && i < patterns->size(); ++i) {
+      if (i > 0) alternatives += u'|';
+      alternatives += viewOf(patterns->elementAt(i));
+    }
+    if (!alternatives.empty()) addFacet(text, u"pattern", alternatives);
+    type = type->getBaseType();
+  }
+}
+
 }  // namespace
 
 bool isBuiltIn(const XSTypeDefinition& type) {
@@ -108,6 +163,11 @@ bool isBuiltIn(const XSTypeDefinition& type) {
 
 bool isAnyType(XSTypeDefinition& type) {
   return isBuiltIn(type) && viewOf(type.getName()) == u"anyType";
+}
+
+xercesc::XSComplexTypeDefinition* asComplex(XSTypeDefinition& type) {
+  const bool isComplex = type.getTypeCategory() == XSTypeDefinition::COMPLEX_TYPE;
+  return isComplex ? static_cast<xercesc::XSComplexTypeDefinition*>(&type) : nullptr;
 }
 
 XSSimpleTypeDefinition* valueTypeOf(XSTypeDefinition& type) {
@@ -154,6 +214,20 @@ std::vector<ValueRow> enumerationOf(XSSimpleTypeDefinition& type) {
     values.push_back(constantOf(viewOf(texts->elementAt(i)), logicalType));
   }
   return values;
+}
+
+std::u16string facetsOf(XSSimpleTypeDefinition& type) {
+  std::u16string text;
+  const bool isList = type.getVariety() == XSSimpleTypeDefinition::VARIETY_LIST;
+  if (isList) addFacets(text, type, kListLengths);
+  addFacets(text, type, kFacets);
+  if (logicalTypeOf(type) == LTString && type.getDatatypeValidator() != nullptr) {
+    const short space = type.getDatatypeValidator()->getWSFacet();
+    if (space == xercesc::DatatypeValidator::COLLAPSE) addFacet(text, u"whiteSpace", u"collapse");
+    if (space == xercesc::DatatypeValidator::REPLACE) addFacet(text, u"whiteSpace", u"replace");
+  }
+  addPatterns(text, type);
+  return text;
 }
 
 LengthLimits lengthLimitsOf(XSSimpleTypeDefinition& type) {

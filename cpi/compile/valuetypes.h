@@ -3,8 +3,10 @@
 #define CPI_COMPILE_VALUETYPES_H
 
 #include <cstdint>
+#include <string>
 #include <string_view>
 #include <vector>
+#include <xercesc/framework/psvi/XSComplexTypeDefinition.hpp>
 #include <xercesc/framework/psvi/XSSimpleTypeDefinition.hpp>
 #include <xercesc/framework/psvi/XSTypeDefinition.hpp>
 
@@ -16,6 +18,9 @@ namespace cpi {
 bool isBuiltIn(const xercesc::XSTypeDefinition& type);
 // True for the type that admits everything.
 bool isAnyType(xercesc::XSTypeDefinition& type);
+
+// The type as a complex one; null for a simple type.
+xercesc::XSComplexTypeDefinition* asComplex(xercesc::XSTypeDefinition& type);
 
 // The simple type that governs an element's text: the type itself, or what a complex type with
 // simple content rests on. Null for all other types.
@@ -40,6 +45,10 @@ struct LengthLimits {
 // The limits of an atomic type's length; octets for binary types, characters for all others. Those
 // of a list count its items and are not given.
 LengthLimits lengthLimitsOf(xercesc::XSSimpleTypeDefinition& type);
+
+// The facets of a type that tags have no column for, its own and inherited, in the form that
+// modelconventions.h describes.
+std::u16string facetsOf(xercesc::XSSimpleTypeDefinition& type);
 
 }  // namespace cpi
 

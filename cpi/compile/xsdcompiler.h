@@ -12,6 +12,7 @@
 #ifndef CPI_COMPILE_XSDCOMPILER_H
 #define CPI_COMPILE_XSDCOMPILER_H
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -20,12 +21,24 @@
 
 namespace cpi {
 
+// How much is asked of a schema.
+enum class SchemaChecking : std::uint8_t {
+  Basic,  // what has to be right for the schema to mean something
+  // Also that no content model is ambiguous and that restrictions are restrictions, where the
+  // schema is not so large that it would take too long: most of the 2000 particles of a component
+  // and 40,000 of all, limits of occurrence multiplied out. What may be in order, and ambiguity, is
+  // reported only.
+  Standard,
+  Full,  // all of it at any cost, and what is doubtful is refused
+};
+
 struct XsdOptions {
   std::string catalog = {};  // path of an OASIS XML catalog; empty: none
   std::string name = {};     // of the dictionary, UTF-8; empty: the first file's, without extension
-  // Also checks that no content model is ambiguous and that restrictions are restrictions. Costs
-  // time and memory that grow with the occurrence limits in the schema.
-  bool fullChecking = false;
+  // Directories in which a relative location is looked up, in this order, when there is no such
+  // file beside the document in which it stands.
+  std::vector<std::string> includeRoots = {};
+  SchemaChecking checking = SchemaChecking::Standard;
 };
 
 struct XsdReport {

@@ -9,6 +9,16 @@
 //                         admit; members match on the part after '^'.
 //   a named type          "type<TypeId>^": the context from which an element with xsi:type is
 //                         walked. Nothing stands after '^', so that it never matches an element.
+//   an attribute          "a<n>^name", namespaceIndex as for a local element; class 'F'. Its
+//   lengths,
+//                         value set and default are those of its values.
+//   a type's attributes   "attributes^<TypeId>": the context in which the attributes of an element
+//                         of that type are looked up, as first children. Its type is unordered
+//                         (composition 4) and has a member for each attribute, with MinOccurs 1
+//                         when it is required, and one for an attribute wildcard, with MinOccurs 0.
+//                         An element of a type without this tag has no attributes but those of
+//                         the schema-instance namespace.
+//   global attributes     "attributes^0": all of them, for what a wildcard admits
 //   Text                  A structured tag with MaxLength 0 has element-only or empty content: no
 //                         text but white space may stand in it. Mixed content has MaxLength -1.
 //
@@ -21,6 +31,25 @@
 //                         "##other" (any namespace, but not none), "##other <uri>" (neither that
 //                         namespace nor none) or namespaces separated by spaces, in which "##local"
 //                         stands for none.
+//
+// Properties: named properties of tables, tableMemberName "Schema". A row of which there is nothing
+// to tell has no value.
+//   Tags, "Control"       words, separated by spaces: "abstract" (the element may not stand in a
+//                         message), "fixed" (its value is always the default), "block-extension"
+//                         and "block-restriction" (xsi:type may name no type that is derived so)
+//   Types, "Control"      "abstract", "block-extension", "block-restriction", as above
+//   Types, "Derivation"   "extension <TypeId>" or "restriction <TypeId>" of the type from which
+//   this
+//                         one is derived, 0 for xs:anyType and xs:anySimpleType; "list <TypeId>" of
+//                         its items; "union <TypeId> <TypeId> ..." of its members. Every row of a
+//                         schema type has it. BaseTypeId is narrower: the nearest named base with
+//                         values of the same kind.
+//   Types, "Facets"       of a type with values: what else restricts them, the inherited facets
+//                         included; "<facet> <value>", one a line (U+000A), each facet once but
+//                         "pattern", all of which hold. Those of a length count the items of a
+//                         list; of other types they are in the tag. Text without a "whiteSpace"
+//                         line is taken as it stands; values that are no text have white space
+//                         collapsed.
 //
 // Members
 //   a group               no tag (ChildTagId 0, toTagIndex -1), class 'S', a type of LogicalType 0
@@ -72,19 +101,42 @@ inline constexpr std::u16string_view kFixHeader = u"StandardHeader";
 inline constexpr std::u16string_view kFixTrailer = u"StandardTrailer";
 inline constexpr std::u16string_view kFixBodyMark = u"^body";  // behind a message's name: its type
 
-inline std::u16string numberedText(std::u16string_view prefix, std::int32_t number) {
-  std::u16string text(prefix);
-  for (const char digit : std::to_string(number)) text += static_cast<char16_t>(digit);
-  return text + kNameMark;
+inline constexpr std::u16string_view kAttributesPrefix = u"attributes^";
+
+// The named properties.
+inline constexpr std::u16string_view kSchemaProperties = u"Schema";
+inline constexpr std::u16string_view kControlProperty = u"Control";
+inline constexpr std::u16string_view kDerivationProperty = u"Derivation";
+inline constexpr std::u16string_view kFacetsProperty = u"Facets";
+
+inline constexpr std::u16string_view kAbstract = u"abstract";
+inline constexpr std::u16string_view kFixed = u"fixed";
+inline constexpr std::u16string_view kBlockExtension = u"block-extension";
+inline constexpr std::u16string_view kBlockRestriction = u"block-restriction";
+inline constexpr std::u16string_view kExtension = u"extension";
+inline constexpr std::u16string_view kRestriction = u"restriction";
+inline constexpr std::u16string_view kList = u"list";
+inline constexpr std::u16string_view kUnion = u"union";
+
+inline std::u16string decimalText(std::int32_t number) {
+  const std::string digits = std::to_string(number);
+  return {digits.begin(), digits.end()};
+}
+
+// The text of the tag that stands for a named type.
+inline std::u16string typeTagText(std::int32_t typeId) {
+  return u"type" + decimalText(typeId) + kNameMark;
+}
+
+// The text of the tag in whose context the attributes of a type are looked up; 0: global ones.
+inline std::u16string attributesTagText(std::int32_t typeId) {
+  return std::u16string(kAttributesPrefix) + decimalText(typeId);
 }
 
 // The text of the tag of a repeating group's instances.
 inline std::u16string fixGroupText(std::int32_t number, const std::u16string& countField) {
-  return numberedText(u"g", number) + countField + u".group";
+  return u"g" + decimalText(number) + kNameMark + countField + u".group";
 }
-
-// The text of the tag that stands for a named type.
-inline std::u16string typeTagText(std::int32_t typeId) { return numberedText(u"type", typeId); }
 
 }  // namespace cpi
 

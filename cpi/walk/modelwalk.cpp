@@ -210,7 +210,7 @@ Verdict ModelWalk::enterAnew(const Name& name, std::int32_t hiddenTag) {
   Verdict verdict =
       enterPlaced(name, wildcard == nullptr ? Move::ByName : Move::ByWildcard, hiddenTag,
                   wildcard == nullptr ? ProcessContents{} : wildcard->processContents);
-  if (outcome.kind == VerdictKind::Placed || !verdict.isGood()) return verdict;
+  if (outcome.kind == VerdictKind::Placed) return verdict;
   verdict.kind = outcome.kind;
   verdict.reason = outcome.reason;
   return verdict;

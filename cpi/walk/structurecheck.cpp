@@ -33,6 +33,7 @@ bool StructureCheck::accept(const Scope& scope, const ContentPath& next) {
 }
 
 StructureCheck::Outcome StructureCheck::judge(const Scope& scope, const ElementName& name) {
+  fault_ = {};
   if (find(searchFrom(scope, path(scope)), name, false)) return placed(scope);
   Trouble* const trouble = troubleOf(scope);
   if (trouble != nullptr && trouble->hasBookmark &&
@@ -47,6 +48,7 @@ StructureCheck::Outcome StructureCheck::judge(const Scope& scope, const ElementN
 bool StructureCheck::isIncomplete(const Scope& scope) {
   const ContentSearch search = searchFrom(scope, path(scope));
   if (search.completes()) return false;
+  fault_ = {};
   Trouble* const trouble = troubleOf(scope);
   listMissing(search, {}, trouble);
   if (fault_.missing.empty() || (trouble != nullptr && owedCount() <= trouble->strays))
@@ -189,7 +191,10 @@ StructureCheck::Outcome StructureCheck::judgeAhead(const Scope& scope, const Ele
   if (isFault) explain(scope);
   Trouble& trouble = addTrouble(scope);
   tellMissing(trouble);
-  if (!isFault) return placed(scope);
+  if (!isFault) {
+    fault_ = {};
+    return placed(scope);
+  }
   const ContentSearch::Path last = path(scope);
   trouble.bookmark.assign(last.begin(), last.end());
   trouble.hasBookmark = true;
@@ -227,7 +232,9 @@ StructureCheck::Outcome StructureCheck::judgeBehind(const Scope& scope, const El
   if (outcome.isConsequence) return outcome;
   fault_.missing.clear();
   explain(scope);
-  fault_.groups = groupsOf(model_.content(), found_);
+  const ContentSearch::Path last = path(scope);
+  const bool isLast = !last.empty() && last.back().memberIndex == outcome.leaf;
+  fault_.groups = groupsOf(model_.content(), isLast ? last : ContentSearch::Path(found_));
   if (const std::int32_t limit = exhausted(scope); limit != kNone) {
     outcome.kind = VerdictKind::BeyondLimit;
     outcome.reason = Reason::None;

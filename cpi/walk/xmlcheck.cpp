@@ -86,7 +86,8 @@ const SMD_TAG_DEFINITION* XmlCheck::contentTag(const XmlFrame& frame) const {
 // them.
 void XmlCheck::checkType(const XmlFrame& frame, const XmlStartTag& tag,
                          std::u16string_view typeKey) {
-  const bool isBuiltIn = typeKey.ends_with(std::u16string(1, kNameMark).append(kSchemaNamespace));
+  const std::u16string_view uri = typeKey.substr(typeKey.find(kNameMark) + 1);
+  const bool isBuiltIn = uri == kSchemaNamespace;
   Reason reason = Reason::None;
   if (model_.hiddenTag(typeKey) == 0) {
     reason = isBuiltIn ? Reason::None : Reason::UnknownType;

@@ -305,15 +305,22 @@ WalkPosition XmlPushParser::Context::position() const noexcept {
   return positionOf(*input, tag, input->cur);
 }
 
-// The parser's line is that of the end of the text. Text that comes out of an entity, or was
-// converted, is not in the input: it has the place where the parser stands.
+// The parser's line is that of the end of the text. It hands out the text in its input, from where
+// it stands on, or a copy of what is in front of there. Text that comes out of an entity, or was
+// converted, is neither: it has the place where the parser stands.
 WalkPosition XmlPushParser::Context::textPosition(std::string_view part) const noexcept {
   const xmlParserInputPtr input = parser_->input;
   if (input == nullptr) return {};
-  const xmlChar* const begin = bytesOf(part.data());
+  const xmlChar* begin = bytesOf(part.data());
   const bool isInside = std::less_equal<>()(input->base, begin) && std::less<>()(begin, input->end);
-  return isInside ? positionOf(*input, begin, begin + part.size())
-                  : positionOf(*input, input->cur, input->cur);
+  if (!isInside) {
+    const auto size = static_cast<std::ptrdiff_t>(part.size());
+    const bool isInFront =
+        input->cur - input->base >= size && std::equal(begin, begin + size, input->cur - size);
+    if (!isInFront) return positionOf(*input, input->cur, input->cur);
+    begin = input->cur - size;
+  }
+  return positionOf(*input, begin, begin + part.size());
 }
 
 // The place of `at`, when the parser's line and column are those of `end`, behind it.

@@ -4,37 +4,18 @@
 #include <fmt/core.h>
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <map>
-#include <memory>
-#include <set>
-#include <sstream>
 #include <string>
 #include <vector>
 
 #include "cpi/compile/xsdcompiler.h"
 #include "cpi/walk/xmlwalker.h"
+#include "tests/models/corpus_support.h"
 
 namespace cpi {
 namespace {
 
 namespace fs = std::filesystem;
-
-struct Message {
-  std::string file;
-  std::string expected;
-  std::set<std::string> faults;
-
-  bool isOfSoundStructure() const {
-    if (expected == "valid") return true;
-    const std::set<std::string> harmless = {"attribute", "value", "identity"};
-    return expected == "invalid" &&
-           std::includes(harmless.begin(), harmless.end(), faults.begin(), faults.end());
-  }
-};
 
 struct Totals {
   std::int64_t valid = 0;
@@ -51,29 +32,6 @@ struct Totals {
   }
 };
 
-std::vector<std::string> split(const std::string& text, char separator) {
-  std::vector<std::string> parts;
-  std::istringstream stream(text);
-  for (std::string part; std::getline(stream, part, separator);) parts.push_back(part);
-  return parts;
-}
-
-using MessagesOfSchema = std::map<std::string, std::vector<Message>>;
-
-MessagesOfSchema readIndex(const fs::path& file) {
-  MessagesOfSchema messages;
-  std::ifstream stream(file);
-  std::string line;
-  std::getline(stream, line);  // column names
-  while (std::getline(stream, line)) {
-    const std::vector<std::string> columns = split(line, '\t');
-    const std::vector<std::string> faults = split(columns.at(3), ',');
-    messages[columns.at(0)].push_back(
-        {columns.at(1), columns.at(2), std::set<std::string>(faults.begin(), faults.end())});
-  }
-  return messages;
-}
-
 // Lists what has no place, for the message of a failed expectation.
 struct Misplaced : WalkVisitor {
   std::string text;
@@ -86,11 +44,11 @@ struct Misplaced : WalkVisitor {
   }
 };
 
-void walkAll(const fs::path& family, const std::vector<Message>& messages,
+void walkAll(const fs::path& family, const std::vector<CorpusMessage>& messages,
              const StdDictionaryInfo& dictionary, Totals& totals) {
   const WalkModel model(dictionary);
   XmlWalker walker(model);
-  for (const Message& message : messages) {
+  for (const CorpusMessage& message : messages) {
     if (message.expected == "notwf") {
       EXPECT_THROW(walker.walkFile(family / message.file), FileError) << message.file;
       continue;
@@ -116,7 +74,7 @@ void walkAll(const fs::path& family, const std::vector<Message>& messages,
 Totals walkFamily(const fs::path& corpus, const std::string& name) {
   Totals totals;
   const fs::path family = corpus / name;
-  for (const auto& [schema, messages] : readIndex(family / "index.tsv")) {
+  for (const auto& [schema, messages] : readCorpusIndex(family / "index.tsv")) {
     XsdReport report;
     XsdOptions options;
     options.catalog = corpus / "catalog.xml";
@@ -142,8 +100,7 @@ void print(const std::string& name, const Totals& totals) {
 }
 
 TEST(CorpusWalk, EveryElementOfSoundMessagesHasItsPlace) {
-  const char* const shared = std::getenv("STDDI_SHARED_DIR");
-  const fs::path corpus = fs::path(shared == nullptr ? STDDI_SHARED_DIR : shared) / "corpus";
+  const fs::path corpus = corpusFolder();
   if (!fs::exists(corpus)) GTEST_SKIP() << "NOT TESTED: there is no corpus at " << corpus;
   fmt::print(
       "valid messages                                                          "
@@ -152,8 +109,7 @@ TEST(CorpusWalk, EveryElementOfSoundMessagesHasItsPlace) {
       "family", "msgs", "elements", "root", "member", "wildcard", "tagdef", "selfdef", "refused",
       "beyond", "noticed");
   Totals sum;
-  for (const char* const name :
-       {"bpmn", "cyclonedx", "iso20022", "maven", "musicxml", "ubl", "w3c-xsts"}) {
+  for (const char* const name : kCorpusFamilies) {
     const Totals totals = walkFamily(corpus, name);
     print(name, totals);
     EXPECT_GT(totals.valid, 0) << name;

@@ -1,4 +1,5 @@
-// A walk that has been as deep as the message goes, and has met its names, allocates nothing more.
+// A walk that has been as deep as the message goes, and has met its names, allocates nothing more
+// as long as nothing is wrong, with a check or without.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -11,10 +12,13 @@ namespace {
 
 TEST(WalkAllocation, NoneOnceWarm) {
   const Model model(
+      "<xs:simpleType name='N'><xs:restriction base='xs:int'><xs:enumeration value='7'/>"
+      "</xs:restriction></xs:simpleType>"
       "<xs:element name='r'><xs:complexType><xs:choice maxOccurs='unbounded'>"
       "<xs:element name='a' type='t:A'/>"
       "<xs:any namespace='##other' processContents='lax'/>"
-      "<xs:element name='half' type='xs:string'/></xs:choice></xs:complexType></xs:element>"
+      "<xs:element name='half' type='xs:string'/><xs:element name='n' "
+      "type='t:N'/></xs:choice></xs:complexType></xs:element>"
       "<xs:complexType name='A'><xs:sequence>"
       "<xs:element name='a' type='t:A' minOccurs='0' maxOccurs='2'/>"
       "<xs:sequence minOccurs='0' maxOccurs='9'><xs:element name='b' type='xs:string'/>"
@@ -24,27 +28,33 @@ TEST(WalkAllocation, NoneOnceWarm) {
       "<xs:complexType name='All'><xs:all><xs:element name='d' type='xs:string'/>"
       "<xs:element name='e' type='t:All' minOccurs='0'/></xs:all></xs:complexType>");
   const std::string part =
-      "<a><a><b/><c><e><d/></e><d/></c></a><b>text</b><c><d/><d/></c><b/></a>"
-      "<a xsi:type='B'><b/><wrong><x/></wrong></a>"
+      "<a><a><b/><c><e><d/></e><d/></c></a><b>text</b><c><d/></c></a>"
+      "<a xsi:type='B'><b/><c><d/></c></a><n>7</n>"
       "<o:x><a/><o:y><a/></o:y></o:x>";
   std::string half;
   for (int i = 0; i < 50; ++i) half += part;
   const std::string message =
-      "<r xmlns='urn:t' xmlns:o='urn:o' xmlns:xsi='http://www.w3.org/2001/XMLSchema-instance'>" +
+      "<r xmlns='urn:t' xmlns:o='urn:o' "
+      "xmlns:xsi='http://www.w3.org/2001/XMLSchema-instance'><half/>" +
       half + "<half/>" + half + "<half/></r>";
   struct Watch : WalkVisitor {
-    std::size_t first = 0;
-    std::size_t second = 0;
+    std::size_t before = 0;
+    std::size_t after = 0;
     void element(const WalkedElement& element) override {
-      if (element.name == "half") (first == 0 ? first : second) = allocationCount();
+      if (element.name != "half") return;
+      before = after;
+      after = allocationCount();
     }
   };
-  Watch watch;
-  XmlWalker walker(*model);
-  const WalkSummary summary = walker.walkText(message, "message", &watch);
-  EXPECT_GT(summary.elements, 1000);
-  EXPECT_GT(watch.first, 0U);
-  EXPECT_EQ(watch.second, watch.first);
+  for (const bool isChecking : {false, true}) {
+    Watch watch;
+    XmlWalker walker(*model, {.isChecking = isChecking});
+    const WalkSummary summary = walker.walkText(message, "message", &watch);
+    EXPECT_GT(summary.elements, 1000);
+    EXPECT_EQ(summary.findings(), 0);
+    EXPECT_GT(watch.before, 0U);
+    EXPECT_EQ(watch.after, watch.before) << isChecking;
+  }
 }
 
 }  // namespace

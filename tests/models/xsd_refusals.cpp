@@ -67,7 +67,7 @@ std::vector<RefusalCase> refusalCases() {
        ":2:32: type 'urn:t:U' not found"},
       {"missing include and what it costs",
        schemaText("<xs:include schemaLocation='no.xsd'/><xs:element name='e' type='T'/>"),
-       "schema document \"no.xsd\" is no local file and not in the catalog"},
+       "schema document \"no.xsd\" is no local file, in no include root and not in the catalog"},
       {"nesting", repeated("<a>", 201), "elements are nested more than 200 deep"},
       {"entities that unfold",
        "<!DOCTYPE a [<!ENTITY a 'aa'>" +
@@ -81,11 +81,16 @@ std::vector<RefusalCase> refusalCases() {
       {"groups that unfold",
        schemaText(chain(group, 40) + "<xs:group name='g40'><xs:sequence><xs:any/></xs:sequence>"
                                      "</xs:group>"),
-       "unfold to more than 60000 components and particles"},
+       "unfold to more than 400000 components and particles"},
       {"a long chain",
-       schemaText(
-           chain("<xs:simpleType name='t#'><xs:restriction base='t##'/></xs:simpleType>", 1500)),
+       schemaText(chain("<xs:element name='e#' substitutionGroup='e##'/>", 100'001)),
        "components refer to one another in too long a chain"},
+      {"elements of one name in many types",
+       schemaText(
+           chain("<xs:complexType name='t#'><xs:sequence><xs:element name='e' type='xs:int'/>"
+                 "</xs:sequence></xs:complexType>",
+                 50'000)),
+       "too many elements of too few names"},
   };
 }
 
@@ -156,10 +161,67 @@ TEST(XsdDocuments, ElsewhereAreLeftOutWithANotice) {
                               "<xs:documentation>&e;</xs:documentation></xs:annotation>"
                               "<xs:element name='e' type='xs:int'/>"));
   XsdReport report;
-  EXPECT_EQ(compileXsd({root}, {}, report).Types.size(), 3U);
+  EXPECT_EQ(compileXsd({root}, {}, report).Types.size(), 4U);
   ASSERT_EQ(report.notices.size(), 1U);
   EXPECT_EQ(report.notices[0].line, 1);
   EXPECT_THAT(report.notices[0].text, HasSubstr("http://h/x.xsd"));
+}
+
+TEST(XsdDocuments, ComeFromIncludeRootsWhenTheyAreNotBesideTheirReferrer) {
+  const TemporaryDirectory beside;
+  const TemporaryDirectory first;
+  const TemporaryDirectory second;
+  const std::string root = beside.write(
+      "s.xsd", schemaText("<xs:include schemaLocation='a.xsd'/><xs:include schemaLocation='b.xsd'/>"
+                          "<xs:include schemaLocation='c.xsd'/>"));
+  beside.write("a.xsd", schemaText("<xs:element name='beside'/>"));
+  first.write("a.xsd", schemaText("<xs:element name='hidden'/>"));
+  first.write("b.xsd", schemaText("<xs:element name='first'/>"));
+  second.write("b.xsd", schemaText("<xs:element name='hidden'/>"));
+  second.write("c.xsd", schemaText("<xs:element name='second'/>"));
+  XsdReport report;
+  const DictionaryTables tables =
+      compileXsd({root}, {.includeRoots = {first.path(), second.path()}}, report);
+  EXPECT_TRUE(report.notices.empty());
+  for (const char* const name : {"beside", "first", "second"}) xsdtest::tagNamed(tables, name);
+  EXPECT_THROW(xsdtest::tagNamed(tables, "hidden"), std::runtime_error);
+}
+
+// What the schema processor is sometimes wrong about is refused on request only.
+TEST(XsdChecking, DoubtsAreReportedAndRefusedByFullChecking) {
+  const TemporaryDirectory directory;
+  const std::string file = directory.write(
+      "s.xsd", schemaText("<xs:complexType name='B'><xs:sequence><xs:element name='a'/><xs:element name='b'/>"
+                          "</xs:sequence></xs:complexType>\n<xs:complexType name='R'>"
+                          "<xs:complexContent><xs:restriction base='B'><xs:sequence><xs:element "
+                          "name='a'/></xs:sequence></xs:restriction></xs:complexContent>"
+                          "</xs:complexType>"));
+  XsdReport report;
+  compileXsd({file}, {}, report);
+  ASSERT_EQ(report.notices.size(), 1U);
+  EXPECT_EQ(report.notices[0].line, 2);
+  EXPECT_THAT(report.notices[0].text, HasSubstr("may not be one"));
+  EXPECT_THAT(errorOf({file}, {.checking = SchemaChecking::Full}), HasSubstr(":2:"));
+  EXPECT_EQ(errorOf({file}, {.checking = SchemaChecking::Basic}), "compiled");
+}
+
+// Schemas that need a deep stack, and limits of occurrence that no automaton can unfold.
+TEST(XsdChecking, LargeSchemasCompile) {
+  const TemporaryDirectory directory;
+  XsdReport report;
+  const std::string deep = directory.write(
+      "d.xsd", schemaText(chain("<xs:element name='e#'><xs:complexType><xs:sequence><xs:element "
+                                "ref='e##'/></xs:sequence></xs:complexType></xs:element>",
+                                10'000) +
+                          "<xs:element name='e10000'/>"));
+  EXPECT_EQ(xsdtest::contentOfElement(compileXsd({deep}, {}, report), "e9999"), "6(e10000)");
+  const std::string wide = directory.write(
+      "w.xsd", schemaText("\n<xs:element name='e'><xs:complexType><xs:choice maxOccurs='3000'>"
+                          "<xs:element name='a' maxOccurs='3000'/><xs:element name='b'/>"
+                          "</xs:choice></xs:complexType></xs:element>"));
+  compileXsd({wide}, {}, report);
+  ASSERT_EQ(report.notices.size(), 1U);
+  EXPECT_EQ(report.notices[0].line, 2);
 }
 
 // Several roots make one dictionary, whether they share a namespace or have none.

@@ -84,6 +84,36 @@ check walk-refused walk "$dictionary" $sample/order-refused.xml
 check walk-refused-json walk "$dictionary" $sample/order-refused.xml --json
 check walk-several walk --quiet "$dictionary" $sample/order.xml $sample/order-refused.xml
 
+# Checks: each message has one fault, of the kind that its file is named after.
+check walk-check walk --check "$dictionary" $sample/order.xml
+check walk-check-broken walk --check "$dictionary" tests/tool/broken
+check walk-check-summary walk --check --quiet --summary "$dictionary" tests/tool/broken $sample
+check walk-check-json walk --check --json "$dictionary" tests/tool/broken/swapped.xml
+check walk-check-jsonl walk --check --jsonl "$dictionary" tests/tool/broken/group-member.xml \
+  "$work/missing.xml"
+check walk-check-sarif walk --check --sarif "$dictionary" tests/tool/broken/value.xml
+check walk-two-forms walk --json --sarif "$dictionary" $sample/order.xml
+
+# Many messages: in their order however many threads there are, from files as from a stream.
+for round in 1 2 3 4 5; do cp -r tests/tool/broken "$work/inbox$round"; done
+bulk=("$tool" walk --check --jsonl "$dictionary")
+verdicts() { sed -E 's/.*("accepted":[a-z]*).*"found":([0-9]*).*"path":("[^"]*").*/\1 \2 \3/'; }
+"${bulk[@]}" --jobs 1 "$work"/inbox? >"$work/one" || true
+"${bulk[@]}" --jobs 4 "$work"/inbox? >"$work/four" || true
+expect "50 messages were walked" [ "$(wc -l <"$work/one")" -eq 50 ]
+expect "threads keep the order" cmp "$work/one" "$work/four"
+for file in "$work"/inbox?/*.xml; do tr '\n' ' ' <"$file" && echo; done >"$work/lines"
+for file in "$work"/inbox?/*.xml; do printf '%s:%s,' "$(wc -c <"$file")" "$(cat "$file" && echo x)"; done |
+  sed 's/^x,/,/' >"$work/netstrings"
+"${bulk[@]}" --jobs 3 - <"$work/lines" >"$work/streamed" || true
+"${bulk[@]}" --framing netstring - <"$work/netstrings" >"$work/framed" || true
+expect "a line is a message" cmp <(verdicts <"$work/one") <(verdicts <"$work/streamed")
+expect "a netstring is a message" cmp <(verdicts <"$work/one") <(verdicts <"$work/framed")
+stream() { "$tool" walk --check --jsonl "$dictionary" - "${@:2}" <<<"$1" 2>&1 || echo "exit $?"; }
+expect "a message too long is passed over" grep -q 'at most 20 are taken.*exit 2' \
+  <(stream $'<order-that-is-too-long/>\n<short/>' --max-message 20 | tr '\n' ' ')
+expect "broken framing is told" grep -q 'expected LENGTH:BYTES,' <(stream '12<a/>' --framing netstring)
+
 printf '<order xmlns="urn:example:order">\n  <placed>\n</order>' >"$work/broken.xml"
 check walk-broken walk "$dictionary" "$work/broken.xml"
 check walk-goes-on walk --quiet "$dictionary" "$work/missing.xml" $sample/order.xml

@@ -1,9 +1,10 @@
-// stddict compile: from XML schemas to a dictionary file.
+// stddict compile: from XML schemas, or FIX data dictionaries, to a dictionary file.
 #include <fmt/core.h>
 #include <fmt/ostream.h>
 #include <spdlog/spdlog.h>
 
 #include <chrono>
+#include <map>
 #include <memory>
 #include <string>
 #include <vector>
@@ -23,10 +24,21 @@ constexpr const char* kFooter = R"(Examples:
   stddict compile order.xsd -o order.json
   stddict compile invoice.xsd creditnote.xsd --name billing -o billing.json
   stddict compile bom.xsd --catalog catalog.xml -o bom.json
+  stddict compile FIX44.xml -o fix44.json
+  stddict compile FIXT11.xml FIX50.xml -o fix50.json
 
 Schemas that others include or import need not be named. Locations on the network are never
-fetched: an XML catalog says which local file stands for which location. What a dictionary cannot
-express (identity constraints, for example) is listed as warnings.)";
+fetched: they are files beside the schema or in an include root, or an XML catalog says which local
+file stands for which location. What a dictionary cannot express (identity constraints, for
+example) is listed as warnings.
+FIX data dictionaries are known by their root element, fix. One of the session layer is compiled
+together with one of the application layer.)";
+
+const std::map<std::string, cpi::SchemaChecking> kCheckings = {
+    {"basic", cpi::SchemaChecking::Basic},
+    {"standard", cpi::SchemaChecking::Standard},
+    {"full", cpi::SchemaChecking::Full},
+};
 
 struct Options {
   std::vector<std::string> schemas;
@@ -82,10 +94,11 @@ void run(const Options& options) {
 }  // namespace
 
 void addCompile(CLI::App& app, int& exitCode) {
-  CLI::App& verb = *app.add_subcommand("compile", "Compile XML schemas into a dictionary file");
+  CLI::App& verb = *app.add_subcommand("compile", "Compile XML schemas or FIX data dictionaries");
   verb.footer(kFooter);
   const auto options = std::make_shared<Options>();
-  verb.add_option("SCHEMA", options->schemas, "Schema documents (XSD 1.0)")
+  verb.add_option("SCHEMA", options->schemas,
+                  "Schema documents (XSD 1.0), or FIX data dictionaries")
       ->required()
       ->type_name("FILE");
   verb.add_option("-o,--output", options->output, "The dictionary file to write")
@@ -93,6 +106,15 @@ void addCompile(CLI::App& app, int& exitCode) {
       ->type_name("FILE");
   verb.add_option("--catalog", options->xsd.catalog, "XML catalog of schema locations")
       ->type_name("FILE");
+  verb.add_option("--include-root", options->xsd.includeRoots,
+                  "Directory in which relative schema locations are looked up, too; repeatable")
+      ->type_name("DIR")
+      ->allow_extra_args(false);
+  verb.add_option("--checking", options->xsd.checking,
+                  "How strictly schemas are checked: basic, standard, full (slow when large)")
+      ->transform(CLI::CheckedTransformer(kCheckings).description(""))
+      ->default_str("standard")
+      ->type_name("LEVEL");
   verb.add_option("--name", options->xsd.name, "Name of the dictionary; by default the schema's")
       ->type_name("NAME");
   verb.callback([options, &exitCode] {

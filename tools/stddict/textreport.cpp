@@ -27,6 +27,20 @@ std::string countsOf(const cpi::WalkSummary& summary) {
   return text;
 }
 
+// Whether it helps to know what might have come; where the sentence tells what is missing it does
+// not.
+bool isAboutPlace(const cpi::Finding& finding) {
+  using cpi::VerdictKind;
+  switch (finding.verdict.kind) {
+    case VerdictKind::Refused: return finding.verdict.reason == cpi::Reason::OtherAlternative;
+    case VerdictKind::BeyondLimit:
+    case VerdictKind::OutOfOrder:
+    case VerdictKind::KnownElsewhere:
+    case VerdictKind::UnknownName: return finding.verdict.reason != cpi::Reason::UnknownRoot;
+    default: return false;
+  }
+}
+
 class TextReport final : public WalkReport {
  public:
   explicit TextReport(const ReportOptions& options)
@@ -52,9 +66,7 @@ class TextReport final : public WalkReport {
     print("{}:{}:{}: {}: {}\n", file_, finding.position.line, finding.position.column,
           printable(cpi::toText(finding.path)), style_.bad(sentenceOf(finding)));
     if (!finding.groups.empty()) print("    in the group {}\n", textOf(finding.groups));
-    // Of an element that ended too early the sentence tells what matters.
-    if (finding.verdict.kind == cpi::VerdictKind::Incomplete) return;
-    if (!finding.expected.empty()) print("    expected here: {}\n", listOf(finding.expected));
+    if (isAboutPlace(finding)) print("    expected here: {}\n", expectedList(finding.expected));
   }
 
   void end(const cpi::WalkSummary& summary) override {

@@ -20,6 +20,7 @@ constexpr const char* kFooter = R"(Examples:
   stddict walk order.json inbox --check --jobs 4
   stddict walk order.json order.xml --check --sarif >findings.sarif
   stddict walk order.json - --check --jsonl <messages-one-a-line
+  stddict walk fix44.json session.log --check
 
 Each element is listed with its line and column and with what it is:
   root          the outermost element, a global element of the model
@@ -33,7 +34,8 @@ then its name, its occurrence [n] from the second one on, its type, and what is 
 With --check the message must be right as a whole, and what is listed are its faults: also what is
 missing or stands too early, values, and text where none may be.
 MESSAGE is a file, a folder, or - for messages on standard input: one a line, or with --framing
-netstring each as LENGTH:BYTES, (the comma belongs to it).
+netstring each as LENGTH:BYTES, (the comma belongs to it). With a dictionary of FIX messages a file
+holds any number of them, their fields ended by 0x01, '|' or ^A, also behind other text in a line.
 Exit code: 0 when all messages are accepted, 1 when one is not, 2 when one cannot be read or is not
 well-formed.)";
 

@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
+#include <algorithm>
 #include <iterator>
 
 #include "cpi/runtime/kelstring.h"
@@ -73,9 +74,7 @@ constexpr std::string_view kReasons[] = {
 static_assert(std::size(kReasons) == cpi::kReasonCount);
 
 std::string nameOf(const Expected& one) {
-  std::string name = one.isWildcard ? "any element (" + one.name + ")" : one.name;
-  if (one.owed > 1) name += fmt::format(" ({})", one.owed);
-  return printable(std::move(name));
+  return printable(one.isWildcard ? "any element (" + one.name + ")" : one.name);
 }
 
 // "a, b or c"
@@ -83,6 +82,26 @@ std::string alternatives(const std::vector<std::string>& names) {
   if (names.size() < 2) return names.empty() ? std::string() : names.front();
   const std::vector<std::string> front(names.begin(), names.end() - 1);
   return fmt::format("{} or {}", fmt::join(front, ", "), names.back());
+}
+
+// Neighbours that are alternatives are "one of" them.
+template <class Name>
+std::string listOf(const std::vector<Expected>& expected, Name nameWith) {
+  std::vector<std::string> items;
+  std::size_t shown = 0;
+  for (std::size_t i = 0; i < expected.size() && shown < kMaxNames;) {
+    std::vector<std::string> names;
+    const std::int32_t choice = expected[i].choice;
+    do {
+      if (shown++ < kMaxNames) names.push_back(nameWith(expected[i]));
+      ++i;
+    } while (choice != 0 && i < expected.size() && expected[i].choice == choice);
+    if (shown > kMaxNames) names.push_back(fmt::format("{} others", shown - kMaxNames));
+    items.push_back((names.size() > 1 ? "one of " : "") + alternatives(names));
+  }
+  std::string text = fmt::format("{}", fmt::join(items, ", "));
+  if (shown < expected.size()) text += ", ...";
+  return text;
 }
 
 std::string valuesOf(const Finding& finding) {
@@ -123,7 +142,7 @@ std::string elementSentence(const Finding& finding) {
       if (finding.verdict.reason == Reason::PlacePassed)
         return "out of order: its place has passed";
       if (finding.missing.empty()) return "out of order: it may not come here";
-      return "out of order: before it must come " + listOf(finding.missing);
+      return "out of order: before it must come " + missingList(finding.missing);
     default: break;
   }
   switch (finding.verdict.reason) {
@@ -197,7 +216,7 @@ std::string_view wordOf(Reason reason) noexcept {
 
 std::string sentenceOf(const Finding& finding) {
   switch (finding.verdict.kind) {
-    case VerdictKind::Incomplete: return "incomplete: missing " + listOf(finding.missing);
+    case VerdictKind::Incomplete: return "incomplete: missing " + missingList(finding.missing);
     case VerdictKind::Text: return "text where none may be: '" + printable(finding.value) + "'";
     case VerdictKind::Value: return valueSentence(finding);
     case VerdictKind::Attribute:
@@ -211,22 +230,23 @@ std::string sentenceOf(const Finding& finding) {
   }
 }
 
-std::string listOf(const std::vector<Expected>& expected) {
-  std::vector<std::string> items;
-  std::size_t shown = 0;
-  for (std::size_t i = 0; i < expected.size() && shown < kMaxNames;) {
-    std::vector<std::string> names;
-    const std::int32_t choice = expected[i].choice;
-    do {
-      if (shown++ < kMaxNames) names.push_back(nameOf(expected[i]));
-      ++i;
-    } while (choice != 0 && i < expected.size() && expected[i].choice == choice);
-    if (shown > kMaxNames) names.push_back(fmt::format("{} others", shown - kMaxNames));
-    items.push_back((names.size() > 1 ? "one of " : "") + alternatives(names));
-  }
-  std::string text = fmt::format("{}", fmt::join(items, ", "));
-  if (shown < expected.size()) text += ", ...";
-  return text;
+std::string missingList(const std::vector<Expected>& missing) {
+  const auto nameOwed = [](const Expected& one) {
+    return one.owed > 1 ? fmt::format("{} ({})", nameOf(one), one.owed) : nameOf(one);
+  };
+  return listOf(missing, nameOwed);
+}
+
+// When nothing is owed the enclosing element may end.
+std::string expectedList(const std::vector<Expected>& expected) {
+  const auto nameOwed = [](const Expected& one) {
+    return one.owed > 0 && one.choice == 0 ? fmt::format("{} ({} owed)", nameOf(one), one.owed)
+                                           : nameOf(one);
+  };
+  const bool isOwed =
+      std::ranges::any_of(expected, [](const Expected& one) { return one.owed > 0; });
+  if (expected.empty()) return "the end";
+  return listOf(expected, nameOwed) + (isOwed ? "" : ", or the end");
 }
 
 std::string textOf(const std::vector<cpi::GroupStep>& groups) {

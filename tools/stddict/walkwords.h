@@ -25,8 +25,10 @@ std::string_view meaningOf(cpi::VerdictKind kind) noexcept;
 std::string_view wordOf(cpi::Reason reason) noexcept;
 // What is wrong, in one line: "out of order: before it must come buyer".
 std::string sentenceOf(const cpi::Finding& finding);
-// "buyer, one of account, card or prepaid, part (2)"; long lists are cut off.
-std::string listOf(const std::vector<cpi::Expected>& expected);
+// Of what is missing: "buyer, one of account, card or prepaid, part (2)"; long lists are cut off.
+std::string missingList(const std::vector<cpi::Expected>& missing);
+// Of what may come: "article, delivery (1 owed)" or "extras, or the end"; long lists are cut off.
+std::string expectedList(const std::vector<cpi::Expected>& expected);
 // "(article, quantity, remark)[2]" for each group, outermost first; empty: there is none.
 std::string textOf(const std::vector<cpi::GroupStep>& groups);
 // The name of the type by which an element's content is judged, UTF-8; empty when there is none

@@ -1,0 +1,219 @@
+// What a check says of small messages: each fault once, where it is and what should have been.
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "tests/models/walk_support.h"
+
+namespace cpi::test {
+namespace {
+
+constexpr const char* kKinds[kVerdictKindCount] = {
+    "placed",   "too-many",   "order", "elsewhere", "unknown",   "namespace", "refused",
+    "unjudged", "incomplete", "text",  "value",     "attribute", "type",      "nil"};
+
+std::string namesOf(const std::vector<Expected>& list) {
+  std::string text;
+  for (const Expected& one : list) {
+    text += (text.empty() ? "" : one.choice > 0 ? "|" : " ") + one.name;
+    if (one.owed > 1) text += "*" + std::to_string(one.owed);
+  }
+  return text;
+}
+
+// "order /r/b -a" for b before a; "=..." is what was expected. Findings are divided by "; ".
+struct FindingVisitor : WalkVisitor {
+  std::string text;
+  void element(const WalkedElement&) override {}
+  void finding(const Finding& finding) override {
+    if (!text.empty()) text += "; ";
+    text += kKinds[static_cast<std::size_t>(finding.verdict.kind)];
+    text += " " + toText(finding.path);
+    if (!finding.missing.empty()) text += " -" + namesOf(finding.missing);
+    if (!finding.expected.empty()) text += " =" + namesOf(finding.expected);
+    if (!finding.value.empty()) text += " '" + finding.value + "'";
+    if (finding.atMost >= 0) text += " max " + std::to_string(finding.atMost);
+    if (!finding.elsewhere.empty()) text += " in " + finding.elsewhere[0].parent;
+  }
+};
+
+struct CheckCase {
+  const char* message;   // what is inside <r xmlns='urn:t'>
+  const char* findings;  // empty: accepted
+};
+
+void expectFindings(const std::string& declarations, const std::vector<CheckCase>& cases) {
+  const Model model(declarations);
+  XmlWalker walker(*model, {.isChecking = true});
+  for (const CheckCase& one : cases) {
+    FindingVisitor visitor;
+    walker.walkText(
+        "<r xmlns='urn:t' xmlns:o='urn:o' xmlns:xs='http://www.w3.org/2001/XMLSchema' "
+        "xmlns:xsi='http://www.w3.org/2001/XMLSchema-instance'>" +
+            std::string(one.message) + "</r>",
+        "message", &visitor);
+    EXPECT_EQ(visitor.text, one.findings) << one.message;
+  }
+}
+
+std::string rootOf(const std::string& particle) {
+  return "<xs:element name='r'><xs:complexType>" + particle + "</xs:complexType></xs:element>";
+}
+
+std::string element(const std::string& name, const std::string& more = "") {
+  return "<xs:element name='" + name + "' type='xs:string' " + more + "/>";
+}
+
+TEST(WalkCheck, SequenceTellsEachFaultOnce) {
+  expectFindings(
+      rootOf("<xs:sequence>" + element("a") + element("b") + element("c", "minOccurs='0'") +
+             element("d", "minOccurs='2' maxOccurs='3'") + element("e", "minOccurs='0'") +
+             "</xs:sequence>"),
+      {{"<a/><b/><d/><d/>", ""},
+       {"", "incomplete /r -a b d*2 =a"},
+       {"<a/><d/><d/>", "order /r/d -b =b"},
+       {"<a/><b/><d/>", "incomplete /r -d =d"},
+       {"<a/><b/><d/><e/>", "order /r/e -d =d"},
+       {"<a/><a/><b/><d/><d/>", "too-many /r/a[2] =b max 1"},
+       {"<a/><b/><d/><d/><d/><d/>", "too-many /r/d[4] =e max 3"},
+       {"<b/><a/><d/><d/>", "order /r/b -a =a"},
+       {"<d/><d/><a/><b/><c/>", "order /r/d -a b =a"},
+       {"<a/><e/><b/><c/><d/><d/>", "order /r/e -b d*2 =b"},
+       {"<a/><b/><d/><d/><c/>", "order /r/c =d e"},
+       {"<a/><bb/><d/><d/>", "unknown /r/bb =b"},
+       {"<a/><bb/>", "unknown /r/bb =b; incomplete /r -b d*2 =b"},
+       {"<a/><o:b/><d/><d/>", "namespace /r/b =b in r"},
+       {"<a/><b/><x/><y/><d/><d/>", "unknown /r/x =c d*2; unknown /r/y =c d*2"},
+       {"<a/>text<b/><d/>more<d/>", "text /r 'text'"},
+       {"<a/><b><x/></b><d/><d/>", "refused /r/b/x"}});
+}
+
+TEST(WalkCheck, GroupsChoicesAndTheirRepeats) {
+  expectFindings(rootOf("<xs:sequence><xs:choice>" + element("a") + "<xs:sequence>" + element("b") +
+                        element("c") + "</xs:sequence></xs:choice>" +
+                        "<xs:sequence minOccurs='2' maxOccurs='3'>" + element("k") + element("v") +
+                        "</xs:sequence></xs:sequence>"),
+                 {{"<a/><k/><v/><k/><v/>", ""},
+                  {"<b/><c/><k/><v/><k/><v/><k/><v/>", ""},
+                  {"<k/><v/><k/><v/>", "order /r/k -a|b =a|b"},
+                  {"<a/><k/><v/>", "incomplete /r -k v =k"},
+                  {"<a/><k/><v/><k/>", "incomplete /r -v =v"},
+                  {"<a/><k/><k/><v/>", "too-many /r/k[2] =v max 1; incomplete /r -k v =k"},
+                  {"<b/><k/><v/><k/><v/>", "order /r/k -c =c"},
+                  {"<a/><b/><c/><k/><v/><k/><v/>", "refused /r/b =k"},
+                  {"<a/><k/><v/><k/><v/><k/><v/><k/><v/>", "too-many /r/k[4] max 3"}});
+}
+
+TEST(WalkCheck, UnorderedContent) {
+  expectFindings(rootOf("<xs:all>" + element("a") + element("b") + element("c", "minOccurs='0'") +
+                        "</xs:all>"),
+                 {{"<b/><c/><a/>", ""},
+                  {"<c/><b/>", "incomplete /r -a =a"},
+                  {"<b/><a/><b/>", "too-many /r/b[2] =c max 1"}});
+}
+
+// The second is what a search by name alone gets wrong: it takes the second a for a new repeat.
+TEST(WalkCheck, WildcardsAreResolvedExactly) {
+  expectFindings(rootOf("<xs:sequence>" + element("a") +
+                        "<xs:any namespace='##other' processContents='strict' minOccurs='0'/>" +
+                        element("b") + "</xs:sequence>"),
+                 {{"<a/><o:x/><b/>", "refused /r/x"},
+                  {"<o:x/><b/>", "order /r/x -a =a"},
+                  {"<a/><o:x/><o:x/><b/>", "refused /r/x; too-many /r/x[2] =b max 1"}});
+  expectFindings(rootOf("<xs:sequence maxOccurs='2'>" + element("a") +
+                        "<xs:any processContents='lax'/></xs:sequence>"),
+                 {{"<a/><a/>", ""},
+                  {"<a/><a/><a/><o:x/>", ""},
+                  {"<a/><a/><a/>", "incomplete /r -##any =##any"}});
+}
+
+TEST(WalkCheck, ElementsOfOtherPlacesKeepTheirContent) {
+  expectFindings(
+      rootOf("<xs:sequence><xs:element name='list' minOccurs='0'><xs:complexType><xs:sequence>"
+             "<xs:element name='item' type='t:Item' maxOccurs='unbounded'/></xs:sequence>"
+             "</xs:complexType></xs:element></xs:sequence>") +
+          "<xs:complexType name='Item'><xs:sequence>" + element("k") + element("v") +
+          "</xs:sequence></xs:complexType>",
+      {{"<list><item><k/><v/></item></list>", ""},
+       {"<item><k/></item>", "elsewhere /r/item =list in list; incomplete /r/item -v =v"},
+       {"<list><k/><v/></list>", "elsewhere /r/list/k =item in Item"}});
+}
+
+TEST(WalkCheck, Values) {
+  const auto type = [](const std::string& name, const std::string& base,
+                       const std::string& facets) {
+    return "<xs:simpleType name='" + name + "'><xs:restriction base='xs:" + base + "'>" + facets +
+           "</xs:restriction></xs:simpleType>";
+  };
+  expectFindings(
+      rootOf("<xs:choice maxOccurs='unbounded'><xs:element name='s' type='t:S'/>"
+             "<xs:element name='n' type='t:N'/><xs:element name='d' type='t:D'/>"
+             "<xs:element name='l' type='t:L'/><xs:element name='h' type='t:H'/>"
+             "<xs:element name='i' type='xs:int'/><xs:element name='t' type='xs:boolean'/>"
+             "<xs:element name='m' type='xs:NMTOKENS'/><xs:element name='u' type='t:U'/>"
+             "</xs:choice>") +
+          type("S", "token", "<xs:enumeration value='red hat'/><xs:enumeration value='blue'/>") +
+          type("N", "int", "<xs:enumeration value='7'/><xs:enumeration value='10'/>") +
+          type("D", "decimal", "<xs:enumeration value='1.50'/>") +
+          type("L", "string", "<xs:minLength value='2'/><xs:maxLength value='3'/>") +
+          type("H", "hexBinary", "<xs:length value='2'/>") +
+          "<xs:simpleType name='U'><xs:union memberTypes='t:S t:N'/></xs:simpleType>",
+      {{"<s> red\n hat </s><n>+07</n><d>01.5</d><l>\xC3\xA9\xC3\xA9\xC3\xA9</l><h>0aFF</h>", ""},
+       {"<i> -12 </i><t>1</t><t>false</t><m>a b c</m><u>green</u><s><![CDATA[blue]]></s>", ""},
+       {"<s>red</s>", "value /r/s 'red'"},
+       {"<n>8</n>", "value /r/n '8'"},
+       {"<d>1.51</d>", "value /r/d '1.51'"},
+       {"<l>a</l><l>abcd</l>", "value /r/l 'a'; value /r/l[2] 'abcd' max 3"},
+       {"<h>0aFF0a</h>", "value /r/h '0aFF0a' max 2"},
+       {"<i>1.5</i><i/><t>yes</t>", "value /r/i '1.5'; value /r/i[2]; value /r/t 'yes'"}});
+}
+
+TEST(WalkCheck, TypesAndNil) {
+  expectFindings(
+      rootOf("<xs:choice maxOccurs='unbounded'><xs:element name='a' type='t:A'/>"
+             "<xs:element name='n' type='t:A' nillable='true'/></xs:choice>") +
+          "<xs:complexType name='A'><xs:sequence>" + element("x") +
+          "</xs:sequence></xs:complexType>"
+          "<xs:complexType name='B'><xs:complexContent><xs:extension base='t:A'><xs:sequence>" +
+          element("y") +
+          "</xs:sequence></xs:extension></xs:complexContent></xs:complexType>"
+          "<xs:complexType name='C'><xs:sequence>" +
+          element("x") + "</xs:sequence></xs:complexType>",
+      {{"<a xsi:type='B'><x/><y/></a><n xsi:nil='true'/>", ""},
+       {"<a xsi:type='B'><x/></a>", "incomplete /r/a -y =y"},
+       {"<a xsi:type='Z'><x/></a>", "type /r/a 'Z'"},
+       {"<a xsi:type='C'><x/></a>", "type /r/a 'C'"},
+       {"<a xsi:nil='true'><x/></a>", "nil /r/a"},
+       {"<n xsi:nil='1'>t<x/></n>", "nil /r/n 't'"},
+       {"<n xsi:nil='1'><x/><x/> </n>", "refused /r/n/x"}});
+}
+
+TEST(WalkCheck, FaultsBeyondTheLimitAreNotExplained) {
+  const Model model(rootOf("<xs:sequence>" + element("a") + "</xs:sequence>"));
+  std::string message = "<r xmlns='urn:t'>";
+  for (int i = 0; i < 2 * kMaxExplainedFaults; ++i) message += "<x/>";
+  XmlWalker walker(*model, {.isChecking = true});
+  const WalkSummary summary = walker.walkText(message + "</r>", "message");
+  EXPECT_EQ(summary.count(VerdictKind::UnknownName), kMaxExplainedFaults);
+  EXPECT_EQ(summary.count(Placement::Unjudged), kMaxExplainedFaults);
+}
+
+TEST(WalkCheck, PositionsOfTextAndOfEnds) {
+  struct Positions : WalkVisitor {
+    std::string text;
+    void element(const WalkedElement&) override {}
+    void finding(const Finding& one) override {
+      text += std::to_string(one.position.line) + ":" + std::to_string(one.position.column) + "@" +
+              std::to_string(one.position.offset) + " ";
+    }
+  };
+  const Model model(rootOf("<xs:sequence>" + element("a") + element("b") + "</xs:sequence>"));
+  XmlWalker walker(*model, {.isChecking = true});
+  Positions positions;
+  walker.walkText("<r xmlns='urn:t'>\n <a/>\n \xC3\xA9\n \n</r>", "message", &positions);
+  EXPECT_EQ(positions.text, "3:2@25 5:1@30 ");
+}
+
+}  // namespace
+}  // namespace cpi::test
