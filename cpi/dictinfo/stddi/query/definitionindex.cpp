@@ -17,8 +17,8 @@ std::uint64_t keyOf(std::int32_t a, std::int32_t b) noexcept {
 void sortFirsts(std::vector<Entry>& entries) {
   std::ranges::sort(entries, {},
                     [](const Entry& entry) { return std::pair(entry.key, entry.row); });
-  const auto rest = std::ranges::unique(entries, {}, &Entry::key);
-  entries.erase(rest.begin(), rest.end());
+  const auto isSameKey = [](const Entry& a, const Entry& b) { return a.key == b.key; };
+  entries.erase(std::unique(entries.begin(), entries.end(), isSameKey), entries.end());
 }
 
 }  // namespace
