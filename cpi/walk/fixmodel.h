@@ -47,6 +47,8 @@ class FixModel {
   // Whether a dictionary is one of FIX messages.
   static bool isFix(const StdDictionaryInfo& dictionary);
 
+  // Throws std::length_error when so many fields share their values, or types their members, that
+  // reading them would not end in reasonable time.
   explicit FixModel(const StdDictionaryInfo& dictionary);
   FixModel(const FixModel&) = delete;
   FixModel& operator=(const FixModel&) = delete;
@@ -70,14 +72,14 @@ class FixModel {
   }
   // By Types row: how many of its members must occur.
   std::int32_t requiredCount(std::int32_t type) const noexcept {
-    return type < 0 ? 0 : types_[asIndex(type)].requiredCount;
+    return isType(type) ? types_[asIndex(type)].requiredCount : 0;
   }
   // Its first member, and the number of all; none for a negative row.
   std::int32_t firstMember(std::int32_t type) const noexcept {
-    return type < 0 ? kNone : types_[asIndex(type)].firstMember;
+    return isType(type) ? types_[asIndex(type)].firstMember : kNone;
   }
   std::int32_t memberCount(std::int32_t type) const noexcept {
-    return type < 0 ? 0 : types_[asIndex(type)].memberCount;
+    return isType(type) ? types_[asIndex(type)].memberCount : 0;
   }
   // By Type Members row of a count field: the member of its group's instances, or kNone.
   std::int32_t groupMember(std::int32_t member) const noexcept {
@@ -88,7 +90,7 @@ class FixModel {
   }
   // False only when no member of the type bears the tag. Costs next to nothing.
   bool mayHave(std::int32_t type, std::int32_t tagRow) const noexcept {
-    if (type < 0) return false;
+    if (!isType(type)) return false;
     const std::size_t bit = asIndex(tagRow) % (64 * maskWords_);
     return (masks_[asIndex(type) * maskWords_ + bit / 64] >> bit % 64 & 1) != 0;
   }
@@ -119,6 +121,12 @@ class FixModel {
   };
 
   static std::size_t asIndex(std::int32_t row) noexcept { return static_cast<std::size_t>(row); }
+  // An index out of a record may lead nowhere.
+  bool isType(std::int32_t type) const noexcept {
+    return static_cast<std::uint32_t>(type) < types_.size();
+  }
+  // Of rows that are read for each that refers to them.
+  void countRow();
   std::int32_t sparseRow(std::int32_t number) const noexcept;
   void readFields();
   void readField(std::int32_t row, const SMD_TAG_DEFINITION& tag);
@@ -127,6 +135,7 @@ class FixModel {
   void readMessage(std::int32_t row, const SMD_TAG_DEFINITION& tag);
 
   const StdDictionaryInfo* dictionary_;
+  std::int64_t rowsRead_ = 0;
   std::string beginString_;
   std::vector<std::int32_t> rows_;  // of the fields with small numbers
   std::vector<Field> fields_;       // by Tags row
