@@ -9,7 +9,8 @@
 //                         admit; members match on the part after '^'.
 //   a named type          "type<TypeId>^": the context from which an element with xsi:type is
 //                         walked. Nothing stands after '^', so that it never matches an element.
-//   an attribute          "a<n>^name", namespaceIndex as for a local element; class 'F'. Its lengths,
+//   an attribute          "a<n>^name", namespaceIndex as for a local element; class 'F'. Its
+//   lengths,
 //                         value set and default are those of its values.
 //   a type's attributes   "attributes^<TypeId>": the context in which the attributes of an element
 //                         of that type are looked up, as first children. Its type is unordered
@@ -34,19 +35,21 @@
 // Properties: named properties of tables, tableMemberName "Schema". A row of which there is nothing
 // to tell has no value.
 //   Tags, "Control"       words, separated by spaces: "abstract" (the element may not stand in a
-//                         message), "fixed" (its value is always the default), "block-extension" and
-//                         "block-restriction" (xsi:type may name no type that is derived so)
+//                         message), "fixed" (its value is always the default), "block-extension"
+//                         and "block-restriction" (xsi:type may name no type that is derived so)
 //   Types, "Control"      "abstract", "block-extension", "block-restriction", as above
-//   Types, "Derivation"   "extension <TypeId>" or "restriction <TypeId>" of the type from which this
+//   Types, "Derivation"   "extension <TypeId>" or "restriction <TypeId>" of the type from which
+//   this
 //                         one is derived, 0 for xs:anyType and xs:anySimpleType; "list <TypeId>" of
 //                         its items; "union <TypeId> <TypeId> ..." of its members. Every row of a
 //                         schema type has it. BaseTypeId is narrower: the nearest named base with
 //                         values of the same kind.
 //   Types, "Facets"       of a type with values: what else restricts them, the inherited facets
 //                         included; "<facet> <value>", one a line (U+000A), each facet once but
-//                         "pattern", all of which hold. Those of a length count the items of a list;
-//                         of other types they are in the tag. Text without a "whiteSpace" line is
-//                         taken as it stands; values that are no text have white space collapsed.
+//                         "pattern", all of which hold. Those of a length count the items of a
+//                         list; of other types they are in the tag. Text without a "whiteSpace"
+//                         line is taken as it stands; values that are no text have white space
+//                         collapsed.
 //
 // Members
 //   a group               no tag (ChildTagId 0, toTagIndex -1), class 'S', a type of LogicalType 0

@@ -97,7 +97,8 @@ void addCompile(CLI::App& app, int& exitCode) {
   CLI::App& verb = *app.add_subcommand("compile", "Compile XML schemas or FIX data dictionaries");
   verb.footer(kFooter);
   const auto options = std::make_shared<Options>();
-  verb.add_option("SCHEMA", options->schemas, "Schema documents (XSD 1.0), or FIX data dictionaries")
+  verb.add_option("SCHEMA", options->schemas,
+                  "Schema documents (XSD 1.0), or FIX data dictionaries")
       ->required()
       ->type_name("FILE");
   verb.add_option("-o,--output", options->output, "The dictionary file to write")
