@@ -26,6 +26,15 @@ std::span<const std::int32_t> rowsWith(const std::vector<std::int32_t>& rows, co
                                  static_cast<std::size_t>(last - first));
 }
 
+// Tags of attributes, and those in whose context they are looked up, are no elements.
+bool isOfAttributes(const SMD_TAG_DEFINITION& tag) {
+  const std::u16string_view text = textView(tag.TextIdentifier);
+  if (text.starts_with(kAttributesPrefix)) return true;
+  const std::size_t mark = text.find(kNameMark);
+  return mark != text.npos && mark > 1 && text[0] == u'a' &&
+         text.substr(1, mark - 1).find_first_not_of(u"0123456789") == text.npos;
+}
+
 // How many groups are climbed from a member to the type of an element.
 constexpr int kMaxClimb = 64;
 // A group is told by so many of its members.
@@ -74,7 +83,9 @@ std::vector<GroupStep> groupsOf(const ContentModel& model, std::span<const Conte
 ElementPlaces::ElementPlaces(const ContentModel& model) : model_(model) {
   const StdDictionaryInfo& dictionary = model.dictionary();
   for (std::int32_t row = 0; row < dictionary.tags().rowCount(); ++row) {
-    if (!elementNameOf(dictionary.tags().row(row)).empty()) tagsByName_.push_back(row);
+    const SMD_TAG_DEFINITION& tag = dictionary.tags().row(row);
+    if (isOfAttributes(tag)) continue;
+    if (!elementNameOf(tag).empty()) tagsByName_.push_back(row);
     tagsByType_.push_back(row);
   }
   for (std::int32_t row = 0; row < dictionary.typeMembers().rowCount(); ++row) {

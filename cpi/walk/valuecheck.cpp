@@ -133,12 +133,13 @@ void forEachValue(const StdDictionaryInfo& dictionary, std::int32_t first, Visit
 
 }  // namespace
 
-bool ValueCheck::isNeeded(const SMD_TAG_DEFINITION* tag) const {
+bool ValueCheck::isNeeded(std::int32_t tagIndex) const {
+  const SMD_TAG_DEFINITION* const tag = dictionary_.tags().find(tagIndex);
   if (tag == nullptr) return false;
   const std::int32_t logicalType = logicalTypeOf(*tag);
   if (logicalType < 1 || logicalType >= kFirstWildcardLogicalType) return false;
   return tag->ValueSetTableIndex >= 0 || tag->MinLength > 0 || tag->MaxLength >= 0 ||
-         isNumeric(logicalType);
+         isNumeric(logicalType) || model_.isTagMarked(tagIndex, kFixed);
 }
 
 // A default stands for an empty element.
@@ -150,6 +151,9 @@ Reason ValueCheck::judge(std::int32_t tagIndex, std::string_view value) {
   if (!makeKey(logicalType, collapsed_, key_)) return Reason::WrongForm;
   if (tag.ValueSetTableIndex >= 0 && !isInSet(tagIndex, logicalType, value)) {
     return Reason::NotInValueSet;
+  }
+  if (model_.isTagMarked(tagIndex, kFixed) && !isFixedValue(tag, logicalType)) {
+    return Reason::NotFixedValue;
   }
   if (logicalType != LTString || (tag.MinLength <= 0 && tag.MaxLength < 0)) return Reason::None;
   const std::int64_t longest = lengthOf(tag, value);
@@ -163,6 +167,10 @@ void ValueCheck::describe(std::int32_t tagIndex, Reason reason, Finding& finding
   const SMD_TAG_DEFINITION& tag = dictionary_.tags().row(tagIndex);
   if (reason == Reason::TooShort) finding.atLeast = tag.MinLength;
   if (reason == Reason::TooLong) finding.atMost = tag.MaxLength;
+  if (reason == Reason::NotFixedValue) {
+    const auto* const fixed = dictionary_.values().find(tag.DVTableIndex);
+    if (fixed != nullptr) finding.values.push_back(textOf(*fixed).value_or(""));
+  }
   if (reason != Reason::NotInValueSet) return;
   forEachValue(dictionary_, tag.ValueSetTableIndex, [&](const SMD_VALUE_DEFINITION& value) {
     finding.values.push_back(textOf(value).value_or(""));
@@ -173,6 +181,17 @@ void ValueCheck::describe(std::int32_t tagIndex, Reason reason, Finding& finding
 std::int32_t ValueCheck::logicalTypeOf(const SMD_TAG_DEFINITION& tag) const {
   const SMD_TYPE_DEFINITION* const type = dictionary_.types().find(tag.ToTypeIndexField);
   return type == nullptr ? 0 : type->LogicalType;
+}
+
+// Of key_, against the default.
+bool ValueCheck::isFixedValue(const SMD_TAG_DEFINITION& tag, std::int32_t logicalType) const {
+  const auto* const fixed = dictionary_.values().find(tag.DVTableIndex);
+  const std::optional<std::string> text = fixed == nullptr ? std::nullopt : textOf(*fixed);
+  if (!text) return true;
+  std::string collapsed;
+  std::string key;
+  collapse(*text, collapsed);
+  return !makeKey(logicalType, collapsed, key) || key == key_;
 }
 
 bool ValueCheck::isInSet(std::int32_t tagIndex, std::int32_t logicalType, std::string_view value) {

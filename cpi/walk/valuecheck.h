@@ -20,18 +20,19 @@
 
 #include "cpi/dictinfo/stddi/stddictionaryinfo.h"
 #include "cpi/walk/verdict.h"
+#include "cpi/walk/walkmodel.h"
 
 namespace cpi {
 
 class ValueCheck {
  public:
-  // `dictionary` is not owned and must outlive this.
-  explicit ValueCheck(const StdDictionaryInfo& dictionary) : dictionary_(dictionary) {}
+  // `model` is not owned and must outlive this.
+  explicit ValueCheck(const WalkModel& model) : model_(model), dictionary_(model.dictionary()) {}
 
-  // Whether judge() may find anything wrong with a value of this tag. `tag` may be null.
-  bool isNeeded(const SMD_TAG_DEFINITION* tag) const;
+  // Whether judge() may find anything wrong with a value of this tag; false for no row.
+  bool isNeeded(std::int32_t tagIndex) const;
   // What is wrong with a value, UTF-8, of the tag in this row: NotInValueSet, TooShort, TooLong,
-  // WrongForm or None.
+  // WrongForm, NotFixedValue or None.
   Reason judge(std::int32_t tagIndex, std::string_view value);
   // Tells in a finding what would have been right.
   void describe(std::int32_t tagIndex, Reason reason, Finding& finding) const;
@@ -49,11 +50,13 @@ class ValueCheck {
   };
 
   std::int32_t logicalTypeOf(const SMD_TAG_DEFINITION& tag) const;
+  bool isFixedValue(const SMD_TAG_DEFINITION& tag, std::int32_t logicalType) const;
   bool isInSet(std::int32_t tagIndex, std::int32_t logicalType, std::string_view value);
   const ValueSet& setOf(std::int32_t tagIndex, std::int32_t logicalType);
   std::int64_t lengthOf(const SMD_TAG_DEFINITION& tag, std::string_view value) const;
   std::u16string_view builtInBase(const SMD_TAG_DEFINITION& tag) const;
 
+  const WalkModel& model_;
   const StdDictionaryInfo& dictionary_;
   // By first row of the set and logical type of the values.
   std::map<std::pair<std::int32_t, std::int32_t>, ValueSet> sets_;

@@ -42,6 +42,9 @@ struct WalkOptions {
   bool isChecking = false;  // judge each message as a whole, not only where its elements belong
 };
 
+// An XML message's findings beyond so many are counted and not handed out.
+inline constexpr std::int64_t kMaxFindings = 1000;
+
 class WalkVisitor {
  public:
   virtual ~WalkVisitor();

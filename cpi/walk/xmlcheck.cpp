@@ -32,15 +32,28 @@ std::string shown(std::string_view text) {
   return std::string(text.substr(0, end)) + "...";
 }
 
+// Calls `visit` with each attribute of a tag until it returns false.
+template <class Visit>
+void forEachAttribute(const XmlStartTag& tag, Visit visit) {
+  const unsigned char** parts = tag.attributes;  // see XmlStartTag
+  for (int i = 0; i < tag.attributeCount; ++i, parts += 5) {
+    const auto textOf = [&](int part) { return reinterpret_cast<const char*>(parts[part]); };
+    const XmlAttribute attribute = {textOf(0),
+                                    parts[2] == nullptr ? std::string_view() : textOf(2),
+                                    {textOf(3), static_cast<std::size_t>(parts[4] - parts[3])}};
+    if (!visit(attribute)) return;
+  }
+}
+
 // The value of an attribute of the schema language's instance namespace; empty: there is none.
 std::string_view instanceAttribute(const XmlStartTag& tag, std::string_view name) {
-  const unsigned char** attribute = tag.attributes;
-  for (int i = 0; i < tag.attributeCount; ++i, attribute += 5) {
-    const auto textOf = [&](int part) { return reinterpret_cast<const char*>(attribute[part]); };
-    if (attribute[2] == nullptr || name != textOf(0) || kInstance != textOf(2)) continue;
-    return {textOf(3), static_cast<std::size_t>(attribute[4] - attribute[3])};
-  }
-  return {};
+  std::string_view value;
+  forEachAttribute(tag, [&](const XmlAttribute& attribute) {
+    const bool isIt = attribute.namespaceURI == kInstance && attribute.name == name;
+    if (isIt) value = attribute.value;
+    return !isIt;
+  });
+  return value;
 }
 
 }  // namespace
@@ -55,12 +68,17 @@ void XmlCheck::start(const XmlStartTag& tag, std::u16string_view typeKey) {
   if (verdict.reason == Reason::InNil) trail_.parent()->isNil = false;  // that was told just now
   if (verdict.typeIndex == kNone) return;
   if (!typeKey.empty()) checkType(frame, tag, typeKey);
+  if (model_.isTagMarked(verdict.tagIndex, kAbstract) ||
+      model_.isTypeMarked(verdict.typeIndex, kAbstract)) {
+    sink_.add(findingOf(frame, VerdictKind::Type, Reason::AbstractType), nullptr);
+  }
   if (tag.attributeCount > 0) checkNil(frame, tag);
+  if (attributes_.isNeeded()) checkAttributes(frame, tag);
   const SMD_TAG_DEFINITION* const content = contentTag(frame);
   const SMD_TYPE_DEFINITION* const type = dictionary_.types().find(verdict.typeIndex);
   if (content == nullptr || type == nullptr || frame.isNil) return;
   frame.hasNoText = type->LogicalType < 1 && content->MaxLength == kNoText;
-  frame.hasValue = values_.isNeeded(content);
+  frame.hasValue = values_.isNeeded(verdict.contentTagIndex);
 }
 
 void XmlCheck::text(std::string_view piece, const XmlPushParser& parser) {
@@ -118,6 +136,32 @@ bool XmlCheck::isDerived(std::int32_t typeIndex, std::int32_t fromIndex) const {
     type = types.find(dictionary_.getTypeDefIndex(type->BaseTypeId));
   }
   return false;
+}
+
+void XmlCheck::checkAttributes(const XmlFrame& frame, const XmlStartTag& tag) {
+  attributes_.begin(frame.verdict.typeIndex);
+  forEachAttribute(tag, [&](const XmlAttribute& attribute) {
+    if (attribute.namespaceURI == kInstance) return true;
+    std::int32_t tagIndex = kNone;
+    const Reason reason = attributes_.judge(attribute, tagIndex);
+    if (reason != Reason::None) addAttribute(frame, attribute, reason, tagIndex);
+    return true;
+  });
+  attributes_.forEachMissing(
+      [&](const std::string& name, const std::string& uri, std::int32_t tagIndex) {
+        addAttribute(frame, {name, uri, {}}, Reason::MissingAttribute, tagIndex);
+      });
+}
+
+void XmlCheck::addAttribute(const XmlFrame& frame, const XmlAttribute& attribute, Reason reason,
+                            std::int32_t tagIndex) {
+  Finding finding = findingOf(frame, VerdictKind::Attribute, reason);
+  finding.name = attribute.name;
+  finding.namespaceURI = attribute.namespaceURI;
+  finding.value = shown(attribute.value);
+  finding.verdict.tagIndex = tagIndex;
+  if (tagIndex != kNone) values_.describe(tagIndex, reason, finding);
+  sink_.add(std::move(finding), nullptr);
 }
 
 void XmlCheck::checkNil(XmlFrame& frame, const XmlStartTag& tag) {

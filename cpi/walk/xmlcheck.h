@@ -9,6 +9,7 @@
 #include <string>
 #include <string_view>
 
+#include "cpi/walk/attributecheck.h"
 #include "cpi/walk/modelwalk.h"
 #include "cpi/walk/valuecheck.h"
 #include "cpi/walk/xmlpushparser.h"
@@ -32,7 +33,8 @@ class XmlCheck {
         walk_(walk),
         trail_(trail),
         sink_(sink),
-        values_(model.dictionary()) {}
+        values_(model),
+        attributes_(model, values_) {}
 
   // The innermost element has begun, and its frame has its verdict. `typeKey` as ModelWalk has it.
   void start(const XmlStartTag& tag, std::u16string_view typeKey);
@@ -44,6 +46,9 @@ class XmlCheck {
   const SMD_TAG_DEFINITION* contentTag(const XmlFrame& frame) const;
   void checkType(const XmlFrame& frame, const XmlStartTag& tag, std::u16string_view typeKey);
   bool isDerived(std::int32_t typeIndex, std::int32_t fromIndex) const;
+  void checkAttributes(const XmlFrame& frame, const XmlStartTag& tag);
+  void addAttribute(const XmlFrame& frame, const XmlAttribute& attribute, Reason reason,
+                    std::int32_t tagIndex);
   void checkNil(XmlFrame& frame, const XmlStartTag& tag);
   void checkText(XmlFrame& frame, std::string_view piece, const XmlPushParser& parser);
   void checkValue(const XmlFrame& frame);
@@ -55,6 +60,7 @@ class XmlCheck {
   XmlTrail& trail_;
   FindingSink& sink_;
   ValueCheck values_;
+  AttributeCheck attributes_;
   std::string text_;      // of the innermost element, when it is a value
   bool isWhole_ = false;  // text_ is all of it
 };

@@ -66,6 +66,8 @@ class XmlWalker::Walk : public XmlEvents, public FindingSink {
   }
   // Whether the way to each element is kept.
   bool isFollowed() const noexcept { return visitor_ != nullptr || check_.has_value(); }
+  // Whether further findings are counted only.
+  bool isFull() const noexcept { return summary_.findings() >= kMaxFindings; }
   void follow(const Verdict& verdict, const XmlName& name, const XmlStartTag& tag,
               std::u16string_view typeKey);
   void report(const Verdict& verdict, const XmlStartTag& tag, const Finding* finding) const;
@@ -127,6 +129,9 @@ void XmlWalker::Walk::follow(const Verdict& verdict, const XmlName& name, const 
       verdict.isGood() || verdict.isConsequence || verdict.kind == VerdictKind::Unjudged;
   if (isGood) {
     report(verdict, tag, nullptr);
+  } else if (isFull()) {
+    report(verdict, tag, nullptr);
+    ++summary_.found[static_cast<std::size_t>(verdict.kind)];
   } else {
     Finding finding = structureFinding(verdict);
     complete(finding, nullptr);
@@ -180,13 +185,13 @@ void XmlWalker::Walk::complete(Finding& finding, const WalkPosition* position) c
 }
 
 void XmlWalker::Walk::add(Finding finding, const WalkPosition* position) {
-  complete(finding, position);
+  if (!isFull()) complete(finding, position);
   deliver(finding);
 }
 
 void XmlWalker::Walk::deliver(const Finding& finding) {
+  if (visitor_ != nullptr && !isFull()) visitor_->finding(finding);
   ++summary_.found[static_cast<std::size_t>(finding.verdict.kind)];
-  if (visitor_ != nullptr) visitor_->finding(finding);
 }
 
 void XmlWalker::Walk::report(const Verdict& verdict, const XmlStartTag& tag,

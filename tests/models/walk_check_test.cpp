@@ -30,6 +30,7 @@ struct FindingVisitor : WalkVisitor {
     if (!text.empty()) text += "; ";
     text += kKinds[static_cast<std::size_t>(finding.verdict.kind)];
     text += " " + toText(finding.path);
+    if (finding.verdict.kind == VerdictKind::Attribute) text += "@" + finding.name;
     if (!finding.missing.empty()) text += " -" + namesOf(finding.missing);
     if (!finding.expected.empty()) text += " =" + namesOf(finding.expected);
     if (!finding.value.empty()) text += " '" + finding.value + "'";
@@ -167,6 +168,25 @@ TEST(WalkCheck, Values) {
        {"<l>a</l><l>abcd</l>", "value /r/l 'a'; value /r/l[2] 'abcd' max 3"},
        {"<h>0aFF0a</h>", "value /r/h '0aFF0a' max 2"},
        {"<i>1.5</i><i/><t>yes</t>", "value /r/i '1.5'; value /r/i[2]; value /r/t 'yes'"}});
+}
+
+TEST(WalkCheck, AttributesAndFixedValues) {
+  expectFindings(
+      rootOf("<xs:choice maxOccurs='unbounded'><xs:element name='a'><xs:complexType>"
+             "<xs:attribute name='q' type='xs:int' use='required'/>"
+             "<xs:attribute name='e'><xs:simpleType><xs:restriction base='xs:token'>"
+             "<xs:enumeration value='x'/></xs:restriction></xs:simpleType></xs:attribute>"
+             "<xs:attribute name='f' type='xs:string' fixed='1'/></xs:complexType></xs:element>"
+             "<xs:element name='w'><xs:complexType>"
+             "<xs:anyAttribute namespace='##other' processContents='lax'/></xs:complexType>"
+             "</xs:element><xs:element name='v' type='xs:string' fixed='yes'/></xs:choice>"),
+      {{"<a q='1' e=' x ' f='1'/><w o:z='1'/><v>yes</v><v/>", ""},
+       {"<a/>", "attribute /r/a@q"},
+       {"<a q='one'/>", "attribute /r/a@q 'one'"},
+       {"<a q='1' e='y' f='2'/>", "attribute /r/a@e 'y'; attribute /r/a@f '2'"},
+       {"<a q='1' o:q='1' Q='1'/>", "attribute /r/a@q '1'; attribute /r/a@Q '1'"},
+       {"<w z='1'/><v>no</v><v x='1'/>",
+        "attribute /r/w@z '1'; value /r/v 'no'; attribute /r/v[2]@x '1'"}});
 }
 
 TEST(WalkCheck, TypesAndNil) {

@@ -98,12 +98,14 @@ void addForms(CLI::App& verb, Options& options) {
       verb.add_flag("--json", options.isJson, "One JSON object per element and per message");
   CLI::Option* const lines =
       verb.add_flag("--jsonl", options.isLines, "One JSON object per message, with its faults");
-  verb.add_flag("--sarif", options.isSarif, "One SARIF 2.1.0 log of all faults")
-      ->excludes(json)
-      ->excludes(lines);
+  CLI::Option* const sarif =
+      verb.add_flag("--sarif", options.isSarif, "One SARIF 2.1.0 log of all faults")
+          ->excludes(json)
+          ->excludes(lines);
   lines->excludes(json);
   verb.add_flag("--quiet", options.report.isQuiet, "Summaries only");
-  verb.add_flag("--summary", options.bulk.hasSummary, "At the end, the verdicts of each path");
+  verb.add_flag("--summary", options.bulk.hasSummary, "At the end, the verdicts of each path")
+      ->excludes(sarif);
 }
 
 void addBulk(CLI::App& verb, Options& options) {

@@ -183,7 +183,7 @@ std::string typeSentence(const Finding& finding) {
   switch (finding.verdict.reason) {
     case Reason::UnknownType: return "the model has no " + type;
     case Reason::NotDerived: return type + " is not derived from that of the element";
-    default: return type + " may not stand by itself";
+    default: return "is abstract, or its type is: it may not stand by itself";
   }
 }
 
