@@ -225,6 +225,7 @@ Finding FixWalk::findingOf(const Verdict& verdict, const FixField* field) {
   }
   if (verdict.reason == Reason::SkipsRequired) {
     finding.missing.push_back(expectedNumber(earlyNumber_));
+    finding.expected = finding.missing;
   } else if (verdict.kind != VerdictKind::Value) {
     finding.expected = expectedAround();
   }
