@@ -31,7 +31,7 @@ struct FixComponent {
   std::vector<FixItem> items;
 };
 
-struct FixMessage {
+struct FixMessageDefinition {
   std::u16string name;
   std::u16string msgType;
   SchemaPlace place;
@@ -43,7 +43,7 @@ struct FixValue {
   std::u16string description;  // empty: none
 };
 
-struct FixField {
+struct FixFieldDefinition {
   std::int32_t number = 0;
   std::u16string name;
   std::u16string type;  // in capitals
@@ -58,9 +58,9 @@ struct FixDocument {
   std::int32_t minor = 0;
   std::vector<FixItem> header;
   std::vector<FixItem> trailer;
-  std::vector<FixMessage> messages;
+  std::vector<FixMessageDefinition> messages;
   std::vector<FixComponent> components;
-  std::vector<FixField> fields;
+  std::vector<FixFieldDefinition> fields;
 };
 
 // Whether the root element of an XML file is that of a FIX data dictionary. False also for a file

@@ -65,7 +65,7 @@ constexpr std::u16string_view kCharacter = u"CHAR";
 constexpr std::u16string_view kString = u"STRING";
 
 // Until FIX 4.1 CHAR was the type of all texts.
-std::u16string_view typeNameOf(const FixDocument& document, const FixField& field) {
+std::u16string_view typeNameOf(const FixDocument& document, const FixFieldDefinition& field) {
   const bool isOld = !document.isTransport && document.major == 4 && document.minor < 2;
   return isOld && field.type == kCharacter ? kString : std::u16string_view(field.type);
 }
@@ -83,12 +83,12 @@ FixModelBuilder::FixModelBuilder(const std::vector<FixDocument>& documents, Tabl
   addFrame(&FixDocument::header, kFixHeader, headerTag_);
   addFrame(&FixDocument::trailer, kFixTrailer, trailerTag_);
   for (const FixDocument& document : documents_) {
-    for (const FixMessage& message : document.messages) addMessage(document, message);
+    for (const FixMessageDefinition& message : document.messages) addMessage(document, message);
   }
 }
 
 void FixModelBuilder::collectFields(const FixDocument& document) {
-  for (const FixField& field : document.fields) {
+  for (const FixFieldDefinition& field : document.fields) {
     const auto [entry, isNew] =
         fields_.try_emplace(field.number, Field{&document, &field, field.values});
     if (!isNew) joinField(entry->second, document, field);
@@ -101,8 +101,9 @@ void FixModelBuilder::collectFields(const FixDocument& document) {
 }
 
 // The layers of one FIX version share fields, and each knows some values that the other lacks.
-void FixModelBuilder::joinField(Field& known, const FixDocument& document, const FixField& field) {
-  const FixField& first = *known.definition;
+void FixModelBuilder::joinField(Field& known, const FixDocument& document,
+                                const FixFieldDefinition& field) {
+  const FixFieldDefinition& first = *known.definition;
   if (known.document == &document || first.name != field.name) {
     refuseFile(document.path, field.place,
                fmt::format("field number {} is defined twice, first as {} in {}:{}", field.number,
@@ -184,7 +185,7 @@ void FixModelBuilder::addFrame(std::vector<FixItem> FixDocument::*part, std::u16
   }
 }
 
-void FixModelBuilder::addMessage(const FixDocument& document, const FixMessage& message) {
+void FixModelBuilder::addMessage(const FixDocument& document, const FixMessageDefinition& message) {
   const auto [entry, isNew] = messages_.try_emplace(message.msgType, &message);
   if (!isNew || !messageNames_.insert(message.name).second) {
     refuseFile(document.path, message.place,

@@ -29,7 +29,7 @@ class FixModelBuilder {
   // A field of one or several documents, their values joined.
   struct Field {
     const FixDocument* document;  // the first that defines it
-    const FixField* definition;
+    const FixFieldDefinition* definition;
     std::vector<FixValue> values;
     std::int32_t tag = kNone;  // in the draft
   };
@@ -42,7 +42,7 @@ class FixModelBuilder {
   };
 
   void collectFields(const FixDocument& document);
-  void joinField(Field& known, const FixDocument& document, const FixField& field);
+  void joinField(Field& known, const FixDocument& document, const FixFieldDefinition& field);
   void collectComponents(const FixDocument& document);
   void addFieldTags();
   std::int32_t valueType(const Field& field);
@@ -50,7 +50,7 @@ class FixModelBuilder {
 
   void addFrame(std::vector<FixItem> FixDocument::*part, std::u16string_view name,
                 std::int32_t& tag);
-  void addMessage(const FixDocument& document, const FixMessage& message);
+  void addMessage(const FixDocument& document, const FixMessageDefinition& message);
   void append(Level& level, const FixDocument& document, const std::vector<FixItem>& items,
               bool isRequired);
   void appendComponent(Level& level, const FixDocument& document, const FixItem& item,
@@ -69,9 +69,9 @@ class FixModelBuilder {
   std::map<std::int32_t, Field> fields_;            // by number
   std::map<std::u16string, std::int32_t> numbers_;  // of the fields, by name
   std::map<std::pair<const FixDocument*, std::u16string>, const FixComponent*> components_;
-  std::map<std::u16string, std::int32_t> valueTypes_;     // draft types, by name
-  std::map<const FixItem*, std::int32_t> groupTags_;      // draft tags
-  std::map<std::u16string, const FixMessage*> messages_;  // by MsgType
+  std::map<std::u16string, std::int32_t> valueTypes_;               // draft types, by name
+  std::map<const FixItem*, std::int32_t> groupTags_;                // draft tags
+  std::map<std::u16string, const FixMessageDefinition*> messages_;  // by MsgType
   std::set<std::u16string> messageNames_;
   std::vector<const FixComponent*> unfolding_;  // innermost last
   std::int32_t headerTag_ = kNone;

@@ -192,6 +192,7 @@ void JsonSource::countLiteral() {
 }
 
 void JsonSource::followString(char byte) {
+  countToken();  // the closing quote too is one of the text
   if (isEscaped_) {
     isEscaped_ = false;
   } else if (byte == '\\') {
@@ -200,7 +201,6 @@ void JsonSource::followString(char byte) {
     isInString_ = false;
     isInWord_ = false;
   }
-  countToken();
 }
 
 void JsonSource::beginScalar(bool isKeptAnew) {

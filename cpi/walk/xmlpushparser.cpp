@@ -78,6 +78,7 @@ class XmlPushParser::Context {
     // Parsers made in several threads at once would each initialise the library.
     static const bool isInitialised = (xmlInitParser(), true);
     static_cast<void>(isInitialised);
+    xmlResetLastError();
     xmlSAXHandler handler = makeHandler();
     if (hasText) handler.characters = handler.ignorableWhitespace = handler.cdataBlock = onText;
     parser_ = xmlCreatePushParserCtxt(&handler, nullptr, nullptr, 0, fileName_.c_str());
@@ -112,6 +113,7 @@ class XmlPushParser::Context {
     isAtEnd_ = true;
     xmlParseChunk(parser_, nullptr, 0, 1);
     throwPending();
+    if (lacksMemory()) throw std::bad_alloc();
     if (parser_->wellFormed == 0) fail("not well-formed");
   }
 
@@ -139,6 +141,12 @@ class XmlPushParser::Context {
   static void onError(void* parser, xmlErrorPtr error);
 
   std::string messageOf(const xmlError& error) const;
+  // Whether libxml2 has dropped something for want of memory, as it does with entities. It tells
+  // so in the error of the thread alone.
+  static bool lacksMemory() noexcept {
+    const xmlError* const last = xmlGetLastError();
+    return last != nullptr && last->code == XML_ERR_NO_MEMORY;
+  }
   std::string_view typeAmong(const xmlChar** attributes, int count) const noexcept;
   // Runs an event and keeps what it throws; `parser` may be that of an entity.
   template <class Event>
@@ -247,6 +255,11 @@ void XmlPushParser::Context::onEntity(void* parser, const xmlChar* name, int typ
     content = nothing;
   }
   xmlSAX2EntityDecl(parser, name, type, publicId, systemId, content);
+  const bool isGeneral = type != XML_INTERNAL_PARAMETER_ENTITY;
+  const bool isKept = isGeneral ? xmlSAX2GetEntity(parser, name) != nullptr
+                                : xmlSAX2GetParameterEntity(parser, name) != nullptr;
+  // What is dropped for want of memory is dropped without a word.
+  if (!isKept) of(parser).guarded(parser, [] { throw std::bad_alloc(); });
 }
 
 xmlEntityPtr XmlPushParser::Context::onReference(void* parser, const xmlChar* name) {
@@ -270,9 +283,11 @@ void XmlPushParser::Context::onExternalSubset(void* parser, const xmlChar*, cons
 void XmlPushParser::Context::onError(void* parser, xmlErrorPtr error) {
   const bool isOfNamespaces = error->domain == XML_FROM_NAMESPACE;
   if (error->level < (isOfNamespaces ? XML_ERR_ERROR : XML_ERR_FATAL)) return;
+  // While it is made, a parser that lacks memory leads nowhere yet.
+  if (static_cast<xmlParserCtxtPtr>(parser)->_private == nullptr) return;
   Context& self = of(parser);
   self.guarded(parser, [&] {
-    if (error->code == XML_ERR_NO_MEMORY) throw std::bad_alloc();
+    if (error->code == XML_ERR_NO_MEMORY || lacksMemory()) throw std::bad_alloc();
     throw FileError(self.fileName_, {error->line, error->int2}, self.messageOf(*error));
   });
 }

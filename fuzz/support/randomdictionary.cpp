@@ -13,6 +13,9 @@ struct Sizes {
   std::int32_t others;  // of each other table
 };
 
+// The id that a sane dictionary has in a row.
+std::int32_t idOfRow(std::int32_t row) { return row < 100 ? row + 1 : row; }
+
 // Ids are mostly what a sane dictionary has: one more than the row.
 std::int32_t idOf(ByteReader& bytes, std::size_t row) {
   return bytes.below(8) == 7 ? bytes.index(20) : static_cast<std::int32_t>(row) + 1;
@@ -27,7 +30,7 @@ void addTags(ByteReader& bytes, const Sizes& sizes, DictionaryTables& tables) {
     if (bytes.below(16) != 15) tag.TextIdentifier = bytes.name();
     tag.Class = classOf(bytes);
     tag.ToTypeIndexField = bytes.index(sizes.types);
-    tag.Type = bytes.index(sizes.types) + 1;
+    tag.Type = idOfRow(bytes.index(sizes.types));
     tag.namespaceIndex = bytes.index(sizes.others);
     tag.ValueSetTableIndex = bytes.index(sizes.others);
     tag.DVTableIndex = bytes.index(sizes.others);
@@ -42,7 +45,7 @@ void addTypes(ByteReader& bytes, const Sizes& sizes, DictionaryTables& tables) {
     if (bytes.flag()) type.Identifier = bytes.name();
     type.Composition = bytes.below(9);
     type.Content = bytes.below(4);
-    type.BaseTypeId = bytes.index(sizes.types) + 1;
+    type.BaseTypeId = idOfRow(bytes.index(sizes.types));
     const std::int32_t kind = bytes.below(24);
     type.LogicalType = kind < 12 ? 0 : kind == 23 ? bytes.integer() : kind - 12;
     type.ToTypeMbrIndex = bytes.index(sizes.members);
@@ -62,7 +65,7 @@ void addMembers(ByteReader& bytes, const Sizes& sizes, DictionaryTables& tables)
     member.ParentTypeId = 1 + row * sizes.types / sizes.members;
     if (bytes.below(8) == 7) member.ParentTypeId = bytes.index(sizes.types);
     member.toTagIndex = bytes.index(sizes.tags);
-    member.ChildTagId = bytes.below(8) == 7 ? bytes.index(sizes.tags) : member.toTagIndex + 1;
+    member.ChildTagId = bytes.below(8) == 7 ? bytes.index(sizes.tags) : idOfRow(member.toTagIndex);
     member.ChildClass = classOf(bytes);
     member.toTypeIndex = bytes.index(sizes.types);
     member.ChildTypeId = member.toTypeIndex;

@@ -542,6 +542,17 @@ TEST_F(ExtractFile, OtherFilesAreRefused) {
       << refusal(load);
 }
 
+TEST(Extract, TextsMayBeLong) {
+  DictionaryTables tables;
+  tables.Identification.emplace();
+  tables.Namespaces.push_back({std::u16string(3000, u'x')});
+  std::stringstream file;
+  writeExtract(*loaded(tables), file);
+  StdDictionaryInfo read(0);
+  readExtract(file, "long", read);
+  EXPECT_EQ(tablesOf(read), tables);
+}
+
 TEST(Extract, AFailingStreamIsReported) {
   std::ostringstream out;
   out.setstate(std::ios::badbit);
