@@ -28,6 +28,10 @@ class Run:
                     name = line["run_name"].removesuffix("/iterations:1")
                     self.repetitions.setdefault(name, []).append(line)
 
+    def count(self):
+        """Repetitions of each benchmark, the fewest."""
+        return min((len(lines) for lines in self.repetitions.values()), default=0)
+
     def values(self, name, key):
         lines = self.repetitions.get(name)
         if not lines or key not in lines[0]:

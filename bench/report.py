@@ -99,9 +99,8 @@ def provenance(documents):
 
 
 def provenance_text(source, run):
-    count = min((len(lines) for lines in run.repetitions.values()), default=0)
-    return (f"In bold: not met. Ratios of the medians of {count} repetitions, in brackets the middle "
-            f"half of all ratios. {source['date']}, commit "
+    return (f"In bold: not met. Ratios of the medians of {run.count()} repetitions, in brackets the "
+            f"middle half of all ratios. {source['date']}, commit "
             f"{source['commit']}, {source['machine']}, {source['cpus']} CPUs, "
             f"{source['compiler']} ({source['build']}), load {max(source['load']):.1f}.")
 
@@ -115,7 +114,7 @@ def natural(item):
 def workload_table(run):
     rows = []
     for name, repetitions in sorted(run.repetitions.items(), key=natural):
-        if "items_per_second" in repetitions[0]:
+        if "items_per_second" in repetitions[0] and not name.startswith("growth/"):
             cost = statistics.median(1e9 / line["items_per_second"] for line in repetitions)
             blocks = statistics.median(line.get("allocs", 0) for line in repetitions)
             rows.append([name, number(cost), number(blocks)])
@@ -160,6 +159,8 @@ def main():
     missing = [name for name, result in results.named() if result.spread is None]
     if missing and options.readme:
         sys.exit("report: no table for the README; not measured: " + "; ".join(missing))
+    if options.readme and run.count() < 20:
+        sys.exit(f"report: no table for the README; {run.count()} repetitions are too few")
     about, tables = provenance_text(source, run), results.tables(options.measured_only)
     print(f"{about}\n\n{tables}\n\n{growth_table(run)}\n\n{workload_table(run)}")
     if options.json:

@@ -99,7 +99,7 @@ class AutomataWalk {
     std::size_t depth = 0;
     for (const Step& step : model.steps()) {
       depth = step.isFirstChild ? depth + 1 : depth - static_cast<std::size_t>(step.leaves);
-      elements_.push_back({depth - 1, toUtf8(step.name), step.namespaceURI.toUtf8(),
+      elements_.push_back({depth - 1, toUtf8(textView(step.name)), step.namespaceURI.toUtf8(),
                            step.isLeaf ? nullptr : automaton(model, step.typeIndex)});
     }
   }

@@ -18,6 +18,10 @@ namespace {
 // Long enough to make a parser's start and end small beside its elements.
 constexpr std::size_t kMessageElements = 5'000;
 
+const KelStringBase& internedUri(const std::string& uri) {
+  return kept(uri, [&] { return KelStringBase::fromUtf8(uri); });
+}
+
 class StepRecorder : public WalkVisitor {
  public:
   void element(const WalkedElement& element) override {
@@ -27,8 +31,8 @@ class StepRecorder : public WalkVisitor {
     steps.push_back({.leaves = isFirstChild ? 0 : depth_ - element.depth,
                      .isFirstChild = isFirstChild,
                      .tagId = element.tag->Id,
-                     .name = toUtf16(element.name),
-                     .namespaceURI = KelStringBase::fromUtf8(element.namespaceURI),
+                     .name = internedName(toUtf16(element.name)),
+                     .namespaceURI = internedUri(std::string(element.namespaceURI)),
                      .memberIndex = element.verdict.memberIndex,
                      .typeIndex = element.verdict.typeIndex});
     depth_ = element.depth;
@@ -91,6 +95,10 @@ std::vector<NamedModel> listModels() {
 }
 
 }  // namespace
+
+const unsigned short* internedName(const std::u16string& name) {
+  return asUnits(kept(name, [&] { return name; }).c_str());
+}
 
 Model::Model(const Plan& plan, std::size_t elements)
     : directory_(std::in_place),

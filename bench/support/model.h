@@ -25,11 +25,14 @@ struct Step {
   bool isFirstChild;
   bool isLeaf = true;  // nothing inside
   std::int32_t tagId;
-  std::u16string name;
-  KelStringBase namespaceURI;
-  std::int32_t memberIndex;  // where it belongs; a sentinel for what is no member
+  const unsigned short* name;  // equal names have one address, as a parser that interns has it
+  KelStringBase namespaceURI;  // equal ones share their text
+  std::int32_t memberIndex;    // where it belongs; a sentinel for what is no member
   std::int32_t typeIndex;
 };
+
+// The one copy of a name that steps refer to; lives as long as the program.
+const unsigned short* internedName(const std::u16string& name);
 
 class Model {
  public:

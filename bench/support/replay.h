@@ -21,10 +21,10 @@ struct ByTagId {
 
 struct ByName {
   static bool firstChild(StdDictionaryIterator& at, const Step& step) {
-    return at.moveToFirstChildTagName(step.name.c_str(), step.namespaceURI, true, true);
+    return at.moveToFirstChildTagName(step.name, step.namespaceURI, true, true);
   }
   static bool nextSibling(StdDictionaryIterator& at, const Step& step) {
-    return at.moveToNextSiblingTagName(step.name.c_str(), step.namespaceURI, true, true);
+    return at.moveToNextSiblingTagName(step.name, step.namespaceURI, true, true);
   }
 };
 

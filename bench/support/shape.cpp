@@ -41,7 +41,7 @@ Shape makeShape(const test::Node& root, const std::vector<Visit>& message) {
     shape.steps.push_back({.leaves = isFirstChild ? 0 : depth - visit.depth,
                            .isFirstChild = isFirstChild,
                            .tagId = tagIdOf(*shape.dictionary, name),
-                           .name = name,
+                           .name = internedName(name),
                            .namespaceURI = {},
                            .memberIndex = member == members.end() ? kNone : member->second,
                            .typeIndex = kNone});

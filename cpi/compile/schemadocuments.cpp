@@ -12,6 +12,7 @@ namespace cpi {
 namespace {
 
 constexpr std::size_t kDocumentLimit = 10'000;
+constexpr const char* kNotFound = " is no local file, in no include root and not in the catalog";
 
 // Different ways to write one path must lead to one document.
 std::string canonical(const std::string& path) {
@@ -106,9 +107,11 @@ void SchemaDocuments::follow(std::size_t document, const SchemaReference& refere
   }
   // An import may leave the finding of the schema to its reader; nothing was promised then.
   if (reference.isImport && !reference.location) return;
+  if (reference.isRedefine) {
+    refuseFile(base, reference.place, describe(reference) + kNotFound + "; it is to be redefined");
+  }
   unresolved_.push_back(
-      {describe(reference) + " is no local file, in no include root and not in the catalog", base,
-       reference.place.line, reference.place.column, 1});
+      {describe(reference) + kNotFound, base, reference.place.line, reference.place.column, 1});
 }
 
 }  // namespace cpi

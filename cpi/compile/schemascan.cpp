@@ -122,7 +122,7 @@ class ScanHandler : public xercesc::DefaultHandler {
   void noteReference(View element) {
     const bool isImport = element == u"import";
     if (!isImport && element != u"include" && element != u"redefine") return;
-    SchemaReference reference{std::nullopt, std::nullopt, isImport, here()};
+    SchemaReference reference{std::nullopt, std::nullopt, isImport, element == u"redefine", here()};
     if (const auto location = value(u"schemaLocation")) reference.location = *location;
     if (const auto imported = value(u"namespace")) reference.importedNamespace = *imported;
     scan.references.push_back(std::move(reference));

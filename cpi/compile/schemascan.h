@@ -24,6 +24,7 @@ struct SchemaReference {
   std::optional<std::u16string> location;
   std::optional<std::u16string> importedNamespace;  // of an import
   bool isImport = false;
+  bool isRedefine = false;
   SchemaPlace place;
 };
 

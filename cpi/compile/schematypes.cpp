@@ -38,13 +38,21 @@ ControlDraft controlOf(XSTypeDefinition& definition) {
           .blocksRestriction = type->isProhibitedSubstitution(XSConstants::DERIVATION_RESTRICTION)};
 }
 
-// What a redefinition replaces is there still, under a name that the processor made up.
-bool isNamed(XSTypeDefinition& definition) {
-  constexpr std::u16string_view kReplaced = u"_fn3dktizrknc9pi";
-  return !definition.getAnonymous() && !viewOf(definition.getName()).ends_with(kReplaced);
-}
-
 }  // namespace
+
+// What a redefinition replaces is there still, under a name that the processor made up; what
+// replaces it is derived from it.
+bool SchemaTypes::isNamed(XSTypeDefinition& definition) {
+  constexpr std::u16string_view kReplaced = u"_rdfn";
+  if (definition.getAnonymous()) return false;
+  std::u16string name(viewOf(definition.getName()));
+  if (!name.ends_with(kReplaced)) return true;
+  name.resize(name.size() - kReplaced.size());
+  XSTypeDefinition* const successor =
+      model_.getTypeDefinition(name.c_str(), definition.getNamespace());
+  XSTypeDefinition* const base = successor == nullptr ? nullptr : successor->getBaseType();
+  return base == nullptr || viewOf(base->getName()) != viewOf(definition.getName());
+}
 
 std::int32_t SchemaTypes::typeOf(XSTypeDefinition* definition, std::u16string_view owner) {
   definition = &canonical(definition);
@@ -82,7 +90,7 @@ void SchemaTypes::addNamed(bool builtIn) {
   std::vector<XSTypeDefinition*> types;
   for (XMLSize_t i = 0; components != nullptr && i < components->getLength(); ++i) {
     auto* const type = static_cast<XSTypeDefinition*>(components->item(i));
-    if (isBuiltIn(*type) == builtIn && isNamed(*type)) types.push_back(type);
+    if (isBuiltIn(*type) == builtIn && !type->getAnonymous()) types.push_back(type);
   }
   std::ranges::sort(types, {}, [](XSTypeDefinition* type) {
     return std::pair(viewOf(type->getNamespace()), viewOf(type->getName()));

@@ -53,6 +53,7 @@ class SchemaTypes {
   std::u16string numbered(std::u16string_view kind);
 
  private:
+  bool isNamed(xercesc::XSTypeDefinition& definition);
   xercesc::XSTypeDefinition& canonical(xercesc::XSTypeDefinition* definition);
   std::int32_t valueSetOf(xercesc::XSSimpleTypeDefinition& type);
   std::int32_t baseOf(xercesc::XSTypeDefinition& definition);

@@ -85,7 +85,7 @@ std::vector<const RecordRules*> DictionaryInfo::allRecordRules() const {
 }
 
 void DictionaryInfo::ToQLBuffer(std::vector<unsigned char>& image) const {
-  image = encodeImage(msgSetID, formatID, tables(), allRecordRules());
+  image = encodeImage(msgSetID, formatID, tables(), allRecordRules(), derivedBytes());
 }
 
 void DictionaryInfo::FromQLBuffer(std::span<const unsigned char> image) {
@@ -99,10 +99,17 @@ void DictionaryInfo::FromQLBuffer(std::span<const unsigned char> image) {
     announceTable(readers, tables()[slot]);
   }
   adoptTables();
-  for (DictionaryInfo* const reader : readers) reader->postProcessDictionary();
+  for (DictionaryInfo* const reader : readers) {
+    reader->adoptDerived(contents.derived);
+    reader->postProcessDictionary();
+  }
 }
 
 void DictionaryInfo::postProcessDictionary() {}
+
+std::vector<unsigned char> DictionaryInfo::derivedBytes() const { return {}; }
+
+void DictionaryInfo::adoptDerived(std::span<const unsigned char>) noexcept {}
 
 const RecordRules* DictionaryInfo::recordRules(int) const { return nullptr; }
 

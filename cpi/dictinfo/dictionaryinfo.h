@@ -94,6 +94,12 @@ class CPI_API DictionaryInfo : public FIHandler {
   // What images need to know of the records in a slot: null, as the base has it, when they have
   // neither pointers nor padding and may hold anything. The rules outlive the dictionary.
   virtual const RecordRules* recordRules(int slot) const;
+  // What was derived from the tables, for their image to carry: a whole number of 8-byte words, the
+  // same for the same tables. The base derives nothing. Throws std::bad_alloc.
+  virtual std::vector<unsigned char> derivedBytes() const;
+  // Called, before postProcessDictionary, with the bytes that an image carries. Nothing is known of
+  // them: whoever takes them over has to verify them against the tables. The base does nothing.
+  virtual void adoptDerived(std::span<const unsigned char> bytes) noexcept;
   // Announces a new property to this dictionary and to those that share its tables.
   void announceProperty(DictTableRefBase table, StringTableRef strings);
   // Makes this dictionary the one that its tables announce new properties to, and lets those that

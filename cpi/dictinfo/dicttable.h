@@ -40,6 +40,11 @@ class CPI_API DictTable {
   StringTableRef CreateProperty(const unsigned short* tableMemberName,
                                 const unsigned short* memberName, std::int32_t type,
                                 std::uint32_t initialSize);
+  // The property with both names. Throws KelParserException (CP_INTERNAL_ERROR) when there is none.
+  StringTable& GetProperty(const unsigned short* tableMemberName,
+                           const unsigned short* memberName) const {
+    return property(tableMemberName, memberName, "DictTable::GetProperty");
+  }
   // Sets a value of the property with both names. Throws KelParserException (CP_INTERNAL_ERROR)
   // when there is no such property, and as StringTable::SetValue does.
   void SetProperty(std::uint32_t row, const unsigned short* tableMemberName,

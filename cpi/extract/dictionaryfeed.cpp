@@ -41,7 +41,7 @@ class SectionFeed {
   // The handler gets a reference to `text`, which lives longer than the event.
   void text(const Column& column, std::size_t row, const std::u16string& text,
             ELogicalType type = LTString) {
-    if (text.find(u'\0') != std::u16string::npos) {
+    if (textLength(asUnits(text.c_str())) != text.size()) {
       refuse(section_.tableName, column.name, row, "a text cannot hold U+0000");
     }
     item(column, row, PWFData(text.c_str(), -1, type, EOReference));

@@ -174,6 +174,14 @@ void ExtractParser::openValues(const Frame& owner) {
   values.eventKind = column.eventKind;
   values.row = column.row;
   values.extra = column.extra;
+  takePlainValues();
+}
+
+// Nearly all of a file is in columns of plain values. The parser sees the rest.
+void ExtractParser::takePlainValues() {
+  for (JsonSource::PlainValue value; source_.takePlain(value);) {
+    sendItem(value.isText ? valueOf(value.text) : PWFData(value.number, false));
+  }
 }
 
 bool ExtractParser::end_array() {

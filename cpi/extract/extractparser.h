@@ -85,6 +85,7 @@ class ExtractParser {
   Frame& open(FrameKind kind);
   void openEntries(Frame& owner);
   void openValues(const Frame& owner);
+  void takePlainValues();
   void finishObject(const Frame& frame);
 
   // Values.

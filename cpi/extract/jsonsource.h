@@ -8,9 +8,11 @@
 
 #include <array>
 #include <cstddef>
+#include <cstdint>
 #include <istream>
 #include <iterator>
 #include <string>
+#include <string_view>
 
 #include "cpi/extract/extractreader.h"
 #include "cpi/extract/fileerror.h"
@@ -51,6 +53,18 @@ class JsonSource {
   JsonSource(const JsonSource&) = delete;
   JsonSource& operator=(const JsonSource&) = delete;
 
+  // A value of which nothing has to be made out: an integer of up to 18 digits, or a text of up to
+  // a thousand ASCII characters without an escape.
+  struct PlainValue {
+    bool isText = false;
+    std::int64_t number = 0;
+    std::string_view text;  // valid until the source is asked for more
+  };
+  // At the start of an array's value, takes it and the comma behind it past the parser, for which
+  // the array then begins with the next value. False, with nothing taken, when the value is not
+  // plain or the last one: the parser tells what is wrong with an array.
+  bool takePlain(PlainValue& value);
+
   const std::string& fileName() const noexcept { return fileName_; }
   // Where the last string, number or literal began; where the last bracket, comma or colon is.
   FilePosition scalar() const noexcept { return scalar_; }
@@ -66,6 +80,7 @@ class JsonSource {
   const char& current() const { return chunk_[next_]; }
   void advance();
   bool refill();
+  void refillBehind();
   void follow(char byte);
   void followString(char byte);
   void beginScalar(bool isKeptAnew);

@@ -10,8 +10,7 @@
 //   a named type          "type<TypeId>^": the context from which an element with xsi:type is
 //                         walked. Nothing stands after '^', so that it never matches an element.
 //   an attribute          "a<n>^name", namespaceIndex as for a local element; class 'F'. Its
-//   lengths,
-//                         value set and default are those of its values.
+//                         lengths, value set and default are those of its values.
 //   a type's attributes   "attributes^<TypeId>": the context in which the attributes of an element
 //                         of that type are looked up, as first children. Its type is unordered
 //                         (composition 4) and has a member for each attribute, with MinOccurs 1
@@ -39,9 +38,9 @@
 //                         and "block-restriction" (xsi:type may name no type that is derived so)
 //   Types, "Control"      "abstract", "block-extension", "block-restriction", as above
 //   Types, "Derivation"   "extension <TypeId>" or "restriction <TypeId>" of the type from which
-//   this
-//                         one is derived, 0 for xs:anyType and xs:anySimpleType; "list <TypeId>" of
-//                         its items; "union <TypeId> <TypeId> ..." of its members. Every row of a
+//                         this one is derived, 0 for xs:anyType and xs:anySimpleType;
+//                         "list <TypeId>" of its items; "union <TypeId> <TypeId> ..." of its
+//                         members. Every row of a
 //                         schema type has it. BaseTypeId is narrower: the nearest named base with
 //                         values of the same kind.
 //   Types, "Facets"       of a type with values: what else restricts them, the inherited facets

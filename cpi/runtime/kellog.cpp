@@ -1,6 +1,9 @@
 #include "cpi/runtime/kellog.h"
 
 #include <cstdio>
+#include <memory>
+#include <new>
+#include <optional>
 #include <utility>
 
 namespace cpi {
@@ -51,21 +54,32 @@ void KelLog::write(const KelLogItem& item) noexcept {
   }
 }
 
-void KelOperation::enter(std::initializer_list<KelInsert> arguments) noexcept {
-  exceptions_ = std::uncaught_exceptions();
-  KelLog::write({LogKind::DebugEntry, source_, name_, "", {arguments.begin(), arguments.size()}});
+struct KelOperation::Exit {
+  const KelLogSource* source;
+  const char* name;
+  int exceptions;
+  const char* failure = "";
+  std::optional<KelInsert> result = std::nullopt;
+};
+
+// Without memory for the exit item there is none: logging changes no result.
+void KelOperation::enter(const KelLogSource* source, const char* name,
+                         std::initializer_list<KelInsert> arguments) noexcept {
+  exit_ = new (std::nothrow) Exit{source, name, std::uncaught_exceptions()};
+  KelLog::write({LogKind::DebugEntry, source, name, "", {arguments.begin(), arguments.size()}});
 }
 
 void KelOperation::leave() noexcept {
-  if (std::uncaught_exceptions() > exceptions_ || !KelLog::isOn(LLDebug)) return;
+  const std::unique_ptr<const Exit> exit(exit_);
+  if (std::uncaught_exceptions() > exit->exceptions || !KelLog::isOn(LLDebug)) return;
   std::span<const KelInsert> inserts;
-  if (result_.has_value()) inserts = {&*result_, 1};
-  KelLog::write({LogKind::DebugExit, source_, name_, failure_, inserts});
+  if (exit->result.has_value()) inserts = {&*exit->result, 1};
+  KelLog::write({LogKind::DebugExit, exit->source, exit->name, exit->failure, inserts});
 }
 
 void KelOperation::remember(const char* text, KelInsert result) noexcept {
-  failure_ = text;
-  result_ = std::move(result);
+  exit_->failure = text;
+  exit_->result = std::move(result);
 }
 
 }  // namespace cpi

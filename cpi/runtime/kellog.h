@@ -12,7 +12,6 @@
 #include <cstdint>
 #include <exception>
 #include <initializer_list>
-#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -135,45 +134,45 @@ class CPI_API KelLog {
 };
 
 // The debug entry and exit items of one operation. Costs one relaxed load while the filter is
-// below debug; the arguments are turned into inserts only when it is not. An operation that is
-// left by an exception writes no exit item: the exception has its own.
+// below debug; the arguments are turned into inserts, and memory is taken, only when it is not. An
+// operation that is left by an exception writes no exit item: the exception has its own.
 class CPI_API KelOperation {
  public:
   template <class... Arguments>
-  KelOperation(const KelLogSource* source, const char* name, const Arguments&... arguments)
-      : source_(source), name_(name), on_(KelLog::isOn(LLDebug)) {
-    if (on_) enter({KelInsert(arguments)...});
+  KelOperation(const KelLogSource* source, const char* name, const Arguments&... arguments) {
+    if (KelLog::isOn(LLDebug)) [[unlikely]]
+      enter(source, name, {KelInsert(arguments)...});
   }
   KelOperation(const KelOperation&) = delete;
   KelOperation& operator=(const KelOperation&) = delete;
   ~KelOperation() {
-    if (on_) leave();
+    if (exit_ != nullptr) [[unlikely]]
+      leave();
   }
 
   // Records `result` for the exit item and gives it back: `return operation.returns(index);`.
   template <class Result>
   Result returns(Result result) {
-    if (on_) remember("", KelInsert(result));
+    if (exit_ != nullptr) [[unlikely]]
+      remember("", KelInsert(result));
     return result;
   }
   // The same for a failure: the exit item carries the short text and the result.
   template <class Result>
   Result fails(const char* text, Result result) {
-    if (on_) remember(text, KelInsert(result));
+    if (exit_ != nullptr) [[unlikely]]
+      remember(text, KelInsert(result));
     return result;
   }
 
  private:
-  void enter(std::initializer_list<KelInsert> arguments) noexcept;
+  struct Exit;
+  void enter(const KelLogSource* source, const char* name,
+             std::initializer_list<KelInsert> arguments) noexcept;
   void leave() noexcept;
   void remember(const char* text, KelInsert result) noexcept;
 
-  const KelLogSource* source_;
-  const char* name_;
-  const char* failure_ = "";
-  int exceptions_ = 0;
-  bool on_;
-  std::optional<KelInsert> result_;
+  Exit* exit_ = nullptr;  // what the exit item will tell; null while the filter is off
 };
 
 }  // namespace cpi

@@ -139,8 +139,6 @@ PWFData::PWFData(const unsigned short* text, std::int32_t length, ELogicalType l
   }
 }
 
-PWFData::PWFData(std::int64_t value, bool isUnsigned) noexcept
-    : logicalType_(LTInteger), isUnsigned_(isUnsigned), value_(value) {}
 PWFData::PWFData(double value) noexcept : logicalType_(LTFloat), value_(value) {}
 PWFData::PWFData(const PWFDateTime& value) noexcept : logicalType_(LTDateTime), value_(value) {}
 PWFData::PWFData(const PWFInterval& value) noexcept : logicalType_(LTInterval), value_(value) {}

@@ -74,7 +74,8 @@ class CPI_API PWFData {
   PWFData(const C* text, std::int32_t length, ELogicalType logicalType, EOwnership ownership)
       : PWFData(asUnits(text), length, logicalType, ownership) {}
   // An integer value. `isUnsigned` says that the 64 bits are to be read without a sign.
-  PWFData(std::int64_t value, bool isUnsigned) noexcept;
+  PWFData(std::int64_t value, bool isUnsigned) noexcept
+      : logicalType_(LTInteger), isUnsigned_(isUnsigned), value_(value) {}
   explicit PWFData(double value) noexcept;
   // Exactly a bool: a pointer would convert to one.
   template <std::same_as<bool> Flag>
@@ -94,6 +95,11 @@ class CPI_API PWFData {
   std::int32_t getInt32Value() const;
   std::int64_t getInt64Value() const;
   double getDoubleValue() const;
+  // The number of an integer value that is at home in 64 bits with a sign; null for others.
+  const std::int64_t* getSignedValue() const noexcept {
+    const std::int64_t* const number = std::get_if<std::int64_t>(&value_);
+    return number != nullptr && isUnsigned_ && *number < 0 ? nullptr : number;
+  }
   // False unless the value is a true boolean.
   bool getBooleanValue() const noexcept;
   // Null when the value is of another kind.

@@ -6,8 +6,10 @@
 #ifndef CPI_RUNTIME_UTF16_H
 #define CPI_RUNTIME_UTF16_H
 
+#include <bit>
 #include <concepts>
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -29,8 +31,29 @@ inline const char16_t* asChars(const unsigned short* text) noexcept {
 }
 
 // Length in code units of a zero-terminated text; 0 for null.
-inline std::size_t textLength(const unsigned short* text) noexcept {
-  return text == nullptr ? 0 : std::char_traits<char16_t>::length(asChars(text));
+//
+// Reads whole aligned words, four units at a time, and so up to three units in front of the text
+// and behind its terminator. They lie on the same page; no memory checker must mind.
+__attribute__((no_sanitize("address", "thread"))) inline std::size_t textLength(
+    const unsigned short* text) noexcept {
+  using Word [[gnu::may_alias]] = std::uint64_t;
+  constexpr std::uint64_t kLowBits = 0x0001000100010001;
+  constexpr std::uint64_t kHighBits = 0x8000800080008000;
+  if (text == nullptr) return 0;
+  asm volatile("" : "+r"(text));  // the optimiser knows nothing of where the text begins and ends
+  const std::uintptr_t skipped = reinterpret_cast<std::uintptr_t>(text) % sizeof(Word);
+  const auto* word =
+      reinterpret_cast<const Word*>(reinterpret_cast<std::uintptr_t>(text) - skipped);
+  // Units in front of the text become ones that do not end it. The lowest unit of 0 is found
+  // exactly: a borrow, by which others look like 0, only goes up.
+  std::uint64_t units = *word | ((std::uint64_t{1} << 8 * skipped) - 1);
+  std::size_t bytes = 0;
+  for (;; units = *++word, bytes += sizeof(Word)) {
+    const std::uint64_t ends = (units - kLowBits) & ~units & kHighBits;
+    if (ends == 0) continue;
+    bytes += static_cast<std::size_t>(std::countr_zero(ends)) / 8;
+    return (bytes - skipped) / sizeof(unsigned short);
+  }
 }
 
 // A view of a zero-terminated text; empty for null. Valid as long as the text.

@@ -38,10 +38,14 @@ bool beginsWithTag(std::string_view text) noexcept {
   return digits > 0 && digits <= kMaxDigits && digits < text.size() && text[digits] == '=';
 }
 
-// "8=FIX" in a line, but not as the end of a greater tag.
-std::size_t findStart(std::string_view line) noexcept {
-  std::size_t at = line.find(kMessageStart);
-  while (at != line.npos && at > 0 && isDigit(line[at - 1])) at = line.find(kMessageStart, at + 1);
+// Where "8=FIX" stands in the line, but not as the end of a greater tag; else where the line ends.
+// Lines may be long and hold many messages: nothing behind what is sought is looked at.
+std::size_t findStart(std::string_view text, std::size_t from) noexcept {
+  std::size_t at = from;
+  for (; at < text.size() && text[at] != '\n'; ++at) {
+    const bool isEnd = at > from && isDigit(text[at - 1]);
+    if (!isEnd && text.substr(at).starts_with(kMessageStart)) break;
+  }
   return at;
 }
 
@@ -82,15 +86,10 @@ std::size_t endByLength(std::string_view text, std::size_t checkSum,
   return checkSum + (rest[stop] == mark ? stop + 1 : stop);
 }
 
-// The end of a message by its first check sum; npos when there is none.
-std::size_t endByCheckSum(std::string_view line, FixDelimiter delimiter) noexcept {
-  const std::string_view mark = textOf(delimiter);
-  for (std::size_t at = line.find(mark); at != line.npos; at = line.find(mark, at + 1)) {
-    if (!line.substr(at + mark.size()).starts_with("10=")) continue;
-    const std::size_t end = line.find(mark, at + mark.size());
-    return end == line.npos ? end : end + mark.size();
-  }
-  return line.npos;
+// Where a field ends, or the line.
+std::size_t findEnd(std::string_view text, std::string_view mark, std::size_t from) noexcept {
+  while (from < text.size() && text[from] != '\n' && !text.substr(from).starts_with(mark)) ++from;
+  return from;
 }
 
 // Bytes 0x01 in a word of eight, each marked by its highest bit. Marks above the lowest one may be
@@ -146,21 +145,19 @@ FixFramer::Outcome FixFramer::next(std::string_view text, bool isLast, std::size
                                    FixFrame& frame) {
   while (at < text.size()) {
     // Messages that follow one another are found without a look at lines.
-    std::size_t start = 0;
+    std::size_t start = at;
     if (!isFresh_ || !beginsWithTag(text.substr(at))) {
-      const std::size_t newline = text.find('\n', at);
-      const std::string_view line = text.substr(at, newline - at);
-      start = findStart(line);
-      if (start == line.npos && newline == text.npos && !isLast) return passOver(text, at);
-      if (start == line.npos) {
-        at += std::min(line.size() + 1, text.size() - at);
+      start = findStart(text, at);
+      if (start == text.size() && !isLast) return passOver(text, at);
+      if (start == text.size() || text[start] == '\n') {
+        at = std::min(start + 1, text.size());
         isFresh_ = true;
         continue;
       }
     }
-    if (!frameAt(text.substr(at + start), isLast, frame)) return Outcome::NeedsMore;
-    frame.begin += at + start;
-    frame.end += at + start;
+    if (!frameAt(text.substr(start), isLast, frame)) return Outcome::NeedsMore;
+    frame.begin += start;
+    frame.end += start;
     at = frame.end;
     isFresh_ = true;
     return Outcome::Found;
@@ -187,12 +184,17 @@ bool FixFramer::frameAt(std::string_view text, bool isLast, FixFrame& frame) noe
     frame.end = endByLength(text, byLength, frame.delimiter);
     if (frame.end != text.npos) return true;
   }
-  const std::size_t newline = text.find('\n');
-  const std::string_view line = text.substr(0, newline);
-  frame.end = endByCheckSum(line, frame.delimiter);
-  if (frame.end != text.npos) return true;
-  frame.end = line.ends_with('\r') ? line.size() - 1 : line.size();
-  return isLast || newline != text.npos;
+  const std::string_view mark = textOf(frame.delimiter);
+  std::size_t end = findEnd(text, mark, 0);
+  while (end < text.size() && text[end] != '\n') {
+    const bool isCheckSum = text.substr(end + mark.size()).starts_with("10=");
+    end = findEnd(text, mark, end + mark.size());
+    if (!isCheckSum || end == text.size() || text[end] == '\n') continue;
+    frame.end = end + mark.size();
+    return true;
+  }
+  frame.end = end > 0 && text[end - 1] == '\r' ? end - 1 : end;
+  return isLast || end < text.size();
 }
 
 // What has no tag is all value.

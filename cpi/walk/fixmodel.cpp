@@ -1,6 +1,7 @@
 #include "cpi/walk/fixmodel.h"
 
 #include <algorithm>
+#include <stdexcept>
 #include <utility>
 
 #include "cpi/extract/modelconventions.h"
@@ -12,6 +13,12 @@ namespace {
 
 // Fields with smaller numbers are found by them as by an index.
 constexpr std::int32_t kDenseNumbers = 1 << 16;
+// Real models have each value and member read once, and some tens of thousands of them.
+constexpr std::int64_t kMaxRowsRead = 5'000'000;
+
+// The width of a type's mask, in words: a bit for each tag of most dictionaries, but no more
+// memory than the tables take.
+std::size_t maskWordsFor(std::int32_t types) noexcept { return types <= 1 << 14 ? 32 : 1; }
 
 }  // namespace
 
@@ -28,7 +35,9 @@ FixModel::FixModel(const StdDictionaryInfo& dictionary)
     : dictionary_(&dictionary),
       fields_(asIndex(dictionary.tags().rowCount())),
       types_(asIndex(dictionary.types().rowCount())),
-      members_(asIndex(dictionary.typeMembers().rowCount())) {
+      members_(asIndex(dictionary.typeMembers().rowCount())),
+      maskWords_(maskWordsFor(dictionary.types().rowCount())),
+      masks_(types_.size() * maskWords_) {
   if (const WIREFORMAT_DEFINITION* const format = dictionary.wireFormats().find(0)) {
     beginString_ = toUtf8(textView(format->FormatId));
   }
@@ -37,6 +46,12 @@ FixModel::FixModel(const StdDictionaryInfo& dictionary)
   for (std::int32_t row = 0; row < dictionary.tags().rowCount(); ++row) {
     const SMD_TAG_DEFINITION& tag = dictionary.tags().row(row);
     if (tag.Class != TCField && tag.DVTableIndex >= 0) readMessage(row, tag);
+  }
+}
+
+void FixModel::countRow() {
+  if (++rowsRead_ > kMaxRowsRead) {
+    throw std::length_error("too many fields of the dictionary share their values or members");
   }
 }
 
@@ -67,6 +82,7 @@ std::int32_t FixModel::readValueSet(std::int32_t firstRow) {
   FixValueSet set;
   const auto& rows = dictionary_->valueSet();
   for (std::int32_t row = firstRow; rows.contains(row); ++row) {
+    countRow();
     const std::int32_t value = rows.row(row).ValueSetValueIndex;
     if (value == kNone) break;
     const SMD_VALUE_DEFINITION* const definition = dictionary_->values().find(value);
@@ -114,7 +130,11 @@ void FixModel::readMembers() {
     type.firstMember = rows.contains(definition.ToTypeMbrIndex) ? definition.ToTypeMbrIndex : kNone;
     for (std::int32_t member = type.firstMember; rows.contains(member); ++member) {
       if (rows.row(member).ParentTypeId != definition.TypeId) break;
+      countRow();
       ++type.memberCount;
+      const std::int32_t tag = rows.row(member).toTagIndex;
+      const std::size_t bit = asIndex(std::max(tag, 0)) % (64 * maskWords_);
+      masks_[asIndex(row) * maskWords_ + bit / 64] |= std::uint64_t{1} << bit % 64;
       type.requiredCount += members_[asIndex(member)].isRequired ? 1 : 0;
     }
   }
@@ -129,6 +149,7 @@ void FixModel::readMessage(std::int32_t row, const SMD_TAG_DEFINITION& tag) {
       dictionary_->types().contains(tag.ToTypeIndexField) ? tag.ToTypeIndexField : kNone;
   const std::int32_t first = firstMember(message.typeIndex);
   for (std::int32_t i = 0; i < memberCount(message.typeIndex); ++i) {
+    countRow();
     const SMD_TAG_DEFINITION* const part =
         dictionary_->tags().find(dictionary_->typeMembers().row(first + i).toTagIndex);
     if (part == nullptr) {
@@ -154,7 +175,7 @@ std::span<const std::int32_t> FixModel::membersWith(std::int32_t tagRow) const n
 
 // The members of a type are neighbours, so that the first one at or behind its first is the one.
 std::int32_t FixModel::memberOf(std::int32_t type, std::int32_t tagRow) const noexcept {
-  if (type < 0) return kNone;
+  if (!isType(type)) return kNone;
   const Type& in = types_[asIndex(type)];
   const std::span<const std::int32_t> members = membersWith(tagRow);
   const auto found = std::ranges::lower_bound(members, in.firstMember);

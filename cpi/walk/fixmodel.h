@@ -47,6 +47,8 @@ class FixModel {
   // Whether a dictionary is one of FIX messages.
   static bool isFix(const StdDictionaryInfo& dictionary);
 
+  // Throws std::length_error when so many fields share their values, or types their members, that
+  // reading them would not end in reasonable time.
   explicit FixModel(const StdDictionaryInfo& dictionary);
   FixModel(const FixModel&) = delete;
   FixModel& operator=(const FixModel&) = delete;
@@ -70,14 +72,14 @@ class FixModel {
   }
   // By Types row: how many of its members must occur.
   std::int32_t requiredCount(std::int32_t type) const noexcept {
-    return type < 0 ? 0 : types_[asIndex(type)].requiredCount;
+    return isType(type) ? types_[asIndex(type)].requiredCount : 0;
   }
   // Its first member, and the number of all; none for a negative row.
   std::int32_t firstMember(std::int32_t type) const noexcept {
-    return type < 0 ? kNone : types_[asIndex(type)].firstMember;
+    return isType(type) ? types_[asIndex(type)].firstMember : kNone;
   }
   std::int32_t memberCount(std::int32_t type) const noexcept {
-    return type < 0 ? 0 : types_[asIndex(type)].memberCount;
+    return isType(type) ? types_[asIndex(type)].memberCount : 0;
   }
   // By Type Members row of a count field: the member of its group's instances, or kNone.
   std::int32_t groupMember(std::int32_t member) const noexcept {
@@ -85,6 +87,12 @@ class FixModel {
   }
   bool isRequired(std::int32_t member) const noexcept {
     return members_[asIndex(member)].isRequired;
+  }
+  // False only when no member of the type bears the tag. Costs next to nothing.
+  bool mayHave(std::int32_t type, std::int32_t tagRow) const noexcept {
+    if (!isType(type)) return false;
+    const std::size_t bit = asIndex(tagRow) % (64 * maskWords_);
+    return (masks_[asIndex(type) * maskWords_ + bit / 64] >> bit % 64 & 1) != 0;
   }
   // The member of a type that bears a tag, or kNone.
   std::int32_t memberOf(std::int32_t type, std::int32_t tagRow) const noexcept;
@@ -113,6 +121,12 @@ class FixModel {
   };
 
   static std::size_t asIndex(std::int32_t row) noexcept { return static_cast<std::size_t>(row); }
+  // An index out of a record may lead nowhere.
+  bool isType(std::int32_t type) const noexcept {
+    return static_cast<std::uint32_t>(type) < types_.size();
+  }
+  // Of rows that are read for each that refers to them.
+  void countRow();
   std::int32_t sparseRow(std::int32_t number) const noexcept;
   void readFields();
   void readField(std::int32_t row, const SMD_TAG_DEFINITION& tag);
@@ -121,11 +135,14 @@ class FixModel {
   void readMessage(std::int32_t row, const SMD_TAG_DEFINITION& tag);
 
   const StdDictionaryInfo* dictionary_;
+  std::int64_t rowsRead_ = 0;
   std::string beginString_;
   std::vector<std::int32_t> rows_;  // of the fields with small numbers
   std::vector<Field> fields_;       // by Tags row
   std::vector<Type> types_;         // by Types row
   std::vector<Member> members_;     // by Type Members row
+  std::size_t maskWords_;
+  std::vector<std::uint64_t> masks_;  // by Types row: its members' tags, one bit for several
   std::vector<FixValueSet> valueSets_;
   std::unordered_map<std::int32_t, std::int32_t> setOfRow_;  // by first Value Set row
   std::vector<std::size_t> firstUse_;                        // by Tags row, and the end: into uses_

@@ -9,6 +9,8 @@ namespace {
 
 // What the first fields of every message are.
 constexpr std::array<std::int32_t, 3> kFixedPlaces = {kFixBeginString, kFixBodyLength, kFixMsgType};
+// A group may be defined inside itself, and a message is long: levels cost time and stack.
+constexpr std::size_t kMaxLevels = 256;
 
 }  // namespace
 
@@ -132,7 +134,8 @@ void FixWalk::place(const FixField& field) {
   }
   if (level().awaited != kNone) awaitGroup(field);
   if (field.row == level().delimiter && level().hadChild) beginInstance(level(), field);
-  if (move(level(), field.number)) {
+  // Without the first question, a field of another level would be searched for in vain.
+  if (model_->mayHave(level().typeIndex, field.row) && move(level(), field.number)) {
     settle(field);
   } else {
     placeElsewhere(field);
@@ -174,7 +177,7 @@ void FixWalk::awaitGroup(const FixField& field) {
   const std::int32_t member = model_->memberOf(type, field.row);
   const bool isFirst = member == model_->firstMember(type);
   const bool isTold = fixNumberOf(message_->value(*level().awaitedCount)) != 0;
-  if (member != kNone && (isFirst || isTold)) {
+  if (member != kNone && (isFirst || isTold) && levels_.size() < kMaxLevels) {
     openGroup(field);
   } else {
     closeAwaited(level());

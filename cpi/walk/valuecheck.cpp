@@ -17,6 +17,8 @@ namespace {
 constexpr std::size_t kMaxShownValues = 20;
 // Types derive from one another through fewer steps than these.
 constexpr int kMaxBases = 64;
+// Sets may overlap, so that a small dictionary has very many values in all; start over then.
+constexpr std::size_t kMaxKeptValues = 1'000'000;
 
 bool isSpace(char unit) noexcept {
   return unit == ' ' || unit == '\t' || unit == '\n' || unit == '\r';
@@ -200,9 +202,14 @@ bool ValueCheck::isInSet(std::int32_t tagIndex, std::int32_t logicalType, std::s
 
 const ValueCheck::ValueSet& ValueCheck::setOf(std::int32_t tagIndex, std::int32_t logicalType) {
   const std::int32_t first = dictionary_.tags().row(tagIndex).ValueSetTableIndex;
-  const auto [entry, isNew] = sets_.try_emplace(first);
-  ValueSet& set = entry->second;
-  if (!isNew) return set;
+  if (const auto known = sets_.find({first, logicalType}); known != sets_.end()) {
+    return known->second;
+  }
+  if (valueCount_ > kMaxKeptValues) {
+    sets_.clear();
+    valueCount_ = 0;
+  }
+  ValueSet set;
   forEachValue(dictionary_, first, [&](const SMD_VALUE_DEFINITION& value) {
     const std::optional<std::string> text = textOf(value);
     std::string collapsed;
@@ -213,7 +220,8 @@ const ValueCheck::ValueSet& ValueCheck::setOf(std::int32_t tagIndex, std::int32_
     set.keys.insert(std::move(key));
     return set.isJudged;
   });
-  return set;
+  valueCount_ += set.keys.size();
+  return sets_.emplace(std::pair(first, logicalType), std::move(set)).first->second;
 }
 
 // In the units of the type's length limits; -1 when these say nothing of the text.

@@ -12,10 +12,11 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <unordered_set>
+#include <utility>
 
 #include "cpi/dictinfo/stddi/stddictionaryinfo.h"
 #include "cpi/walk/verdict.h"
@@ -57,7 +58,9 @@ class ValueCheck {
 
   const WalkModel& model_;
   const StdDictionaryInfo& dictionary_;
-  std::unordered_map<std::int32_t, ValueSet> sets_;  // by first row of the set
+  // By first row of the set and logical type of the values.
+  std::map<std::pair<std::int32_t, std::int32_t>, ValueSet> sets_;
+  std::size_t valueCount_ = 0;  // of all sets
   std::string key_;
   std::string collapsed_;
 };

@@ -27,19 +27,25 @@ class Iterator : public StdDictionaryIterator {
   }
 
  private:
+  // Indexes are rows, sentinels, or what the record in question has, wherever that leads.
   void checkEntry(const DictionaryPosition& entry) const {
     const StdDictionaryInfo& dictionary = *dictionaryInfo;
     require(entry.dictionary == dictionaryInfo, "an entry of another dictionary");
-    require(dictionary.typeMembers().contains(entry.memberIndex) ||
-                (entry.memberIndex <= kNone && entry.memberIndex >= kContextMember),
+    require(entry.repeatIndex >= kRestartedRepeat, "an occurrence below the sentinels");
+    if (const auto* const member = dictionary.typeMembers().find(entry.memberIndex)) {
+      require(entry.tagIndex == member->toTagIndex, "another tag than the member's");
+      require(entry.typeIndex == member->toTypeIndex, "another type than the member's");
+      return;
+    }
+    require(entry.memberIndex <= kNone && entry.memberIndex >= kContextMember,
             "a member index that is neither a row nor a sentinel");
-    require(dictionary.tags().contains(entry.tagIndex) ||
-                (entry.tagIndex <= kNone && entry.tagIndex >= kUnsetTag),
+    const auto* const tag = dictionary.tags().find(entry.tagIndex);
+    require(tag != nullptr || (entry.tagIndex <= kNone && entry.tagIndex >= kUnsetTag),
             "a tag index that is neither a row nor a sentinel");
     require(dictionary.types().contains(entry.typeIndex) ||
-                (entry.typeIndex <= kNone && entry.typeIndex >= kUnsetType),
+                (entry.typeIndex <= kNone && entry.typeIndex >= kUnsetType) ||
+                (tag != nullptr && entry.typeIndex == tag->ToTypeIndexField),
             "a type index that is neither a row nor a sentinel");
-    require(entry.repeatIndex >= kRestartedRepeat, "an occurrence below the sentinels");
   }
 };
 
@@ -97,12 +103,11 @@ void ask(Iterator& at) {
 }
 
 void checkPlace(const StdDictionaryInfo& dictionary, const ExpectedPlace& place) {
-  require(place.memberIndex == kNone || dictionary.typeMembers().contains(place.memberIndex),
-          "a listed member that is no row");
-  require(place.tagIndex == kNone || dictionary.tags().contains(place.tagIndex),
-          "a listed tag that is no row");
-  require(place.typeIndex == kNone || dictionary.types().contains(place.typeIndex),
-          "a listed type that is no row");
+  if (place.memberIndex == kNone) return;
+  const auto* const member = dictionary.typeMembers().find(place.memberIndex);
+  require(member != nullptr, "a listed member that is no row");
+  require(place.tagIndex == member->toTagIndex, "another tag than the member's");
+  require(place.typeIndex == member->toTypeIndex, "another type than the member's");
 }
 
 void list(const Iterator& at, ByteReader& bytes) {

@@ -12,7 +12,7 @@ from report import Result
 
 
 def run_of(**costs):
-    """A run of benchmarks: nanoseconds an item, repetition by repetition, by name ('__' for '/')."""
+    """A run of benchmarks: by name ('__' for '/') nanoseconds an item, repetition by repetition."""
     return Run([{"benchmarks": [
         {"run_name": name.replace("__", "/"), "run_type": "iteration", "allocs": cost % 2,
          "items_per_second": 1e9 / cost}

@@ -119,6 +119,29 @@ TEST(Image, WhatIsWrittenOpensAgain) {
   EXPECT_EQ(imageOf(*opened(std::span(shifted).subspan(1))), image) << "unaligned";
 }
 
+// The index is derived: one that leads out of the tables, or is cut, is no reason to refuse them.
+TEST(Image, AnIndexThatDoesNotFitIsBuiltAnew) {
+  const auto dictionary = loaded();
+  const Image image = imageOf(*dictionary);
+  ImageContentsHead head;
+  std::memcpy(&head, image.data() + sizeof(ImageHead), sizeof head);
+  ASSERT_GT(head.derivedWords, 10u);
+  const std::size_t start = image.size() - 8 * head.derivedWords;
+  for (std::size_t place = start; place < image.size(); place += 4) {
+    Image changed = image;
+    changed[place + 3] = 0x7F;
+    seal(changed);
+    const auto copy = opened(changed);
+    for (const char16_t* const name : {u"A", u"B", u"C", u""}) copy->getTagDefIndexFromName(name);
+    EXPECT_EQ(copy->getTagDefIndex(2), dictionary->getTagDefIndex(2));
+  }
+  Image cut(image.begin(), image.begin() + static_cast<std::ptrdiff_t>(start));
+  head.derivedWords = 0;
+  std::memcpy(cut.data() + sizeof(ImageHead), &head, sizeof head);
+  seal(cut);
+  EXPECT_EQ(imageOf(*opened(cut)), image);
+}
+
 // Old tables, old texts and the copies that share them: all follow, and nothing stays behind.
 TEST(Image, OpeningReplacesTheTablesOfAllThatShareThem) {
   const Image image = imageOf(*loaded());
@@ -233,12 +256,13 @@ TEST(Image, EachPartIsVerified) {
       {8, 0x04030201, 4,
        "found byte order mark 0x0000000004030201 at byte 8; expected 0x0000000001020304, the byte "
        "order of this machine"},
-      {12, 2, 4, "found version 2 at byte 12; expected 1"},
+      {12, 3, 4, "found version 3 at byte 12; expected 2"},
       {kContents, 2, 4, "found 2 tables at byte 32; expected 1"},
       {kContents + 4, -1, 4,
        "found 152 bytes up to the end of the image at byte 48; expected 8589934592 for the message "
        "set id"},
-      {kContents + 12, 1, 4, "found 1 at byte 44; expected 0, for nothing is kept here"},
+      {kContents + 12, 1, 4,
+       "found 0 bytes up to the end of the image at byte 200; expected 8 for what was derived"},
       {50, 1, 1, "found 1 at byte 50; expected 0, for nothing is kept here"},
       {kTable, 0, 4,
        "found 2 rows of 0 bytes at byte 56; expected neither, or both and at most 4 "

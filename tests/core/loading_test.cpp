@@ -84,6 +84,22 @@ TEST(Loading, FixedTextsHold255Units) {
   }
 }
 
+TEST(Loading, LimitsAreThoseOfTheDictionary) {
+  const std::pair<const char*, const char*> kCases[] = {
+      {"21{ 2000:0=#3", "a table has 0 to 2 rows, not 3"},
+      {"2{ 201:0=#1 201:1=#2 201:2=#3 202:0=A", "a table has 0 to 2 rows, not 3"},
+      {"26{ 2000:0=#1 2601:0=u 1001{ 100102:0=a 100104:0=x } 1001{ 100102:0=b 100104:0=x",
+       "a table has at most 2 properties"},
+      {"24{ 2000:0=#2 } 20{ 2000:0=#2", "the tables would claim more than 1100 bytes"},
+  };
+  for (const auto& [events, message] : kCases) {
+    StdDictionaryInfo dictionary(0);
+    dictionary.setLoadLimits({.rows = 2, .properties = 2, .bytes = 1100});
+    const std::string error = errorOf(dictionary, kIdentified + std::string(events));
+    EXPECT_NE(error.find(message), std::string::npos) << error;
+  }
+}
+
 TEST(Loading, NeedsAnIdentification) {
   const std::pair<const char*, const char*> kCases[] = {
       {"( )", "stddictionaryhandler:78)"},
@@ -103,7 +119,7 @@ TEST(Loading, WhatHasNoPlaceIsSkipped) {
   StdDictionaryInfo dictionary(0);
   feedText(dictionary, "5:0=early 1000{ } )");  // no load in progress
   EXPECT_EQ(errorOf(dictionary,
-                    "( 7:0=x 1000{ 100002:0=S 100015:9=? } 3{ 1:0=x } 1001{ 100104:0=x } "
+                    "( 7:0=x 7:0=#5 =#6 1000{ 100002:0=S 100015:9=? } 3{ 1:0=x } 1001{ 100104:0=x } "
                     "2{ 2000:0=#5 201:0=#4 299:7=? 202:0=A 203:0=#1 } 22{ 2000:0=#1 2203:5=#1 } )"),
             "");
   EXPECT_EQ(dictionary.tags().rowCount(), 1);

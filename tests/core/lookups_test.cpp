@@ -43,10 +43,12 @@ std::int32_t probe(const std::vector<std::int32_t>& ids, std::int32_t wanted) {
 
 TEST(IdLookups, GiveTheRowThatTheProbingReaches) {
   std::mt19937 random(20260719);
-  for (int round = 0; round < 200; ++round) {
+  constexpr std::uint32_t kSpreads[] = {30, 100, 3'000'000'000};
+  for (int round = 0; round < 300; ++round) {
     std::vector<std::int32_t> ids(random() % 40);
-    for (std::int32_t& id : ids) id = static_cast<std::int32_t>(random() % 30) - 3;
-    if (round % 3 != 0) std::sort(ids.begin(), ids.end());  // ascending, often with equal ids
+    for (std::int32_t& id : ids) id = static_cast<std::int32_t>(random() % kSpreads[round % 3]) - 3;
+    if (round % 4 != 0) std::sort(ids.begin(), ids.end());  // ascending, often with equal ids
+    if (round % 4 > 1) ids.erase(std::unique(ids.begin(), ids.end()), ids.end());
     StdDictionaryInfo dictionary(0);
     std::vector<std::int32_t> rows(ids.size());
     for (std::size_t i = 0; i < rows.size(); ++i) rows[i] = static_cast<std::int32_t>(i);
@@ -56,7 +58,9 @@ TEST(IdLookups, GiveTheRowThatTheProbingReaches) {
                                 column(2101, ids) + "} " + sized(20, ids.size()) +
                                 column(2001, ids) + column(2002, rows) + "} )"),
         "");
-    for (std::int32_t wanted = -5; wanted < 30; ++wanted) {
+    std::vector<std::int32_t> questions(ids);
+    for (std::int32_t wanted = -5; wanted < 30; ++wanted) questions.push_back(wanted);
+    for (const std::int32_t wanted : questions) {
       const std::int32_t expected = probe(ids, wanted);
       ASSERT_EQ(dictionary.getTagDefIndex(wanted), expected) << "round " << round;
       ASSERT_EQ(dictionary.getTypeDefIndex(wanted), expected) << "round " << round;
@@ -244,6 +248,54 @@ TEST(Queries, RecordsAndResultCodes) {
   const MSGSET_DEFINITION* project = nullptr;
   EXPECT_EQ(dictionary.getMsgSetDefinition(project), 0);
   EXPECT_EQ(project, nullptr);
+}
+
+// A dictionary whose load has not ended has no index and looks at the tables themselves.
+TEST(Queries, AnIndexAnswersAsTheTablesDo) {
+  std::mt19937 random(815);
+  const auto numbers = [&](std::size_t count, std::uint32_t spread, bool isSorted) {
+    std::vector<std::int32_t> values(count);
+    for (std::int32_t& value : values) value = static_cast<std::int32_t>(random() % spread) - 1;
+    if (isSorted) std::sort(values.begin(), values.end());
+    return values;
+  };
+  for (int round = 0; round < 30; ++round) {
+    const bool isSorted = round % 2 == 0;
+    const std::string stream =
+        "( 1000{ 100002:0=S } 4{ " + column(401, numbers(200, 4, isSorted)) +
+        column(402, numbers(200, 60, false)) + column(412, numbers(200, 9, false)) + "} " +
+        sized(21, 20) + column(2101, numbers(20, isSorted ? 20 : 400, isSorted)) +
+        column(2105, numbers(20, 20, false)) + column(2106, numbers(20, 6, false)) +
+        column(2107, numbers(20, 200, false)) + "} " + sized(22, 50) +
+        column(2201, numbers(50, 4, false)) + column(2202, numbers(50, 4, isSorted)) + "} ";
+    StdDictionaryInfo indexed(0);
+    StdDictionaryInfo plain(0);
+    ASSERT_EQ(errorOf(indexed, stream + ")"), "");
+    errorOf(plain, stream);
+    ASSERT_NE(indexed.index(), nullptr);
+    ASSERT_EQ(plain.index(), nullptr);
+    const auto answers = [](const StdDictionaryInfo& dictionary) {
+      std::string all;
+      const auto tell = [&](std::int32_t value) { all += std::to_string(value) + " "; };
+      for (std::int32_t i = -2; i < 202; ++i) {
+        std::int32_t count = -7;
+        std::int32_t index = -7;
+        const SMD_STRUCTURE_ELEMENT_DEFINITION* member = nullptr;
+        const SMD_PATH_BASED_DEFINITION* path = nullptr;
+        tell(dictionary.getStructureDefinitionFromIndex(i, count, member));
+        tell(dictionary.getStructureDefinition(i, count, member, index));
+        tell(count);
+        tell(dictionary.getTypeBaseLogicalType(i));
+        tell(dictionary.getTypeDefIndexFromLogicalType(static_cast<LOGICAL_TYPE>(i)));
+        tell(dictionary.getTagDefIndexUsingParentTypeDefIndex(i % 20, i / 3));
+        tell(dictionary.getPathBasedInfo(i / 10, i % 10, count, path, index));
+        tell(count);
+        tell(index);
+      }
+      return all;
+    };
+    ASSERT_EQ(answers(indexed), answers(plain)) << "round " << round;
+  }
 }
 
 TEST(Queries, PropertiesFromOverrideOrTag) {

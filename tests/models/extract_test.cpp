@@ -535,6 +535,11 @@ TEST_F(ExtractFile, OtherFilesAreRefused) {
   EXPECT_EQ(refusal(load), path_ + ":1:1: found byte 0x3C" + forms);
   EXPECT_EQ(refusal([] { loadDictionary(testing::TempDir()); }),
             testing::TempDir() + ": the file cannot be read");
+  write(R"({"extract": 1, "stream": [{"section": "Identification", "content": []},
+{"section": "ValueSet", "content": [{"column": "NumRows", "values": [16777216]}]}]})");
+  EXPECT_NE(refusal(load).find("row 0: the tables would claim more than 1088256 bytes"),
+            std::string::npos)
+      << refusal(load);
 }
 
 TEST(Extract, AFailingStreamIsReported) {

@@ -92,7 +92,7 @@ TEST(Threads, ReadWhatARefusedLoadLeft) {
   for (std::int32_t id = 1; id < 200; ++id) {
     tables.Tags.push_back({.Id = id, .TextIdentifier = u"tag" + std::u16string(50, u'x')});
   }
-  tables.TypeMembers.resize(40);
+  tables.TypeMembers.resize(60);  // too many
   dictionary.setLoadLimits({.rows = 199, .bytes = 16'000});
   EXPECT_THROW(feed(tables, dictionary), KelConfigurationException);
   std::atomic<std::size_t> units{0};

@@ -107,5 +107,15 @@ TEST(WalkModel, GroupsTooEntangledToList) {
   EXPECT_THROW(WalkModel{dictionary}, std::length_error);
 }
 
+TEST(WalkModel, TooManyTypesThatShareTheirMembers) {
+  DictionaryTables tables;
+  tables.Identification.emplace();
+  tables.TypeMembers.resize(3000, {.ParentTypeId = 1, .toTagIndex = kNone, .toTypeIndex = kNone});
+  tables.Types.resize(3000, {.LogicalType = 0, .ToTypeMbrIndex = 0});
+  StdDictionaryInfo dictionary(0);
+  feed(tables, dictionary);
+  EXPECT_THROW(WalkModel{dictionary}, std::length_error);
+}
+
 }  // namespace
 }  // namespace cpi::test

@@ -5,6 +5,7 @@
 
 #include "cpi/dictinfo/stddi/stddictionaryinfo.h"
 #include "cpi/dictinfo/stddi/stddictionaryiterator.h"
+#include "cpi/extract/schemaproperties.h"
 #include "tests/models/xsd_support.h"
 
 namespace {
@@ -165,6 +166,67 @@ TEST(XsdAttributes, AreFoundBesideTheElements) {
     ASSERT_TRUE(found.moveToFirstChildTagName(name, KelStringBase(), true, true));
     ASSERT_NE(found.getMemberDef(), nullptr);
   }
+}
+
+struct TakeCase {
+  const char16_t* element;
+  const char* type;
+  bool may;
+};
+const TakeCase kTakeCases[] = {
+    {u"valued", "Valued", true},   {u"valued", "Number", true},
+    {u"valued", "decimal", false}, {u"f", "Number", true},
+    {u"f", "Valued", false},  // blocked by the element
+    {u"base", "Base", true},       {u"base", "Less", true},
+    {u"base", "More", false},  // blocked by the type
+    {u"either", "Short", true},    {u"either", "Valued", true},
+    {u"either", "List", false},    {u"any", "Few", true},
+    {u"any", "More", true},        {u"simple", "Either", true},
+    {u"simple", "Base", false},
+};
+
+TEST(XsdAttributes, DerivationTellsWhichTypesAnElementMayTake) {
+  const DictionaryTables tables = xsdtest::compileBody(
+      std::string(kSchema) +
+      "<xs:element name='base' type='Base'/><xs:element name='valued' type='Number'/>"
+      "<xs:element name='either' type='Either'/><xs:element name='any'/>"
+      "<xs:element name='simple' type='xs:anySimpleType'/>");
+  StdDictionaryInfo dictionary(0);
+  feed(tables, dictionary);
+  const SchemaProperties properties(dictionary);
+  for (const TakeCase& take : kTakeCases) {
+    const TagRow& tag = xsdtest::tagNamed(tables, toUtf8(take.element));
+    const auto tagIndex = static_cast<std::int32_t>(&tag - tables.Tags.data());
+    const auto typeIndex = static_cast<std::int32_t>(typeRow(tables, take.type));
+    EXPECT_EQ(properties.mayTake(tagIndex, typeIndex), take.may)
+        << toUtf8(take.element) << " as " << take.type;
+  }
+  EXPECT_TRUE(properties.controlOfTag(0).isAbstract);
+  EXPECT_FALSE(properties.controlOfTag(-1).isAbstract);
+  EXPECT_FALSE(properties.mayTake(0, 9999));
+}
+
+// What a redefinition replaced is a base still, but it cannot be named.
+TEST(XsdAttributes, RedefinitionsReplaceTypes) {
+  const xsdtest::TemporaryDirectory directory;
+  directory.write("base.xsd",
+                  xsdtest::schemaText("<xs:complexType name='T'><xs:sequence><xs:element "
+                                      "name='a' type='xs:int'/></xs:sequence>"
+                                      "<xs:attribute name='x'/></xs:complexType>"
+                                      "<xs:element name='t' type='T'/>"));
+  const std::string file = directory.write(
+      "s.xsd",
+      xsdtest::schemaText("<xs:redefine schemaLocation='base.xsd'><xs:complexType name='T'>"
+                          "<xs:complexContent><xs:extension base='T'><xs:sequence>"
+                          "<xs:element name='b' type='xs:int'/></xs:sequence>"
+                          "<xs:attribute name='y'/></xs:extension></xs:complexContent>"
+                          "</xs:complexType></xs:redefine>"));
+  XsdReport report;
+  const DictionaryTables tables = compileXsd({file}, {}, report);
+  EXPECT_EQ(xsdtest::contentOfElement(tables, "t"), "6(a,b)");
+  const std::size_t row = typeRow(tables, "T");
+  EXPECT_EQ(attributesOf(tables, tables.Types[row].TypeId), "x:anySimpleType y:anySimpleType");
+  EXPECT_EQ(derivation(tables, row), "extension base^1");
 }
 
 // Most types of a schema have the attributes of others: one companion serves them, one tag each

@@ -68,6 +68,9 @@ std::vector<RefusalCase> refusalCases() {
       {"missing include and what it costs",
        schemaText("<xs:include schemaLocation='no.xsd'/><xs:element name='e' type='T'/>"),
        "schema document \"no.xsd\" is no local file, in no include root and not in the catalog"},
+      {"nothing to redefine", schemaText("\n<xs:redefine schemaLocation='no.xsd'/>"),
+       ":2:39: schema document \"no.xsd\" is no local file, in no include root and not in the "
+       "catalog; it is to be redefined"},
       {"nesting", repeated("<a>", 201), "elements are nested more than 200 deep"},
       {"entities that unfold",
        "<!DOCTYPE a [<!ENTITY a 'aa'>" +
@@ -191,11 +194,13 @@ TEST(XsdDocuments, ComeFromIncludeRootsWhenTheyAreNotBesideTheirReferrer) {
 TEST(XsdChecking, DoubtsAreReportedAndRefusedByFullChecking) {
   const TemporaryDirectory directory;
   const std::string file = directory.write(
-      "s.xsd", schemaText("<xs:complexType name='B'><xs:sequence><xs:element name='a'/><xs:element name='b'/>"
-                          "</xs:sequence></xs:complexType>\n<xs:complexType name='R'>"
-                          "<xs:complexContent><xs:restriction base='B'><xs:sequence><xs:element "
-                          "name='a'/></xs:sequence></xs:restriction></xs:complexContent>"
-                          "</xs:complexType>"));
+      "s.xsd",
+      schemaText(
+          "<xs:complexType name='B'><xs:sequence><xs:element name='a'/><xs:element name='b'/>"
+          "</xs:sequence></xs:complexType>\n<xs:complexType name='R'>"
+          "<xs:complexContent><xs:restriction base='B'><xs:sequence><xs:element "
+          "name='a'/></xs:sequence></xs:restriction></xs:complexContent>"
+          "</xs:complexType>"));
   XsdReport report;
   compileXsd({file}, {}, report);
   ASSERT_EQ(report.notices.size(), 1U);

@@ -19,7 +19,7 @@ namespace cpi {
 inline constexpr std::array<unsigned char, 8> kImageMagic = {
     kImageFirstByte, 'C', 'P', 'I', '\r', '\n', 0x1A, '\n'};
 inline constexpr std::uint32_t kImageByteOrder = 0x01020304;
-inline constexpr std::uint32_t kImageVersion = 1;
+inline constexpr std::uint32_t kImageVersion = 2;
 inline constexpr std::uint64_t kImageAlignment = 8;
 // As many as a load admits. It also bounds the cost of putting them in order.
 inline constexpr std::uint32_t kMaximumImageProperties = 1024;
@@ -35,7 +35,7 @@ struct ImageContentsHead {
   std::uint32_t slots = 0;
   std::uint32_t msgSetUnits = 0;  // of the message set id, which follows; the format id comes next
   std::uint32_t formatUnits = 0;
-  std::uint32_t reserved = 0;
+  std::uint32_t derivedWords = 0;  // 8-byte words of what was derived, behind the last table
 };
 struct ImageTableHead {
   std::uint32_t recordSize = 0;  // 0 without rows
@@ -60,16 +60,37 @@ inline constexpr std::uint64_t paddedSize(std::uint64_t size) noexcept {
   return (size + kImageAlignment - 1) / kImageAlignment * kImageAlignment;
 }
 
-// Of a whole number of 8-byte words. Each step is a bijection both of the word and of the state,
-// so that a change within a single word always changes the result.
+// Of a whole number of 8-byte words: the sum of each eighth word, and the sum of these sums as they
+// grow, so that a change of a word changes its sum, and an exchange of words the other. It goes
+// through the bytes as fast as they come.
 inline std::uint64_t imageChecksum(std::span<const unsigned char> bytes) noexcept {
+  using Pair [[gnu::vector_size(16)]] = std::uint64_t;
   constexpr std::uint64_t kFactor = 0x9E3779B97F4A7C15;  // odd, with well-mixed bits
+  constexpr std::size_t kPairs = 4;
+  Pair sums[kPairs] = {};
+  Pair totals[kPairs] = {};
+  std::size_t done = 0;
+  for (; bytes.size() - done >= sizeof sums; done += sizeof sums) {
+#pragma GCC unroll 4
+    for (std::size_t i = 0; i < kPairs; ++i) {  // in registers, which a plain loop would not use
+      Pair words;
+      std::memcpy(&words, bytes.data() + done + i * sizeof words, sizeof words);
+      sums[i] += words;
+      totals[i] += sums[i];
+    }
+  }
   std::uint64_t state = bytes.size();
-  for (std::size_t i = 0; i + kImageAlignment <= bytes.size(); i += kImageAlignment) {
-    std::uint64_t word = 0;
-    std::memcpy(&word, bytes.data() + i, sizeof word);
+  const auto mix = [&state](std::uint64_t word) {
     state = (state ^ word) * kFactor;
     state ^= state >> 32;
+  };
+  for (; bytes.size() - done >= sizeof state; done += sizeof state) {
+    std::uint64_t word = 0;
+    std::memcpy(&word, bytes.data() + done, sizeof word);
+    mix(word);
+  }
+  for (const auto& pairs : {sums, totals}) {
+    for (std::size_t i = 0; i < 2 * kPairs; ++i) mix(pairs[i / 2][i % 2]);
   }
   return state;
 }
@@ -81,6 +102,7 @@ struct ImageContents {
   KelStringBase msgSetID;
   KelStringBase formatID;
   std::vector<DictTable> tables;
+  std::span<const unsigned char> derived;  // in the image; not looked into
 };
 
 // The rules of each slot's records; null where there are none.

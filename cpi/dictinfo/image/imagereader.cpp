@@ -47,7 +47,9 @@ class PartReader {
   Part take(const char* what) {
     Part part;
     std::memcpy(&part, take(sizeof part, what).data(), sizeof part);
-    expectZero(part.reserved, position_ - sizeof part.reserved);
+    if constexpr (requires { part.reserved; }) {
+      expectZero(part.reserved, position_ - sizeof part.reserved);
+    }
     return part;
   }
   KelStringBase takeText(std::uint64_t units, const char* what) {
@@ -87,7 +89,6 @@ void readRecords(PartReader& reader, const ImageTableHead& head, const RecordRul
   table.records = copyOf(records);
   table.rowCount = static_cast<std::int32_t>(head.rowCount);
   table.size = static_cast<std::uint32_t>(records.size());
-  if (rules != nullptr) rules->clearUnused({table.records, table.size});
 }
 
 // A capacity beyond the used bytes is no part of an image: it could claim any amount of memory.
@@ -185,6 +186,7 @@ ImageContents decodeImage(std::span<const unsigned char> image, const SlotRules&
     readRecords(reader, tableHead, rules[slot], contents.tables[slot]);
     readProperties(reader, tableHead, contents.tables[slot]);
   }
+  contents.derived = reader.take(kImageAlignment * head.derivedWords, "what was derived");
   if (reader.left() == 0) return contents;
   throw ImageError(reader.position(), number(reader.left()) + " bytes behind the last table",
                    "the end of the image");

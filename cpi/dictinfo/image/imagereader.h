@@ -8,9 +8,9 @@
 
 namespace cpi {
 
-// The contents of the image, verified, for a dictionary with a slot for each of `rules`. Nothing
-// that holds no value is taken over. Memory and time are bounded by the size of the image. Throws
-// ImageError and std::bad_alloc.
+// The contents of the image, verified, for a dictionary with a slot for each of `rules`. Bytes
+// that hold no value, pointers among them, are as the image has them: they have to be set. Memory
+// and time are bounded by the size of the image. Throws ImageError and std::bad_alloc.
 ImageContents decodeImage(std::span<const unsigned char> image, const SlotRules& rules);
 
 }  // namespace cpi

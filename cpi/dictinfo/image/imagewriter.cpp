@@ -111,9 +111,10 @@ void putTable(ImageWriter& writer, const DictTable& table, const RecordRules* ru
 }  // namespace
 
 std::vector<unsigned char> encodeImage(const KelStringBase& msgSetID, const KelStringBase& formatID,
-                                       std::span<const DictTable> tables, const SlotRules& rules) {
+                                       std::span<const DictTable> tables, const SlotRules& rules,
+                                       std::span<const unsigned char> derived) {
   std::uint64_t size = sizeof(ImageHead) + sizeof(ImageContentsHead);
-  size += bytesOf(msgSetID) + bytesOf(formatID);
+  size += bytesOf(msgSetID) + bytesOf(formatID) + derived.size();
   for (std::size_t slot = 0; slot < tables.size(); ++slot) {
     checkTable(slot, tables[slot], rules[slot]);
     size += bytesOf(tables[slot]);
@@ -121,12 +122,14 @@ std::vector<unsigned char> encodeImage(const KelStringBase& msgSetID, const KelS
   ImageWriter writer(size);
   writer.put(ImageHead{});
   writer.put(ImageContentsHead{static_cast<std::uint32_t>(tables.size()), unitsOf(msgSetID),
-                               unitsOf(formatID)});
+                               unitsOf(formatID),
+                               static_cast<std::uint32_t>(derived.size() / kImageAlignment)});
   writer.put(msgSetID);
   writer.put(formatID);
   for (std::size_t slot = 0; slot < tables.size(); ++slot) {
     putTable(writer, tables[slot], rules[slot]);
   }
+  writer.put(derived.data(), derived.size());
   return writer.finish();
 }
 

@@ -25,6 +25,10 @@ std::uint32_t offsetAt(const StringTable& property, std::uint32_t row) {
   return offset;
 }
 
+unsigned short unitAt(const StringTable& property, std::uint64_t offset) {
+  return *reinterpret_cast<const unsigned short*>(property.buffer + offset);
+}
+
 Fault offsetFault(std::uint32_t row, std::uint32_t offset, const std::string& expected) {
   return {kOffsetBytes * row, "offset " + number(offset) + " for row " + number(row), expected};
 }
@@ -56,8 +60,26 @@ std::optional<Fault> findEndFault(const StringTable& property, std::uint64_t sta
   return Fault{used - kUnitBytes, "unit " + number(last), "the terminator of the last text"};
 }
 
+// Whether the texts lie one behind the other in row order, as a load leaves them: each offset then
+// lies behind the one before, with a terminator in front of it.
+bool areTextsInOrder(const StringTable& property, std::uint64_t start) {
+  const auto* const offsets = reinterpret_cast<const std::uint32_t*>(property.buffer);
+  std::uint32_t previous = 0;
+  for (std::uint32_t row = 0; row < property.rowCount; ++row) {
+    const std::uint32_t offset = offsets[row];
+    if (offset == 0) continue;
+    if (offset <= previous || offset >= property.bufferUsed || offset % kUnitBytes != 0) {
+      return false;
+    }
+    if (previous == 0 ? offset < start : unitAt(property, offset - kUnitBytes) != 0) return false;
+    previous = offset;
+  }
+  return true;
+}
+
 std::optional<Fault> findTextFault(const StringTable& property, std::uint64_t start) {
   if (auto fault = findEndFault(property, start)) return fault;
+  if (areTextsInOrder(property, start)) return std::nullopt;
   // Texts lie side by side. Were many rows to share a long one, reading all rows could take the
   // square of the image's size.
   std::uint64_t left = property.bufferUsed - start;

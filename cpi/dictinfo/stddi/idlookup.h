@@ -14,71 +14,80 @@
 namespace cpi {
 
 // The arrays of a perfect hash of 64-bit keys, each of which has one row. A key belongs to a group;
-// the group's factor sends each of its keys to a slot of its own. Slots without a key lead to row
-// 0, so that whoever looks a key up has to compare the row's own key, and need do no more.
+// the group's factor sends each of its keys to a slot of its own. Slots without a key repeat
+// another one, so that whoever looks a key up has to compare, and need do no more.
 struct KeyHash {
+  struct Slot {
+    std::uint32_t key;  // the lower half
+    std::int32_t row;
+  };
   static constexpr std::uint64_t kSpread = 0x9E3779B97F4A7C15;
 
   const std::uint16_t* factors = nullptr;  // by group; odd numbers
-  const std::int32_t* rows = nullptr;      // by slot
+  const Slot* slots = nullptr;
   std::uint32_t groupShift = 63;
-  std::uint32_t slotShift = 63;
+  std::uint32_t slotCount = 0;
 
-  // The only row that may have `key`.
-  std::int32_t candidate(std::uint64_t key) const noexcept {
+  static std::uint64_t place(std::uint64_t spread, std::uint64_t factor,
+                             std::uint64_t slotCount) noexcept {
+    return ((spread * factor) >> 32) * slotCount >> 32;
+  }
+  // The only slot that may have `key`.
+  const Slot& slotOf(std::uint64_t key) const noexcept {
     const std::uint64_t spread = key * kSpread;
-    return rows[(spread * factors[spread >> groupShift]) >> slotShift];
+    return slots[place(spread, factors[spread >> groupShift], slotCount)];
   }
 };
 
 class IdLookup {
  public:
-  enum class Kind : std::uint8_t { None, Consecutive, Dense, Sparse };
-
   // Knows nothing of the column: `isBuilt` is false.
   IdLookup() noexcept = default;
-  // The ids from `low` on stand in `count` rows, one after the other.
-  static IdLookup consecutive(std::int32_t low, std::uint32_t count) noexcept {
+  // The row of each of `count` ids from `low` on, -1 for one that no row has. Without `rows` the
+  // ids stand one after the other in as many rows.
+  static IdLookup dense(std::int32_t low, std::uint32_t count, const std::int32_t* rows) noexcept {
     IdLookup lookup;
-    lookup.kind_ = Kind::Consecutive;
     lookup.low_ = static_cast<std::uint32_t>(low);
     lookup.count_ = count;
-    return lookup;
-  }
-  // `rows` holds, from the id `low` on, the row of each of `count` ids, or -1.
-  static IdLookup dense(std::int32_t low, std::uint32_t count, const std::int32_t* rows) noexcept {
-    IdLookup lookup = consecutive(low, count);
-    lookup.kind_ = Kind::Dense;
-    lookup.hash_.rows = rows;
+    lookup.rows_ = rows;
+    lookup.isBuilt_ = true;
     return lookup;
   }
   static IdLookup sparse(const KeyHash& hash) noexcept {
     IdLookup lookup;
-    lookup.kind_ = Kind::Sparse;
     lookup.hash_ = hash;
+    lookup.isBuilt_ = true;
     return lookup;
   }
 
-  bool isBuilt() const noexcept { return kind_ != Kind::None; }
-  // The row whose member `id` is `wanted`, or -1. `records` are those of the column's table. Only
-  // when isBuilt.
-  template <class Record>
-  std::int32_t find(std::int32_t wanted, const Record* records,
-                    std::int32_t Record::*id) const noexcept {
-    if (kind_ == Kind::Sparse) {
-      const std::int32_t row = hash_.candidate(static_cast<std::uint32_t>(wanted));
-      return records[row].*id == wanted ? row : kNone;
-    }
-    const std::uint32_t place = static_cast<std::uint32_t>(wanted) - low_;
-    if (place >= count_) return kNone;
-    return kind_ == Kind::Dense ? hash_.rows[place] : static_cast<std::int32_t>(place);
+  bool isBuilt() const noexcept { return isBuilt_; }
+  // Whether `wanted` is among the ids of a dense column, whose row is then `denseRow`.
+  bool isDense(std::int32_t wanted) const noexcept { return placeOf(wanted) < count_; }
+  std::int32_t denseRow(std::int32_t wanted) const noexcept {
+    const std::uint32_t place = placeOf(wanted);
+    return rows_ == nullptr ? static_cast<std::int32_t>(place) : rows_[place];
+  }
+  // The row of an id that isDense does not admit, or -1. Only when isBuilt.
+  std::int32_t sparseRow(std::int32_t wanted) const noexcept {
+    if (hash_.slots == nullptr) return kNone;
+    const KeyHash::Slot& slot = hash_.slotOf(static_cast<std::uint32_t>(wanted));
+    return slot.key == static_cast<std::uint32_t>(wanted) ? slot.row : kNone;
+  }
+  // The row of the id, or -1. Only when isBuilt.
+  std::int32_t find(std::int32_t wanted) const noexcept {
+    return isDense(wanted) ? denseRow(wanted) : sparseRow(wanted);
   }
 
  private:
-  KeyHash hash_;
+  std::uint32_t placeOf(std::int32_t wanted) const noexcept {
+    return static_cast<std::uint32_t>(wanted) - low_;
+  }
+
   std::uint32_t low_ = 0;
   std::uint32_t count_ = 0;
-  Kind kind_ = Kind::None;
+  const std::int32_t* rows_ = nullptr;
+  KeyHash hash_;
+  bool isBuilt_ = false;
 };
 
 }  // namespace cpi

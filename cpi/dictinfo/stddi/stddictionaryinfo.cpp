@@ -2,6 +2,7 @@
 
 #include <limits>
 #include <stdexcept>
+#include <utility>
 
 #include "cpi/dictinfo/stddi/load/recordrules.h"
 #include "cpi/dictinfo/stddi/load/stddictionaryhandler.h"
@@ -44,7 +45,13 @@ bool StdDictionaryInfo::isLoading() const noexcept {
   return loadHandler_ != nullptr && !loadHandler_->isFinished();
 }
 
-StdDictionaryHandler* StdDictionaryInfo::loadHandler() {
+inline StdDictionaryHandler* StdDictionaryInfo::loadHandler() {
+  StdDictionaryHandler* const handler = loadHandler_.get();
+  const bool isOurs = handler != nullptr && !handler->isFinished() && handler->owner() == this;
+  return isOurs ? handler : takeLoadOver();
+}
+
+StdDictionaryHandler* StdDictionaryInfo::takeLoadOver() {
   if (!isLoading()) loadHandler_.reset();  // perhaps ended by a dictionary that shares the load
   if (loadHandler_ != nullptr && loadHandler_->owner() != this) {
     loadHandler_->setOwner(this);
@@ -82,19 +89,30 @@ void StdDictionaryInfo::endMessage(WorkerInfoPtr worker) {
   });
 }
 
+// Most of a load is here: one look at the filter decides between the plain way and the one that
+// writes items.
 void StdDictionaryInfo::startElement(std::int32_t id, unsigned short kind, WorkerInfoPtr worker,
                                      std::int32_t index, std::int32_t extra) {
+  if (!KelLog::isOn(LLDebug)) {
+    return handle([&](StdDictionaryHandler& handler) { handler.open(id, kind, index); });
+  }
   KelOperation operation(nullptr, "StdDictionaryInfo::startElement", id, kind, index, extra);
   handle(
       [&](StdDictionaryHandler& handler) { handler.startElement(id, kind, worker, index, extra); });
 }
 
 void StdDictionaryInfo::endElement(std::int32_t id, WorkerInfoPtr worker) {
+  if (!KelLog::isOn(LLDebug)) {
+    return handle([&](StdDictionaryHandler& handler) { handler.close(id); });
+  }
   KelOperation operation(nullptr, "StdDictionaryInfo::endElement", id);
   handle([&](StdDictionaryHandler& handler) { handler.endElement(id, worker); });
 }
 
 void StdDictionaryInfo::data(const PWFData& value, WorkerInfoPtr worker) {
+  if (!KelLog::isOn(LLDebug)) {
+    return handle([&](StdDictionaryHandler& handler) { handler.take(value); });
+  }
   KelOperation operation(nullptr, "StdDictionaryInfo::data", value.getLogicalType());
   handle([&](StdDictionaryHandler& handler) { handler.data(value, worker); });
 }
@@ -109,6 +127,7 @@ void StdDictionaryInfo::MapTableProperty(DictTableRefBase table, StringTableRef 
                      strings.strings->memberName.view() != textView(CPI_StringMember))) {
     return;
   }
+  tablesChanged();  // names are found through the text columns that were there
   forEachReference([&](auto& reference) {
     using Row = typename std::remove_reference_t<decltype(reference)>::Row;
     if (RecordText<Row>::exists && &reference.table() == table.table) {
@@ -139,11 +158,35 @@ void StdDictionaryInfo::refreshTexts() noexcept {
 
 void StdDictionaryInfo::freeze() noexcept {
   refreshTexts();
+  if (index_ != nullptr) return;
   try {
-    index_ = std::make_shared<const LookupIndex>(*this);
-    ids_ = {index_->tagIds(), index_->typeIds(), index_->memberIds()};
+    useIndex(std::make_shared<const LookupIndex>(*this));
   } catch (const std::bad_alloc&) {
     tablesChanged();  // look-ups search and scan instead
+  }
+}
+
+void StdDictionaryInfo::useIndex(std::shared_ptr<const LookupIndex> index) noexcept {
+  index_ = std::move(index);
+  ids_ = {index_->tagIds(), index_->typeIds(), index_->memberIds()};
+}
+
+std::size_t StdDictionaryInfo::lookupIndexBytes() const noexcept {
+  return index_ == nullptr ? 0 : index_->bytes();
+}
+
+std::vector<unsigned char> StdDictionaryInfo::derivedBytes() const {
+  return index_ == nullptr ? DictionaryInfo::derivedBytes() : index_->keptBytes();
+}
+
+// An image without an index, or with one that does not fit its tables, gets a new one at the end.
+void StdDictionaryInfo::adoptDerived(std::span<const unsigned char> bytes) noexcept {
+  if (bytes.empty()) return;
+  try {
+    auto index = std::make_shared<const LookupIndex>(*this, bytes);
+    if (index->isSound()) useIndex(std::move(index));
+  } catch (const std::bad_alloc&) {
+    tablesChanged();
   }
 }
 

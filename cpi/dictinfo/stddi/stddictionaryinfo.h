@@ -104,14 +104,15 @@ class CPI_API StdDictionaryInfo : public DictionaryInfo {
   // --- Ids to rows ---------------------------------------------------------------------------
   // The row, or -1. Rows are expected in ascending order of id.
   std::int32_t getTagDefIndex(std::int32_t tagId) const {
-    return isQuick(ids_.tags) ? rowOfTag(tagId) : findTagId(tagId);
+    return lookUp(ids_.tags, tagId, [&] { return findTagId(tagId); });
   }
   std::int32_t getTypeDefIndex(std::int32_t typeId) const {
-    return isQuick(ids_.types) ? rowOfType(typeId) : findTypeId(typeId);
+    return lookUp(ids_.types, typeId, [&] { return findTypeId(typeId); });
   }
   // The Type Members row of a member id.
   std::int32_t getStructDefIndexFromMbrID(std::int32_t mbrId) const {
-    return isQuick(ids_.members) ? rowOfMember(mbrId) : findMemberId(mbrId);
+    return KelLog::isOn(LLDebug) || !ids_.members.isBuilt() ? findMemberId(mbrId)
+                                                            : memberOf(ids_.members.find(mbrId));
   }
   // The tag's row through the first member of the type at `typeIndex` that carries it, which may
   // be negative; else as getTagDefIndex.
@@ -250,6 +251,8 @@ class CPI_API StdDictionaryInfo : public DictionaryInfo {
   // what an empty URI asks for, and any other negative index is in none.
   bool isInNamespace(std::int32_t namespaceIndex, const KelStringBase& namespaceURI) const noexcept;
 
+  // Bytes that the look-up indexes occupy beside the tables; 0 while there are none.
+  std::size_t lookupIndexBytes() const noexcept;
   // What was derived from the tables as they are now, for the library itself; null while there is
   // none: during a load, and after one that failed.
   const LookupIndex* index() const noexcept { return index_.get(); }
@@ -258,6 +261,8 @@ class CPI_API StdDictionaryInfo : public DictionaryInfo {
   void MapTableProperty(DictTableRefBase table, StringTableRef strings) override;
   const RecordRules* recordRules(int slot) const override;
   void tablesChanged() noexcept override;
+  std::vector<unsigned char> derivedBytes() const override;
+  void adoptDerived(std::span<const unsigned char> bytes) noexcept override;
 
  private:
   friend class StdDictionaryHandler;
@@ -281,8 +286,11 @@ class CPI_API StdDictionaryInfo : public DictionaryInfo {
   }
   // The handler of the load in progress, made to fill this dictionary; null when no load runs.
   StdDictionaryHandler* loadHandler();
-  // Refreshes every text field, so that readers find nothing to write, and builds the index.
+  StdDictionaryHandler* takeLoadOver();
+  // Refreshes every text field, so that readers find nothing to write, and builds the index unless
+  // there is one.
   void freeze() noexcept;
+  void useIndex(std::shared_ptr<const LookupIndex> index) noexcept;
 
   // The views of the id indexes; none is built while there is no index.
   struct IdLookups {
@@ -290,24 +298,21 @@ class CPI_API StdDictionaryInfo : public DictionaryInfo {
     IdLookup types;
     IdLookup members;
   };
-  static bool isQuick(const IdLookup& lookup) noexcept {
-    return lookup.isBuilt() && !KelLog::isOn(LLDebug);
+  // One look at the filter, and the row from the index; `search` writes the items of the log, and
+  // does without an index.
+  template <class Search>
+  static std::int32_t lookUp(const IdLookup& lookup, std::int32_t id, Search search) {
+    if (KelLog::isOn(LLDebug)) return search();
+    if (lookup.isDense(id)) return lookup.denseRow(id);
+    return lookup.isBuilt() ? lookup.sparseRow(id) : search();
   }
-  std::int32_t rowOfTag(std::int32_t tagId) const noexcept {
-    return ids_.tags.find(tagId, tags_.records(), &SMD_TAG_DEFINITION::Id);
-  }
-  std::int32_t rowOfType(std::int32_t typeId) const noexcept {
-    return ids_.types.find(typeId, types_.records(), &SMD_TYPE_DEFINITION::TypeId);
-  }
-  std::int32_t rowOfMember(std::int32_t mbrId) const noexcept {
-    const MemberIdRow* const records = memberIdIndex_.records();
-    const std::int32_t row = ids_.members.find(mbrId, records, &MemberIdRow::MbrIDToTypeMbrIndexId);
-    return row < 0 ? kNone : records[row].MbrIDToTypeMbrIndexIndex;
-  }
-  // The same with the items of the log, and without an index.
   std::int32_t findTagId(std::int32_t tagId) const;
   std::int32_t findTypeId(std::int32_t typeId) const;
   std::int32_t findMemberId(std::int32_t mbrId) const;
+  // The Type Members row that a row of the member id index leads to; -1 for none.
+  std::int32_t memberOf(std::int32_t row) const noexcept {
+    return row < 0 ? kNone : memberIdIndex_.records()[row].MbrIDToTypeMbrIndexIndex;
+  }
   std::int32_t findMemberOfTag(std::int32_t first, std::int32_t tagId) const;
   // Rows from `first` on whose parent type is `parentTypeId`.
   std::int32_t countMembers(std::int32_t first, std::int32_t parentTypeId) const;

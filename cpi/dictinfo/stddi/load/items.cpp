@@ -61,7 +61,9 @@ unsigned char* StdDictionaryHandler::recordAt(const ItemPlace& place) const {
     if (target.rowCount == 0) what += "; the items that size the table must come first";
     refuse(place, what);
   }
-  const std::size_t recordSize = target.size / static_cast<std::uint32_t>(target.rowCount);
+  const bool isOpen = current_ != nullptr && current_->slot == place.slot;
+  const std::size_t recordSize =
+      isOpen ? current_->recordSize : target.size / static_cast<std::uint32_t>(target.rowCount);
   return target.records + static_cast<std::size_t>(place.row) * recordSize;
 }
 
@@ -127,6 +129,7 @@ void StdDictionaryHandler::storeItem(const Column& column, const PWFData& value)
     case ColumnKind::Integer: {
       unsigned char* const record = recordAt(row_);
       *reinterpret_cast<std::int32_t*>(record + column.offset) = integer(value);
+      quick_ = {section_, field_, &openTable(), current_->recordSize, column.offset};
       break;
     }
     case ColumnKind::Text: storeText(row_, value); break;
@@ -171,10 +174,16 @@ void StdDictionaryHandler::storeFixedText(unsigned char* field, const PWFData& v
 void StdDictionaryHandler::storeText(std::int32_t row, const PWFData& value) {
   recordAt(row);
   const unsigned short* const rowText = text(value);
-  guarded([&] {
-    openTable().SetProperty(static_cast<std::uint32_t>(row), CPI_VLS_TABMBR, CPI_StringMember,
-                            rowText);
-  });
+  guarded([&] { textsOf(openTable()).SetValue(static_cast<std::uint32_t>(row), rowText); });
+}
+
+// The property of the table's text column, looked up again when the table has got another one.
+StringTable& StdDictionaryHandler::textsOf(DictTable& target) {
+  const std::size_t properties = target.properties.tables().size();
+  if (texts_.table != &target || texts_.properties != properties) {
+    texts_ = {&target, properties, &target.GetProperty(CPI_VLS_TABMBR, CPI_StringMember)};
+  }
+  return *texts_.strings;
 }
 
 void StdDictionaryHandler::storeCollected(TableSlot slot, std::int32_t column, std::size_t row,

@@ -126,10 +126,15 @@ struct Expectation {
   const char* expected;
 };
 
+bool isClass(std::int32_t code) {
+  constexpr std::uint32_t kLetters = 1U << ('C' - 'C') | 1U << ('E' - 'C') | 1U << ('F' - 'C') |
+                                     1U << ('M' - 'C') | 1U << ('S' - 'C') | 1U << ('T' - 'C');
+  const std::uint32_t letter = static_cast<std::uint32_t>(code) - 'C';
+  return (letter < 32 && (kLetters >> letter & 1) != 0) || code == kNotSupplied;
+}
+
 Expectation classExpectation(std::int32_t code) {
-  constexpr std::u16string_view kLetters = u"CEFMST";
-  return {code == kNotSupplied || std::ranges::count(kLetters, code) != 0,
-          "the class letter C, E, F, M, S or T, or -99"};
+  return {isClass(code), "the class letter C, E, F, M, S or T, or -99"};
 }
 
 Expectation levelExpectation(const Column& column, std::int32_t level) {
@@ -182,10 +187,29 @@ bool isChecked(const Column& column) {
   }
 }
 
+// Whether all rows have a value that a column of classes or flags may have; false for other
+// columns.
+template <class Record>
+bool isSound(const Column& column, Bytes records) {
+  bool areSound = true;
+  const unsigned char* const end = records.data() + records.size();
+  if (column.kind == ColumnKind::ClassCode) {
+    for (const auto* row = records.data(); row != end; row += sizeof(Record)) {
+      areSound &= isClass(integerAt(row + column.offset));
+    }
+    return areSound;
+  }
+  if (column.kind != ColumnKind::Flag) return false;
+  for (const auto* row = records.data(); row != end; row += sizeof(Record)) {
+    areSound &= row[column.offset] <= 1;
+  }
+  return areSound;
+}
+
 template <TableSlot slot, class Record>
 std::optional<RecordFault> findFault(Bytes records) {
   for (const Column& column : columnsOf(slot)) {
-    if (!isChecked(column)) continue;
+    if (!isChecked(column) || isSound<Record>(column, records)) continue;
     for (std::size_t i = column.offset; i < records.size(); i += sizeof(Record)) {
       if (auto fault = findFieldFault(column, records.data() + i, i)) return fault;
     }

@@ -5,6 +5,14 @@
 
 namespace cpi {
 
+namespace {
+
+constexpr const char* kStartElement = "StdDictionaryHandler::startElement";
+constexpr const char* kEndElement = "StdDictionaryHandler::endElement";
+constexpr const char* kData = "StdDictionaryHandler::data";
+
+}  // namespace
+
 StdDictionaryHandler::StdDictionaryHandler(StdDictionaryInfo* owner, const LoadLimits& limits)
     : owner_(owner), limits_(limits) {
   KelOperation operation(nullptr, "StdDictionaryHandler::StdDictionaryHandler",
@@ -29,38 +37,37 @@ void StdDictionaryHandler::endMessage(const WorkerInfoPtr&) {
 
 void StdDictionaryHandler::startElement(std::int32_t id, unsigned short kind, const WorkerInfoPtr&,
                                         std::int32_t index, std::int32_t extra) {
-  constexpr const char* kOperation = "StdDictionaryHandler::startElement";
-  KelOperation operation(nullptr, kOperation, id, kind, index, extra);
+  KelOperation operation(nullptr, kStartElement, id, kind, index, extra);
+  open(id, kind, index);
+}
+
+// What is not a field item of an open section.
+void StdDictionaryHandler::openStructure(std::int32_t id, unsigned short kind) {
   if (isFiltering_) return;
   if (kind == EKStructure || kind == EKRepeatedStructure) {
     startSection(id);
-  } else if (kind == EKField || kind == EKRepeatedField) {
-    if (section_ > 0) {
-      field_ = id;
-      row_ = index;
-    } else if (KelLog::isOn(LLDebug)) {
-      KelLog::debug(nullptr, kOperation, "WARNING: ignoring element", {id});
-    }
+  } else if ((kind == EKField || kind == EKRepeatedField) && KelLog::isOn(LLDebug)) {
+    KelLog::debug(nullptr, kStartElement, "WARNING: ignoring element", {id});
   }
 }
 
 void StdDictionaryHandler::startSection(std::int32_t id) {
-  constexpr const char* kOperation = "StdDictionaryHandler::startElement";
   if (!identificationSeen_) {
     if (id == kOldHeaderStart) {
       if (KelLog::isOn(LLDebug)) {
-        KelLog::debug(nullptr, kOperation, "WARNING:: old header present. Filtering out.");
+        KelLog::debug(nullptr, kStartElement, "WARNING:: old header present. Filtering out.");
       }
       isFiltering_ = true;
       return;
     }
     if (id != kIdentificationSection) {
-      throwConfigurationError({kHandlerSource, kNoIdentificationAtStartLine, kOperation},
+      throwConfigurationError({kHandlerSource, kNoIdentificationAtStartLine, kStartElement},
                               CP_DICTIONARY_ERROR, kNoIdentificationText, {kReExtractText});
     }
     identificationSeen_ = true;
   }
   dataSection_ = id;
+  quick_ = {};
   if (const Section* const section = findSection(id); section != nullptr) {
     section_ = id;
     current_ = section;
@@ -69,24 +76,26 @@ void StdDictionaryHandler::startSection(std::int32_t id) {
     propertyTableMemberName_ = KelStringBase();
     propertyMemberName_ = KelStringBase();
   } else if (KelLog::isOn(LLDebug)) {
-    KelLog::debug(nullptr, kOperation, "WARNING: ignoring struct", {id});
+    KelLog::debug(nullptr, kStartElement, "WARNING: ignoring struct", {id});
   }
 }
 
 void StdDictionaryHandler::endElement(std::int32_t id, const WorkerInfoPtr&) {
-  constexpr const char* kOperation = "StdDictionaryHandler::endElement";
-  KelOperation operation(nullptr, kOperation, id);
-  operation_ = kOperation;
+  KelOperation operation(nullptr, kEndElement, id);
+  close(id);
+}
+
+// What is not the end of the open field item.
+void StdDictionaryHandler::closeStructure(std::int32_t id) {
+  operation_ = kEndElement;
   if (isFiltering_) {
     if (id == kOldHeaderEnd) isFiltering_ = false;
-  } else if (id == field_) {
-    field_ = kNoColumn;
   } else if (id == section_) {
     endSection(id);
   } else if (id == kNamedPropertySection) {
     dataSection_ = section_;
   } else if (KelLog::isOn(LLDebug)) {
-    KelLog::debug(nullptr, kOperation, "WARNING: Should not have got an end element", {id});
+    KelLog::debug(nullptr, kEndElement, "WARNING: Should not have got an end element", {id});
   }
 }
 
@@ -121,16 +130,16 @@ StdDictionaryHandler::DataFunction StdDictionaryHandler::dataFunction(
 }
 
 void StdDictionaryHandler::data(const PWFData& value, const WorkerInfoPtr&) {
-  constexpr const char* kOperation = "StdDictionaryHandler::data";
-  const bool isDebug = KelLog::isOn(LLDebug);
-  KelOperation operation(
-      nullptr, kOperation,
-      isDebug ? KelStringBase(value.getDebugString().getStringValue()) : KelStringBase());
-  operation_ = kOperation;
+  KelOperation operation(nullptr, kData, value.getDebugString().getStringValue());
+  dispatch(value);
+}
+
+void StdDictionaryHandler::dispatch(const PWFData& value) {
+  operation_ = kData;
   if (const DataFunction function = dataFunction(dataSection_); function != nullptr) {
     (this->*function)(value);
-  } else if (isDebug) {
-    KelLog::debug(nullptr, kOperation, kIgnoringTagText, {dataSection_, field_});
+  } else if (KelLog::isOn(LLDebug)) {
+    KelLog::debug(nullptr, kData, kIgnoringTagText, {dataSection_, field_});
   }
 }
 

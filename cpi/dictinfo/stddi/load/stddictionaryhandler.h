@@ -18,7 +18,7 @@
 
 namespace cpi {
 
-class StdDictionaryHandler {
+class StdDictionaryHandler final {
  public:
   StdDictionaryHandler(StdDictionaryInfo* owner, const LoadLimits& limits);
   StdDictionaryHandler(const StdDictionaryHandler&) = delete;
@@ -32,6 +32,20 @@ class StdDictionaryHandler {
   virtual void endElement(std::int32_t id, const WorkerInfoPtr& worker);
   virtual void data(const PWFData& value, const WorkerInfoPtr& worker);
   virtual ~StdDictionaryHandler();
+
+  // The same without items of the log, for when its filter is off.
+  void open(std::int32_t id, unsigned short kind, std::int32_t index) {
+    if (kind > EKRepeatedField || section_ <= 0 || isFiltering_) return openStructure(id, kind);
+    field_ = id;
+    row_ = index;
+  }
+  void take(const PWFData& value) {
+    if (!storeQuickly(value)) dispatch(value);
+  }
+  void close(std::int32_t id) {
+    if (id != field_ || isFiltering_) return closeStructure(id);
+    field_ = kNoColumn;
+  }
 
   // The dictionary that is filled: the one through which the events come.
   void setOwner(StdDictionaryInfo* owner) noexcept { owner_ = owner; }
@@ -58,6 +72,9 @@ class StdDictionaryHandler {
   void dataNamedProperty(const PWFData& value);
   static DataFunction dataFunction(std::int32_t section) noexcept;
 
+  void openStructure(std::int32_t id, unsigned short kind);
+  void closeStructure(std::int32_t id);
+  void dispatch(const PWFData& value);
   void startSection(std::int32_t id);
   void endSection(std::int32_t id);
   void buildDependencyTable();
@@ -90,7 +107,20 @@ class StdDictionaryHandler {
   // The named property of the open item; created by the item of row 0.
   StringTable& openProperty(std::int32_t type);
 
-  // Items.
+  // Items. They come column by column: what the first item of an integer column has found out
+  // serves those behind it. False when the item needs a closer look.
+  bool storeQuickly(const PWFData& value) noexcept {
+    const bool isOpen = quick_.column == field_ && quick_.section == dataSection_;
+    const std::int64_t* const number = value.getSignedValue();
+    if (!isOpen || quick_.table == nullptr || number == nullptr) return false;
+    const auto narrow = static_cast<std::int32_t>(*number);
+    const auto row = static_cast<std::uint32_t>(row_);
+    const auto rows = static_cast<std::uint32_t>(quick_.table->rowCount);
+    if (narrow != *number || row >= rows) return false;
+    unsigned char* const record = quick_.table->records + std::size_t{row} * quick_.recordSize;
+    *reinterpret_cast<std::int32_t*>(record + quick_.offset) = narrow;
+    return true;
+  }
   void collectText(std::vector<KelStringBase>& list, const PWFData& value);
   void storeItem(const Column& column, const PWFData& value);
   void storeClass(const Column& column, const PWFData& value, const ErrorSite& site);
@@ -98,6 +128,7 @@ class StdDictionaryHandler {
   void copyFixedText(unsigned short* field, std::u16string_view text, const ItemPlace& place) const;
   void storeFixedText(unsigned char* field, const PWFData& value);
   void storeText(std::int32_t row, const PWFData& value);
+  StringTable& textsOf(DictTable& target);
   void storeCollected(TableSlot slot, std::int32_t column, std::size_t row,
                       const KelStringBase& text);
   void storeValue(SMD_VALUE_DEFINITION& record, const Column& column, const PWFData& value);
@@ -116,8 +147,25 @@ class StdDictionaryHandler {
   template <class Step>
   void guarded(Step step) const;
 
+  // The integer column that was stored to last; no table: none in this section.
+  struct QuickColumn {
+    std::int32_t section = kNoSection;
+    std::int32_t column = kNoColumn;
+    const DictTable* table = nullptr;
+    std::uint32_t recordSize = 0;
+    std::uint32_t offset = 0;
+  };
+  // The text column that was stored to last, and the number of properties its table had then.
+  struct TextColumn {
+    const DictTable* table = nullptr;
+    std::size_t properties = 0;
+    StringTable* strings = nullptr;
+  };
+
   StdDictionaryInfo* owner_;
   const LoadLimits limits_;
+  QuickColumn quick_;
+  TextColumn texts_;
   std::int32_t section_ = kNoSection;      // the open table section
   std::int32_t dataSection_ = kNoSection;  // whose data function gets the items
   std::int32_t field_ = kNoColumn;         // column of the open field item

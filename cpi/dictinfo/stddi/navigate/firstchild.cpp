@@ -40,25 +40,6 @@ bool StdDictionaryIterator::moveToFirstChild() {
   return moveToFirstChild(SearchDef(STAny, kNone), true, true);
 }
 
-bool StdDictionaryIterator::moveToFirstChildTagId(std::int32_t tagId, bool allowUndefined,
-                                                  bool enforceRequired) {
-  if (dictionaryInfo == nullptr) return moveToFirstChild();  // which refuses it
-  const std::int32_t row = dictionaryInfo->getTagDefIndex(tagId);
-  const Passing passing = passingForTag(row);
-  if (passing.members != nullptr && goToChild(passing, row)) return true;
-  SearchDef search(STTagId, row);
-  return moveToChild(search, KelStringBase(), passing, allowUndefined, enforceRequired);
-}
-
-bool StdDictionaryIterator::moveToFirstChildTagName(const unsigned short* name,
-                                                    const KelStringBase& namespaceURI,
-                                                    bool allowUndefined, bool enforceRequired) {
-  const Passing passing = passingForName(name, namespaceURI);
-  if (passing.members != nullptr && goToChild(passing, kNone)) return true;
-  SearchDef search(STTagName, name, passing.members != nullptr ? KelStringBase() : namespaceURI);
-  return moveToChild(search, namespaceURI, passing, allowUndefined, enforceRequired);
-}
-
 bool StdDictionaryIterator::moveToFirstChildMemberId(std::int32_t memberId, bool enforceRequired) {
   if (dictionaryInfo == nullptr) return moveToFirstChild();  // which refuses it
   return moveToFirstChild(SearchDef(STMember, dictionaryInfo->getStructDefIndexFromMbrID(memberId)),

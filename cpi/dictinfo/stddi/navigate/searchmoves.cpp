@@ -1,7 +1,6 @@
 // The search moves of the iterator: their entry checks, and the stack when an exception leaves.
 #include "cpi/dictinfo/stddi/navigate/search.h"
 #include "cpi/dictinfo/stddi/navigate/stackguard.h"
-#include "cpi/dictinfo/stddi/query/lookupindex.h"
 
 namespace cpi {
 
@@ -22,40 +21,6 @@ void checkSearch(const StdDictionaryIterator& iterator, bool moveFwd, const char
 }
 
 }  // namespace
-
-// How a search may pass over members that it would look at in vain; every member is looked at where
-// the log tells of it, and where nothing was derived from the tables.
-Passing StdDictionaryIterator::passing() const noexcept {
-  if (isStepByStep || dictionaryInfo == nullptr || KelLog::isOn(LLTrace)) return {};
-  const LookupIndex* const index = dictionaryInfo->index();
-  return {index == nullptr ? nullptr : index->members(), kNone};
-}
-
-// A row that is no tag is left to the search, for which it may be what any group has.
-Passing StdDictionaryIterator::passingForTag(std::int32_t tagIndex) const noexcept {
-  Passing found = passing();
-  if (found.members != nullptr) found.key = found.members->keyOfTag(tagIndex);
-  return found.key == kNone ? Passing() : found;
-}
-
-// No name is one that the search refuses.
-Passing StdDictionaryIterator::passingForName(const unsigned short* name,
-                                              const KelStringBase& namespaceURI) const noexcept {
-  Passing found = name == nullptr || *name == 0 ? Passing() : passing();
-  if (found.members != nullptr) {
-    found.key = found.members->names().keyOf(textView(name), namespaceURI.view());
-  }
-  return found;
-}
-
-Passing StdDictionaryIterator::passingFor(const SearchDef& search) const noexcept {
-  switch (search.searchType) {
-    case STTagId: return passingForTag(search.value);
-    case STTagName: return passingForName(search.name, search.namespaceURI);
-    case STSelfDef: return passing();
-    default: return {};
-  }
-}
 
 bool StdDictionaryIterator::moveToNewPosition(SearchDef search, bool matchCurrent, bool moveFwd,
                                               bool enforceRequired) {

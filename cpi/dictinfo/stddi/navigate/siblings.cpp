@@ -25,26 +25,6 @@ bool StdDictionaryIterator::moveToNextSibling() {
   return moveToSibling(SearchDef(STAny, kNone), true, true, true);
 }
 
-bool StdDictionaryIterator::moveToNextSiblingTagId(std::int32_t tagId, bool allowUndefined,
-                                                   bool enforceRequired) {
-  if (dictionaryInfo == nullptr) return moveToNextSibling();  // which refuses it
-  const std::int32_t row = dictionaryInfo->getTagDefIndex(tagId);
-  const Passing passing = passingForTag(row);
-  if (passing.members != nullptr && goToPeer(passing, row)) return true;
-  SearchDef search(STTagId, row);
-  return moveToPeer(search, KelStringBase(), passing, allowUndefined, enforceRequired);
-}
-
-bool StdDictionaryIterator::moveToNextSiblingTagName(const unsigned short* name,
-                                                     const KelStringBase& namespaceURI,
-                                                     bool /*allowUndefined*/,
-                                                     bool enforceRequired) {
-  const Passing passing = passingForName(name, namespaceURI);
-  if (passing.members != nullptr && goToPeer(passing, kNone)) return true;
-  SearchDef search(STTagName, name, passing.members != nullptr ? KelStringBase() : namespaceURI);
-  return moveToPeer(search, namespaceURI, passing, true, enforceRequired);
-}
-
 bool StdDictionaryIterator::moveToNextSiblingMemberId(std::int32_t memberId, bool enforceRequired) {
   if (dictionaryInfo == nullptr) return moveToNextSibling();  // which refuses it
   return moveToSibling(SearchDef(STMember, dictionaryInfo->getStructDefIndexFromMbrID(memberId)),

@@ -17,19 +17,36 @@ std::uint64_t keyOf(std::int32_t a, std::int32_t b) noexcept {
 void sortFirsts(std::vector<Entry>& entries) {
   std::ranges::sort(entries, {},
                     [](const Entry& entry) { return std::pair(entry.key, entry.row); });
-  const auto rest = std::ranges::unique(entries, {}, &Entry::key);
-  entries.erase(rest.begin(), rest.end());
+  const auto isSame = [](const Entry& a, const Entry& b) { return a.key == b.key; };
+  entries.erase(std::unique(entries.begin(), entries.end(), isSame), entries.end());
 }
 
 }  // namespace
 
 DefinitionIndex::DefinitionIndex(const MemberTable& members, const TypeTable& types,
                                  const OverrideTable& overrides)
+    : DefinitionIndex(members, types, overrides, WithoutKeys()) {
+  indexWideRuns();
+  indexOverrides();
+}
+
+DefinitionIndex::DefinitionIndex(const MemberTable& members, const TypeTable& types,
+                                 const OverrideTable& overrides, WithoutKeys)
     : members_(members), overrides_(overrides) {
   findRuns();
-  indexWideRuns();
   indexLogicalTypes(types);
-  indexOverrides();
+}
+
+bool DefinitionIndex::adopt() noexcept {
+  if (!tagsOfRuns_.adopt(members_.rowCount()) || !overrideKeys_.adopt(overrides_.rowCount())) {
+    return false;
+  }
+  const auto rows = static_cast<std::uint32_t>(overrides_.rowCount());
+  const auto isCount = [rows](std::int32_t count) {
+    return static_cast<std::uint32_t>(count) <= rows;
+  };
+  return overrideCounts_.size() == (hasOverrides() ? rows : 0) &&
+         std::ranges::all_of(overrideCounts_, isCount);
 }
 
 void DefinitionIndex::findRuns() {
@@ -56,8 +73,11 @@ void DefinitionIndex::indexWideRuns() {
 
 void DefinitionIndex::indexLogicalTypes(const TypeTable& types) {
   std::map<std::int32_t, std::int32_t> firstRows;
+  std::int32_t previous = 0;  // types of one kind often stand together; 0 is never asked for
   for (std::int32_t row = 0; row < types.rowCount(); ++row) {
-    firstRows.emplace(types.records()[row].LogicalType, row);
+    const std::int32_t logicalType = types.records()[row].LogicalType;
+    if (logicalType != previous && logicalType != 0) firstRows.emplace(logicalType, row);
+    previous = logicalType;
   }
   logicalTypes_.assign(firstRows.begin(), firstRows.end());
 }
@@ -76,7 +96,7 @@ void DefinitionIndex::indexOverrides() {
   if (!hasOverrides()) return;
   overrideCounts_.assign(static_cast<std::size_t>(overrides_.rowCount()), 0);
   for (std::int32_t row = 0; row < overrides_.rowCount(); ++row) {
-    ++overrideCounts_[static_cast<std::size_t>(overrideKeys_.hash().candidate(keyOfRow(row)))];
+    ++overrideCounts_[static_cast<std::size_t>(overrideKeys_.hash().slotOf(keyOfRow(row)).row)];
   }
 }
 
@@ -94,7 +114,7 @@ bool DefinitionIndex::isIndexedRun(std::int32_t first) const noexcept {
 }
 
 std::int32_t DefinitionIndex::firstOfTag(std::int32_t first, std::int32_t tagId) const noexcept {
-  const std::int32_t row = tagsOfRuns_.hash().candidate(keyOf(first, tagId));
+  const std::int32_t row = tagsOfRuns_.hash().slotOf(keyOf(first, tagId)).row;
   const bool isInRun = row >= first && row < runEnd(first);
   return isInRun && members_.records()[row].ChildTagId == tagId ? row : kNone;
 }
@@ -107,7 +127,7 @@ std::int32_t DefinitionIndex::firstOfLogicalType(std::int32_t logicalType) const
 
 DefinitionIndex::Overrides DefinitionIndex::overridesOf(std::int32_t msgId,
                                                         std::int32_t endFieldId) const noexcept {
-  const std::int32_t row = overrideKeys_.hash().candidate(keyOf(msgId, endFieldId));
+  const std::int32_t row = overrideKeys_.hash().slotOf(keyOf(msgId, endFieldId)).row;
   const SMD_PATH_BASED_DEFINITION& record = overrides_.records()[row];
   if (record.MsgId != msgId || record.EndFieldId != endFieldId) return {};
   return {row, overrideCounts_[static_cast<std::size_t>(row)]};

@@ -20,13 +20,17 @@ using TypeTable = TableReference<SMD_TYPE_DEFINITION>;
 using OverrideTable = TableReference<SMD_PATH_BASED_DEFINITION>;
 
 // Runs up to this length are told faster by looking at their members.
-inline constexpr std::int32_t kNarrowRun = 8;
+inline constexpr std::int32_t kNarrowRun = 32;
 
 class DefinitionIndex {
  public:
   // Throws std::bad_alloc. The tables are shared by whoever shares the index.
   DefinitionIndex(const MemberTable& members, const TypeTable& types,
                   const OverrideTable& overrides);
+  // Without the costly part, the arrays that visitArrays visits and adopt takes into use.
+  struct WithoutKeys {};
+  DefinitionIndex(const MemberTable& members, const TypeTable& types,
+                  const OverrideTable& overrides, WithoutKeys);
   DefinitionIndex(const DefinitionIndex&) = delete;
   DefinitionIndex& operator=(const DefinitionIndex&) = delete;
 
@@ -39,6 +43,15 @@ class DefinitionIndex {
   std::int32_t firstOfTag(std::int32_t first, std::int32_t tagId) const noexcept;
   // The first Types row of a logical type, or -1.
   std::int32_t firstOfLogicalType(std::int32_t logicalType) const noexcept;
+
+  // As KeyIndex has them.
+  template <class Self, class Visit>
+  static void visitArrays(Self& self, Visit&& visit) {
+    KeyIndex::visitArrays(self.tagsOfRuns_, visit);
+    KeyIndex::visitArrays(self.overrideKeys_, visit);
+    visit(self.overrideCounts_);
+  }
+  bool adopt() noexcept;
 
   struct Overrides {
     std::int32_t first = kNone;

@@ -7,6 +7,7 @@
 #ifndef CPI_DICTINFO_STDDI_QUERY_ELEMENTNAMES_H
 #define CPI_DICTINFO_STDDI_QUERY_ELEMENTNAMES_H
 
+#include <algorithm>
 #include <cstdint>
 #include <string_view>
 #include <vector>
@@ -39,6 +40,29 @@ class ElementNames {
               return elementName(textView(text));
             },
             spaceOf, &keys_) {}
+
+  // An index that was built from the same tables before, once its arrays are filled in.
+  ElementNames(const TableReference<SMD_TAG_DEFINITION>& tags, const NamespaceTexts& spaces)
+      : tags_(tags), spaces_(spaces), names_(tags.strings(), NameIndex::Ending::Nothing) {}
+  // As NameIndex has it.
+  template <class Visit>
+  void visitArrays(Visit&& visit) {
+    visit(keys_);
+    names_.visitArrays(visit);
+  }
+  template <class Visit>
+  void visitArrays(Visit&& visit) const {
+    visit(keys_);
+    names_.visitArrays(visit);
+  }
+  bool isSound() const noexcept {
+    const auto rows = static_cast<std::uint32_t>(tags_.rowCount());
+    const auto isInside = [rows](std::int32_t key) {
+      return key == kNone || static_cast<std::uint32_t>(key) < rows;
+    };
+    return keys_.size() == rows && std::ranges::all_of(keys_, isInside) &&
+           names_.isSound(tags_.rowCount());
+  }
 
   // False when the names were made to collide: then nothing here is of use.
   bool isComplete() const noexcept { return names_.isComplete(); }

@@ -18,6 +18,12 @@ using Entry = KeyIndex::Entry;
 
 std::uint64_t spreadOf(const Entry& entry) noexcept { return entry.key * KeyHash::kSpread; }
 
+constexpr KeyHash::Slot kEmpty{0, kNone};
+
+KeyHash::Slot slotFor(const Entry& entry) noexcept {
+  return {static_cast<std::uint32_t>(entry.key), entry.row};
+}
+
 std::uint32_t shiftFor(std::size_t places) noexcept {
   return 64 - static_cast<std::uint32_t>(std::countr_zero(places));
 }
@@ -54,13 +60,32 @@ KeyIndex::KeyIndex(const std::vector<Entry>& entries) {
   if (entries.empty()) return;
   // At least two of each, for a shift by 64 bits is none.
   factors_.assign(std::bit_ceil(std::max(entries.size() / kKeysPerGroup, std::size_t{2})), 0);
-  rows_.assign(std::bit_ceil(entries.size() + entries.size() / 4 + 1), kNone);
-  hash_ = {factors_.data(), rows_.data(), shiftFor(factors_.size()), shiftFor(rows_.size())};
+  slots_.assign(entries.size() + entries.size() / 4 + 1, kEmpty);
+  setHash();
   if (place(entries)) {
-    std::ranges::replace(rows_, kNone, entries.front().row);
+    const KeyHash::Slot any = slotFor(entries.front());
+    std::ranges::replace(slots_, kNone, any, &KeyHash::Slot::row);
   } else {
     *this = KeyIndex();
   }
+}
+
+void KeyIndex::setHash() noexcept {
+  hash_ = {factors_.data(), slots_.data(), shiftFor(factors_.size()),
+           static_cast<std::uint32_t>(slots_.size())};
+}
+
+bool KeyIndex::adopt(std::int32_t rowCount) noexcept {
+  if (factors_.empty() && slots_.empty()) return true;
+  const auto isRow = [rowCount](const KeyHash::Slot& slot) {
+    return static_cast<std::uint32_t>(slot.row) < static_cast<std::uint32_t>(rowCount);
+  };
+  if (factors_.size() < 2 || !std::has_single_bit(factors_.size()) || slots_.empty() ||
+      !std::ranges::all_of(slots_, isRow)) {
+    return false;
+  }
+  setHash();
+  return true;
 }
 
 // Large groups first, while there is room.
@@ -85,15 +110,15 @@ bool KeyIndex::place(const std::vector<Entry>& entries) {
 // Gives each entry of a group the slot to which the factor found sends it; 0 when there is none.
 std::uint16_t KeyIndex::placeGroup(std::span<const Entry> group, std::int64_t& tries) {
   for (std::uint32_t factor = 1; factor < kFactorEnd && tries > 0; factor += 2, --tries) {
-    const auto slotOf = [&](const Entry& entry) -> std::int32_t& {
-      return rows_[(spreadOf(entry) * factor) >> hash_.slotShift];
+    const auto slotOf = [&](const Entry& entry) -> KeyHash::Slot& {
+      return slots_[KeyHash::place(spreadOf(entry), factor, slots_.size())];
     };
     std::size_t placed = 0;
-    for (; placed < group.size() && slotOf(group[placed]) == kNone; ++placed) {
-      slotOf(group[placed]) = group[placed].row;
+    for (; placed < group.size() && slotOf(group[placed]).row == kNone; ++placed) {
+      slotOf(group[placed]) = slotFor(group[placed]);
     }
     if (placed == group.size()) return static_cast<std::uint16_t>(factor);
-    for (const Entry& entry : group.first(placed)) slotOf(entry) = kNone;
+    for (const Entry& entry : group.first(placed)) slotOf(entry) = kEmpty;
   }
   return 0;
 }

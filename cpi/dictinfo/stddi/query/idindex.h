@@ -28,19 +28,29 @@ class KeyIndex {
   KeyIndex(KeyIndex&&) noexcept = default;
   KeyIndex& operator=(KeyIndex&&) noexcept = default;
 
-  bool isBuilt() const noexcept { return !rows_.empty(); }
+  bool isBuilt() const noexcept { return !slots_.empty(); }
   // Valid as long as this object.
   const KeyHash& hash() const noexcept { return hash_; }
+  // As NameIndex has it.
+  template <class Self, class Visit>
+  static void visitArrays(Self& self, Visit&& visit) {
+    visit(self.factors_);
+    visit(self.slots_);
+  }
+  // Takes arrays that were filled in into use. False when a look-up among them would leave them, or
+  // lead to a row that a table of `rowCount` rows has not.
+  bool adopt(std::int32_t rowCount) noexcept;
   std::size_t bytes() const noexcept {
-    return rows_.size() * sizeof(std::int32_t) + factors_.size() * sizeof(std::uint16_t);
+    return slots_.size() * sizeof(KeyHash::Slot) + factors_.size() * sizeof(std::uint16_t);
   }
 
  private:
+  void setHash() noexcept;
   bool place(const std::vector<Entry>& entries);
   std::uint16_t placeGroup(std::span<const Entry> group, std::int64_t& tries);
 
   std::vector<std::uint16_t> factors_;
-  std::vector<std::int32_t> rows_;
+  std::vector<KeyHash::Slot> slots_;
   KeyHash hash_;
 };
 
@@ -75,7 +85,7 @@ IdIndex::IdIndex(std::int32_t rowCount, IdOf idOf) {
   const std::int32_t low = rowCount == 0 ? 0 : idOf(0);
   const std::int64_t places = rowCount == 0 ? 0 : std::int64_t{idOf(rowCount - 1)} - low + 1;
   if (places == rowCount) {
-    lookup_ = IdLookup::consecutive(low, static_cast<std::uint32_t>(rowCount));
+    lookup_ = IdLookup::dense(low, static_cast<std::uint32_t>(rowCount), nullptr);
   } else if (places <= kPlacesPerId * rowCount) {
     rows_.assign(static_cast<std::size_t>(places), kNone);
     for (std::int32_t row = 0; row < rowCount; ++row) {

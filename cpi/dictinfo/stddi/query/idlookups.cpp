@@ -28,26 +28,25 @@ std::int32_t bisect(std::int32_t count, std::int32_t wanted, KeyOf keyOf) {
 
 std::int32_t StdDictionaryInfo::findTagId(std::int32_t tagId) const {
   KelOperation operation(nullptr, "StdDictionaryInfo::getTagDefIndex", tagId);
-  if (ids_.tags.isBuilt()) return operation.returns(rowOfTag(tagId));
+  if (ids_.tags.isBuilt()) return operation.returns(ids_.tags.find(tagId));
   const auto keyOf = [this](std::int32_t row) { return tags_.row(row).Id; };
   return operation.returns(bisect(tags_.rowCount(), tagId, keyOf));
 }
 
 std::int32_t StdDictionaryInfo::findTypeId(std::int32_t typeId) const {
   KelOperation operation(nullptr, "StdDictionaryInfo::getTypeDefIndex", typeId);
-  if (ids_.types.isBuilt()) return operation.returns(rowOfType(typeId));
+  if (ids_.types.isBuilt()) return operation.returns(ids_.types.find(typeId));
   const auto keyOf = [this](std::int32_t row) { return types_.row(row).TypeId; };
   return operation.returns(bisect(types_.rowCount(), typeId, keyOf));
 }
 
 std::int32_t StdDictionaryInfo::findMemberId(std::int32_t mbrId) const {
   KelOperation operation(nullptr, "StdDictionaryInfo::getStructDefIndexFromMbrID", mbrId);
-  if (ids_.members.isBuilt()) return operation.returns(rowOfMember(mbrId));
+  if (ids_.members.isBuilt()) return operation.returns(memberOf(ids_.members.find(mbrId)));
   const auto keyOf = [this](std::int32_t row) {
     return memberIdIndex_.row(row).MbrIDToTypeMbrIndexId;
   };
-  const std::int32_t row = bisect(memberIdIndex_.rowCount(), mbrId, keyOf);
-  return operation.returns(row < 0 ? kNone : memberIdIndex_.row(row).MbrIDToTypeMbrIndexIndex);
+  return operation.returns(memberOf(bisect(memberIdIndex_.rowCount(), mbrId, keyOf)));
 }
 
 std::int32_t StdDictionaryInfo::getTagDefIndexUsingParentTypeDefIndex(std::int32_t typeIndex,

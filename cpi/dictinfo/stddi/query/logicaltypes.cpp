@@ -24,7 +24,7 @@ LOGICAL_TYPE StdDictionaryInfo::getTypeBaseLogicalType(std::int32_t typeIndex) c
   const SMD_TYPE_DEFINITION* const type = types_.find(typeIndex);
   if (type == nullptr || type->BaseTypeId <= 0) return LOGICAL_TYPE{0};
   if (ids_.types.isBuilt()) {  // ids that ascend have one row each, so that it is the first too
-    const SMD_TYPE_DEFINITION* const base = types_.find(rowOfType(type->BaseTypeId));
+    const SMD_TYPE_DEFINITION* const base = types_.find(ids_.types.find(type->BaseTypeId));
     return static_cast<LOGICAL_TYPE>(base == nullptr ? 0 : base->LogicalType);
   }
   for (std::int32_t row = 0; row < types_.rowCount(); ++row) {

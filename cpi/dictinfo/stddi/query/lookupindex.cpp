@@ -2,6 +2,9 @@
 
 #include <map>
 #include <optional>
+#include <utility>
+
+#include "cpi/dictinfo/stddi/query/indexbytes.h"
 
 namespace cpi {
 
@@ -72,6 +75,33 @@ LookupIndex::LookupIndex(const StdDictionaryInfo& dictionary, const SpaceNumbers
                 spacesOf<SMD_TAG_DEFINITION, &SMD_TAG_DEFINITION::namespaceIndex>(dictionary.tags(),
                                                                                   numbers)) {
   if (elements_.isComplete()) members_.emplace(dictionary, elements_);
+}
+
+LookupIndex::LookupIndex(const StdDictionaryInfo& dictionary, std::span<const unsigned char> bytes)
+    : tagIds_(dictionary.tags().rowCount(), idsOf(dictionary.tags(), &SMD_TAG_DEFINITION::Id)),
+      typeIds_(dictionary.types().rowCount(),
+               idsOf(dictionary.types(), &SMD_TYPE_DEFINITION::TypeId)),
+      memberIds_(dictionary.memberIdIndex().rowCount(),
+                 idsOf(dictionary.memberIdIndex(), &MemberIdRow::MbrIDToTypeMbrIndexId)),
+      definitions_(dictionary.typeMembers(), dictionary.types(), dictionary.pathBasedInfo(),
+                   DefinitionIndex::WithoutKeys()),
+      spaces_(dictionary.namespaces()),
+      tags_(dictionary.tags().strings(), NameIndex::Ending::Spaces),
+      types_(dictionary.types().strings(), NameIndex::Ending::Spaces),
+      elements_(dictionary.tags(), spaces_) {
+  IndexReader reader(bytes);
+  visitArrays(*this, reader);
+  isSound_ = reader.isDone() && definitions_.adopt() &&
+             tags_.isSound(dictionary.tags().rowCount()) &&
+             types_.isSound(dictionary.types().rowCount()) && elements_.isSound();
+  if (isSound_) members_.emplace(dictionary, elements_);
+}
+
+std::vector<unsigned char> LookupIndex::keptBytes() const {
+  if (tags() == nullptr || types() == nullptr || elements() == nullptr) return {};
+  IndexWriter writer;
+  visitArrays(*this, writer);
+  return std::move(writer).bytes();
 }
 
 }  // namespace cpi

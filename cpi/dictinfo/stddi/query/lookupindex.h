@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <string_view>
 #include <vector>
 
@@ -38,6 +39,9 @@ class LookupIndex {
  public:
   // Throws std::bad_alloc.
   explicit LookupIndex(const StdDictionaryInfo& dictionary);
+  // Takes names and keys, the costly part, from the bytes that one of the same tables gave; isSound
+  // tells whether they fit.
+  LookupIndex(const StdDictionaryInfo& dictionary, std::span<const unsigned char> bytes);
   LookupIndex(const LookupIndex&) = delete;
   LookupIndex& operator=(const LookupIndex&) = delete;
 
@@ -57,6 +61,10 @@ class LookupIndex {
   const MemberIndex* members() const noexcept {
     return members_.has_value() ? &*members_ : nullptr;
   }
+  // Whether every look-up stays inside the tables and ends.
+  bool isSound() const noexcept { return isSound_; }
+  // What can be kept of the index; nothing when it is not complete. Throws std::bad_alloc.
+  std::vector<unsigned char> keptBytes() const;
   // What the index occupies beside the tables.
   std::size_t bytes() const noexcept {
     return sizeof *this + tagIds_.bytes() + typeIds_.bytes() + memberIds_.bytes() +
@@ -69,6 +77,13 @@ class LookupIndex {
   using SpaceNumbers = std::vector<std::int32_t>;
   static SpaceNumbers numberSpaces(const TableReference<NamespaceRow>& table);
   LookupIndex(const StdDictionaryInfo& dictionary, const SpaceNumbers& numbers);
+  template <class Self, class Visit>
+  static void visitArrays(Self& self, Visit&& visit) {
+    DefinitionIndex::visitArrays(self.definitions_, visit);
+    self.tags_.visitArrays(visit);
+    self.types_.visitArrays(visit);
+    self.elements_.visitArrays(visit);
+  }
 
   IdIndex tagIds_;
   IdIndex typeIds_;
@@ -79,6 +94,7 @@ class LookupIndex {
   NameIndex types_;
   ElementNames elements_;
   std::optional<MemberIndex> members_;
+  bool isSound_ = true;
 };
 
 }  // namespace cpi

@@ -111,10 +111,9 @@ class MemberIndex {
 
   static std::size_t asSize(std::int32_t row) noexcept { return static_cast<std::size_t>(row); }
   std::size_t slotOf(std::int32_t run, std::int32_t key) const noexcept {
-    const std::uint64_t both =
-        std::uint64_t{static_cast<std::uint32_t>(run)} << 32 | static_cast<std::uint32_t>(key);
-    std::uint64_t hash = both * 0x9E3779B97F4A7C15;
-    hash = (hash ^ (hash >> 32)) * 0xD6E8FEB86659FD93;
+    // Two multiplications side by side: a move waits for this.
+    const std::uint64_t hash = static_cast<std::uint32_t>(run) * 0xD6E8FEB86659FD93 +
+                               static_cast<std::uint32_t>(key) * 0x9E3779B97F4A7C15;
     return static_cast<std::size_t>(((hash >> 32) * slots_.size()) >> 32);
   }
 

@@ -35,6 +35,22 @@ class NameIndex {
   NameIndex(const StringTable* strings, Ending ending, std::int32_t rowCount, NameOf nameOf,
             SpaceOf spaceOf, std::vector<std::int32_t>* keys = nullptr);
 
+  // An index that was built from the same table before, once its arrays are filled in.
+  NameIndex(const StringTable* strings, Ending ending) : strings_(strings), ending_(ending) {}
+  // Calls `visit` with each array that makes the index.
+  template <class Visit>
+  void visitArrays(Visit&& visit) {
+    visit(slots_);
+    visit(nextSpace_);
+  }
+  template <class Visit>
+  void visitArrays(Visit&& visit) const {
+    visit(slots_);
+    visit(nextSpace_);
+  }
+  // Whether a look-up among arrays that were filled in stays inside the table and ends.
+  bool isSound(std::int32_t rowCount) const noexcept;
+
   // Whether all rows are in; otherwise the answers are of no use.
   bool isComplete() const noexcept { return isComplete_; }
   // The first row of `name`, or -1. No unit of `name` is 0.
@@ -78,12 +94,35 @@ inline bool NameIndex::isNamed(const Slot& slot, std::u16string_view name) const
   const unsigned char* const text = strings_->buffer + slot.text;
   // A text that fits up to the end of the buffer has room for its terminator there too.
   if (bytes + sizeof(char16_t) > strings_->bufferUsed - slot.text) return false;
-  if (std::memcmp(text, name.data(), bytes) != 0) return false;
+  if (!texthash::isEqual(text, reinterpret_cast<const unsigned char*>(name.data()), bytes)) {
+    return false;
+  }
   const auto* rest = reinterpret_cast<const unsigned short*>(text + bytes);
   if (ending_ == Ending::Spaces) {
     while (*rest == u' ') ++rest;
   }
   return *rest == 0;
+}
+
+inline bool NameIndex::isSound(std::int32_t rowCount) const noexcept {
+  const auto rows = static_cast<std::uint32_t>(rowCount);
+  const std::uint32_t textEnd = strings_ == nullptr ? 0 : strings_->bufferUsed;
+  std::size_t taken = 0;
+  std::uint32_t faults = 0;
+  for (const Slot& slot : slots_) {
+    if (slot.row == kNone) continue;
+    ++taken;
+    faults |= static_cast<std::uint32_t>(static_cast<std::uint32_t>(slot.row) >= rows) |
+              static_cast<std::uint32_t>(slot.text >= textEnd) | (slot.text & 1);
+  }
+  if (faults != 0 || taken >= slots_.size()) return false;
+  if (nextSpace_.empty()) return true;
+  if (nextSpace_.size() != rows) return false;
+  for (std::int32_t row = 0; row < rowCount; ++row) {
+    const std::int32_t next = nextSpace(row);
+    if (next != kNone && (next <= row || next >= rowCount)) return false;
+  }
+  return true;
 }
 
 inline std::int32_t NameIndex::find(std::u16string_view name) const noexcept {

@@ -32,6 +32,22 @@ std::uint64_t wordAt(const unsigned char* place) noexcept {
   return word;
 }
 
+// Whether an even number of bytes is the same; names are too short for a call to be worth while.
+inline bool isEqual(const unsigned char* a, const unsigned char* b, std::size_t bytes) noexcept {
+  constexpr std::size_t kWord = sizeof(std::uint64_t);
+  if (bytes < kWord) {
+    for (std::size_t i = 0; i < bytes; i += 2) {
+      if (wordAt<std::uint16_t>(a + i) != wordAt<std::uint16_t>(b + i)) return false;
+    }
+    return true;
+  }
+  const std::size_t last = bytes - kWord;
+  for (std::size_t i = 0; i < last; i += kWord) {
+    if (wordAt<std::uint64_t>(a + i) != wordAt<std::uint64_t>(b + i)) return false;
+  }
+  return wordAt<std::uint64_t>(a + last) == wordAt<std::uint64_t>(b + last);
+}
+
 }  // namespace texthash
 
 inline std::uint32_t hashOf(std::u16string_view text) noexcept {
