@@ -68,8 +68,9 @@ void XmlCheck::start(const XmlStartTag& tag, std::u16string_view typeKey) {
   if (verdict.reason == Reason::InNil) trail_.parent()->isNil = false;  // that was told just now
   if (verdict.typeIndex == kNone) return;
   if (!typeKey.empty()) checkType(frame, tag, typeKey);
-  if (model_.isTagMarked(verdict.tagIndex, kAbstract) ||
-      model_.isTypeMarked(verdict.typeIndex, kAbstract)) {
+  const bool isAbstract = model_.isTagMarked(verdict.tagIndex, kAbstract) ||
+                          model_.isTypeMarked(verdict.typeIndex, kAbstract);
+  if (isAbstract && verdict.isGood()) {
     sink_.add(findingOf(frame, VerdictKind::Type, Reason::AbstractType), nullptr);
   }
   if (tag.attributeCount > 0) checkNil(frame, tag);

@@ -31,6 +31,7 @@ std::string countsOf(const cpi::WalkSummary& summary) {
 // not.
 bool isAboutPlace(const cpi::Finding& finding) {
   using cpi::VerdictKind;
+  if (finding.expected.empty() && !finding.missing.empty()) return false;
   switch (finding.verdict.kind) {
     case VerdictKind::Refused: return finding.verdict.reason == cpi::Reason::OtherAlternative;
     case VerdictKind::BeyondLimit:

@@ -34,6 +34,7 @@ check() {
   local session=$1 golden=$1.$2.out code=0
   shift 2
   "$tool" shell "$work/order.json" --strict "$@" <"$session.in" >"$work/actual" 2>&1 || code=$?
+  sed -E -i 's/(cpi\/[a-z\/]*):[0-9]+\)/\1:LINE)/' "$work/actual"  # source lines move
   echo "exit $code" >>"$work/actual"
   if [ "$rewrite" = --rewrite ]; then
     cp "$work/actual" "$golden"
