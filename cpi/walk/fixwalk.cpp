@@ -66,6 +66,7 @@ void FixWalk::walk(const FixMessage& message, FixPlaces& places, WalkVisitor* vi
   summary_ = &summary;
   field_ = nullptr;
   trailField_ = nullptr;
+  reported_ = {};
   const auto& fields = message.fields();
   const auto msgType = std::ranges::find(fields, kFixMsgType, &FixField::number);
   messageModel_ = msgType == fields.end() ? nullptr : model_->message(message.value(*msgType));

@@ -163,6 +163,11 @@ class FixWalk final : private WalkTrail {
   std::int32_t earlyNumber_ = kNone;      // of the field that should stand there
   const FixField* field_ = nullptr;       // the one that is being placed; null: at the end
   const FixField* trailField_ = nullptr;  // the last step of path(); null: none
+  struct Reported {
+    const FixField* field = nullptr;
+    std::int32_t occurrence = 1;
+  };
+  Reported reported_;  // the field whose place was reported last: its value may come after it
 };
 
 }  // namespace cpi

@@ -141,6 +141,7 @@ void FixWalk::report(const FixField& field, const Verdict& verdict) {
   if (isFinding) ++summary_->found[static_cast<std::size_t>(verdict.kind)];
   if (visitor_ == nullptr) return;
   trailField_ = &field;
+  reported_ = {&field, std::max(verdict.occurrence, 1)};
   const std::string name = nameOf(field);
   WalkedElement element = elementOf(verdict, name, field.begin);
   if (isFinding) {
@@ -319,7 +320,10 @@ std::vector<PathStep> FixWalk::path() const {
   };
   add(levels_[section]);
   for (std::size_t i = kSectionCount; i <= current_; ++i) add(levels_[i]);
-  if (trailField_ != nullptr) steps.push_back({nameOf(*trailField_), {}, 1});
+  if (trailField_ != nullptr) {
+    const bool isReported = trailField_ == reported_.field;
+    steps.push_back({nameOf(*trailField_), {}, isReported ? reported_.occurrence : 1});
+  }
   return steps;
 }
 

@@ -109,10 +109,16 @@ void StructureCheck::settle(const Scope& scope, ContentSearch::Path next) {
   trail_.insert(trail_.end(), next.begin(), next.end());
   Trouble* const trouble = troubleOf(scope);
   if (trouble == nullptr) return;
-  trouble->strays = 0;
+  if (!isInAnyOrder(scope)) trouble->strays = 0;
   trouble->aside.clear();
   trouble->strayType = kNone;
   if (trouble->hasBookmark) trouble->told.insert(next.back().memberIndex);
+}
+
+// Then what an element without a place stood for may be missing to the end.
+bool StructureCheck::isInAnyOrder(const Scope& scope) const {
+  const SMD_TYPE_DEFINITION* const type = model_.dictionary().types().find(scope.typeIndex);
+  return type != nullptr && (type->Composition == TYPE_UNORDERED || type->Composition == TYPE_ALL);
 }
 
 bool StructureCheck::isTaken(std::int32_t leaf, const ElementName& name) const {

@@ -90,7 +90,8 @@ class StructureCheck {
     std::int64_t number = 0;  // of its scope
     ContentPath bookmark;     // where it stood before something came too early
     bool hasBookmark = false;
-    std::int32_t strays = 0;                // elements without a place, since the last with one
+    std::int32_t strays = 0;                // elements without a place, since the last with one, or
+                                            // in all where the order does not matter
     ContentPath aside;                      // where the last one out of place would stand
     std::int32_t strayType = kNone;         // the Types row that has the last one without a place
     std::unordered_set<std::int32_t> told;  // members known to be missing or misplaced
@@ -100,6 +101,7 @@ class StructureCheck {
   Trouble* troubleOf(const Scope& scope) noexcept;
   Trouble& addTrouble(const Scope& scope);
   void settle(const Scope& scope, ContentSearch::Path next);
+  bool isInAnyOrder(const Scope& scope) const;
   bool isTaken(std::int32_t leaf, const ElementName& name) const;
   bool find(const ContentSearch& search, const ElementName& name, bool isLenient);
   void findAnywhere(const ContentSearch& search, const ElementName& name);

@@ -191,7 +191,7 @@ TEST_F(FixWalkTest, GroupsBeginAndEnd) {
       {"1=x|3=1|7=n|", "a NoG NoG.group(note); /M/NoG.group 8 -d"},
       {"1=x|3=1|", "a NoG; /M/NoG 10"},
       {"1=x|4=1|", "a !d; /M/d 3"},
-      {"1=x|1=y|1=z|", "a >a[2] >a[3]; /M/a 1; /M/a 1"},
+      {"1=x|1=y|1=z|", "a >a[2] >a[3]; /M/a[2] 1; /M/a[3] 1"},
       {"3=1|4=1|4x=7|2=c|", "NoG NoG.group(d !4x=7 b); /M/NoG.group/4x=7 6; /M 8 -a"},
   };
   for (const auto& row : rows) EXPECT_EQ(body(row.fields), row.expected) << row.fields;
