@@ -41,6 +41,8 @@ class SchemaProperties {
   SchemaControl controlOfType(std::int32_t typeIndex) const noexcept;
   // The facets of a Types row, "<facet> <value>" one a line; empty when there are none.
   std::u16string_view facetsOf(std::int32_t typeIndex) const noexcept;
+  // Whether the dictionary tells how its types are derived at all.
+  bool hasDerivations() const noexcept { return derivation_ != nullptr; }
   // How the type in one row is derived from that in another; nothing when it is not. A type is
   // derived from itself by no method.
   std::optional<DerivationMethods> derivation(std::int32_t typeIndex, std::int32_t fromIndex) const;

@@ -139,7 +139,7 @@ bool ValueCheck::isNeeded(std::int32_t tagIndex) const {
   const std::int32_t logicalType = logicalTypeOf(*tag);
   if (logicalType < 1 || logicalType >= kFirstWildcardLogicalType) return false;
   return tag->ValueSetTableIndex >= 0 || tag->MinLength > 0 || tag->MaxLength >= 0 ||
-         isNumeric(logicalType) || model_.isTagMarked(tagIndex, kFixed);
+         isNumeric(logicalType) || model_.properties().controlOfTag(tagIndex).isFixed;
 }
 
 // A default stands for an empty element.
@@ -152,7 +152,7 @@ Reason ValueCheck::judge(std::int32_t tagIndex, std::string_view value) {
   if (tag.ValueSetTableIndex >= 0 && !isInSet(tagIndex, logicalType, value)) {
     return Reason::NotInValueSet;
   }
-  if (model_.isTagMarked(tagIndex, kFixed) && !isFixedValue(tag, logicalType)) {
+  if (model_.properties().controlOfTag(tagIndex).isFixed && !isFixedValue(tag, logicalType)) {
     return Reason::NotFixedValue;
   }
   if (logicalType != LTString || (tag.MinLength <= 0 && tag.MaxLength < 0)) return Reason::None;

@@ -204,9 +204,32 @@ TEST(WalkCheck, TypesAndNil) {
        {"<a xsi:type='B'><x/></a>", "incomplete /r/a -y =y"},
        {"<a xsi:type='Z'><x/></a>", "type /r/a 'Z'"},
        {"<a xsi:type='C'><x/></a>", "type /r/a 'C'"},
+       {"<a xsi:type='xs:int'><x/></a>", "type /r/a 'xs:int'"},
        {"<a xsi:nil='true'><x/></a>", "nil /r/a"},
        {"<n xsi:nil='1'>t<x/></n>", "nil /r/n 't'"},
        {"<n xsi:nil='1'><x/><x/> </n>", "refused /r/n/x"}});
+}
+
+TEST(WalkCheck, TypesThatMayBeTaken) {
+  expectFindings(
+      rootOf(
+          "<xs:choice maxOccurs='unbounded'><xs:element name='u' type='t:U'/>"
+          "<xs:element name='e' type='t:E' block='restriction'/><xs:element name='c' type='t:C'/>"
+          "<xs:element name='any'/></xs:choice>") +
+          "<xs:simpleType name='E'><xs:restriction base='xs:int'/></xs:simpleType>"
+          "<xs:simpleType name='F'><xs:restriction base='t:E'/></xs:simpleType>"
+          "<xs:simpleType name='L'><xs:list itemType='t:E'/></xs:simpleType>"
+          "<xs:simpleType name='U'><xs:union memberTypes='t:E t:L'/></xs:simpleType>"
+          "<xs:complexType name='C' block='extension'><xs:sequence/></xs:complexType>"
+          "<xs:complexType name='D'><xs:complexContent><xs:extension base='t:C'/>"
+          "</xs:complexContent></xs:complexType>",
+      {{"<u xsi:type='F'>1</u><u xsi:type='L'>1 2</u><e xsi:type='E'>1</e>", ""},
+       {"<any xsi:type='D'/><any xsi:type='xs:date'/>", ""},
+       {"<e xsi:type='xs:byte'>1</e>", "type /r/e 'xs:byte'"},
+       {"<e xsi:type='F'>1</e>", "type /r/e 'F'"},
+       {"<e xsi:type='L'>1</e>", "type /r/e 'L'"},
+       {"<u xsi:type='D'/>", "type /r/u 'D'"},
+       {"<c xsi:type='D'/>", "type /r/c 'D'"}});
 }
 
 TEST(WalkCheck, FaultsBeyondTheLimitAreNotExplained) {
