@@ -1,27 +1,19 @@
 #include "cpi/walk/fixwalker.h"
 
-#include <cerrno>
-#include <cstdio>
+#include <algorithm>
 #include <cstring>
+#include <span>
 #include <vector>
 
 #include "cpi/extract/fileerror.h"
 #include "cpi/walk/fixmessage.h"
 #include "cpi/walk/fixwalk.h"
+#include "cpi/walk/messagefile.h"
 
 namespace cpi {
 namespace {
 
 constexpr std::size_t kReadSize = std::size_t{1} << 18;
-
-struct CloseFile {
-  void operator()(std::FILE* file) const noexcept { std::fclose(file); }
-};
-using File = std::unique_ptr<std::FILE, CloseFile>;
-
-[[noreturn]] void refuse(const std::string& path, const char* what) {
-  throw FileError(path, {}, std::string(what) + " (" + std::strerror(errno) + ")");
-}
 
 }  // namespace
 
@@ -95,8 +87,7 @@ WalkSummary FixWalker::Walk::text(std::string_view text, const std::string& name
 
 // What is not done with moves to the front of the buffer, which grows when it is full.
 WalkSummary FixWalker::Walk::file(const std::string& path, WalkVisitor* visitor) {
-  const File file(std::fopen(path.c_str(), "rb"));
-  if (file == nullptr) refuse(path, "cannot be opened");
+  MessageFile file(path);
   begin(visitor);
   std::size_t held = 0;
   while (true) {
@@ -104,8 +95,7 @@ WalkSummary FixWalker::Walk::file(const std::string& path, WalkVisitor* visitor)
     if (held > 2 * kMaxFixMessage) {
       throw FileError(path, place_, "a message that is too long", "at most 16 MiB");
     }
-    held += std::fread(buffer_.data() + held, 1, buffer_.size() - held, file.get());
-    if (std::ferror(file.get()) != 0) refuse(path, "cannot be read");
+    held += file.read(std::span(buffer_).subspan(held));
     const bool isLast = held < buffer_.size();
     const std::size_t done = walkAll({buffer_.data(), held}, isLast);
     if (isLast) return finish(path);

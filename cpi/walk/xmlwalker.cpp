@@ -1,12 +1,10 @@
 #include "cpi/walk/xmlwalker.h"
 
-#include <cerrno>
-#include <cstdio>
-#include <cstring>
 #include <optional>
 #include <utility>
 #include <vector>
 
+#include "cpi/walk/messagefile.h"
 #include "cpi/walk/xmlcheck.h"
 #include "cpi/walk/xmlnames.h"
 #include "cpi/walk/xmlpushparser.h"
@@ -16,15 +14,6 @@ namespace cpi {
 namespace {
 
 constexpr std::size_t kReadSize = std::size_t{1} << 16;
-
-struct CloseFile {
-  void operator()(std::FILE* file) const noexcept { std::fclose(file); }
-};
-using File = std::unique_ptr<std::FILE, CloseFile>;
-
-[[noreturn]] void refuse(const std::string& path, const char* what) {
-  throw FileError(path, {}, std::string(what) + " (" + std::strerror(errno) + ")");
-}
 
 }  // namespace
 
@@ -90,15 +79,13 @@ class XmlWalker::Walk : public XmlEvents, public FindingSink {
 };
 
 WalkSummary XmlWalker::Walk::file(const std::string& path) {
-  const File file(std::fopen(path.c_str(), "rb"));
-  if (file == nullptr) refuse(path, "cannot be opened");
+  MessageFile file(path);
   XmlPushParser parser(*this, path, check_.has_value());
   parser_ = &parser;
   buffer_.resize(kReadSize);
-  while (const std::size_t size = std::fread(buffer_.data(), 1, buffer_.size(), file.get())) {
+  while (const std::size_t size = file.read(buffer_)) {
     parser.feed({buffer_.data(), size});
   }
-  if (std::ferror(file.get()) != 0) refuse(path, "cannot be read");
   return finish(parser);
 }
 

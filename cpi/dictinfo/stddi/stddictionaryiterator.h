@@ -11,10 +11,12 @@
 //     }
 //
 // A move returns true when the iterator stands on the new position, and false when it stands
-// where it stood. Moves throw KelParserException for states that make no sense (no dictionary, no
-// context, a definition that the dictionary does not hold); the position is then as before too.
-// Thread rule: an iterator is used by one thread at a time; any number of iterators may share one
-// dictionary, which must outlive them.
+// where it stood; but a next-sibling move that fails behind an element that the model does not
+// define may leave the iterator on the member beside which that was placed. Moves throw
+// KelParserException for states that make no sense (no dictionary, no context, a definition that
+// the dictionary does not hold); the position is then as before too. Thread rule: an iterator is
+// used by one thread at a time; any number of iterators may share one dictionary, which must
+// outlive them.
 #ifndef CPI_DICTINFO_STDDI_STDDICTIONARYITERATOR_H
 #define CPI_DICTINFO_STDDI_STDDICTIONARYITERATOR_H
 
