@@ -145,17 +145,24 @@ void WalkModel::readWildcards() {
 
 void WalkModel::readHiddenTags() {
   const auto& tags = dictionary_->tags();
+  hiddenTagOfType_.assign(static_cast<std::size_t>(dictionary_->types().rowCount()), kNone);
   for (std::int32_t row = 0; row < tags.rowCount(); ++row) {
     const SMD_TAG_DEFINITION& tag = tags.row(row);
     const std::u16string_view text = textView(tag.TextIdentifier);
     if (tag.Id <= 0 || text.empty() || text.back() != kNameMark) continue;
     const SMD_TYPE_DEFINITION* const type = dictionary_->types().find(tag.ToTypeIndexField);
     if (type == nullptr) continue;
+    hiddenTagOfType_[static_cast<std::size_t>(tag.ToTypeIndexField)] = row;
     std::u16string key(textView(type->Identifier));
     key += kNameMark;
     key += dictionary_->namespaceText(type->NamespaceIndex);
     hiddenTags_.try_emplace(std::move(key), tag.Id);
   }
+}
+
+std::int32_t WalkModel::hiddenTagOfType(std::int32_t typeIndex) const noexcept {
+  if (!dictionary_->types().contains(typeIndex)) return kNone;
+  return hiddenTagOfType_[static_cast<std::size_t>(typeIndex)];
 }
 
 void WalkModel::listWildcardsOfTypes() {

@@ -75,6 +75,9 @@ class WalkModel {
   std::int32_t globalTag(const unsigned short* name, const KelStringBase& namespaceURI) const;
   // The id of the hidden tag of a named type, or 0. `key` is the type's name, '^', its namespace.
   std::int32_t hiddenTag(std::u16string_view key) const noexcept;
+  // The Tags row of the hidden tag of the type in a row; kNone: it has none, or there is no such
+  // row.
+  std::int32_t hiddenTagOfType(std::int32_t typeIndex) const noexcept;
 
  private:
   struct Hash {
@@ -98,6 +101,7 @@ class WalkModel {
   std::vector<std::size_t> firstOfType_;      // by type row, and the end: into listed_
   std::vector<std::int32_t> listed_;
   std::unordered_map<std::u16string, std::int32_t, Hash, std::equal_to<>> hiddenTags_;
+  std::vector<std::int32_t> hiddenTagOfType_;  // by type row: the tag's row, or kNone
 };
 
 }  // namespace cpi
