@@ -162,6 +162,15 @@ const ValueCheck::Parts* ValueCheck::partsOf(std::int32_t typeIndex) const {
   return found == parts_.end() ? nullptr : &found->second;
 }
 
+// Equal values of a list or union may differ as texts when a part of it is no text: 1 and 01.
+bool ValueCheck::hasOneForm(std::int32_t typeIndex) const {
+  const Parts* const parts = partsOf(typeIndex);
+  return parts == nullptr || std::ranges::all_of(parts->types, [&](const Part& part) {
+           return dictionary_.types().row(part.typeIndex).LogicalType == LTString &&
+                  partsOf(part.typeIndex) == nullptr;
+         });
+}
+
 bool ValueCheck::isNeeded(std::int32_t tagIndex) const {
   const SMD_TAG_DEFINITION* const tag = dictionary_.tags().find(tagIndex);
   if (tag == nullptr) return false;
@@ -229,7 +238,8 @@ Reason ValueCheck::judgeWhole(const SMD_TAG_DEFINITION& tag, std::int32_t tagInd
   const std::int32_t logicalType = logicalTypeOf(tag);
   collapse(value, collapsed_);
   if (!makeKey(logicalType, collapsed_, key_)) return Reason::WrongForm;
-  if (tag.ValueSetTableIndex >= 0 && !isInSet(tagIndex, logicalType, value)) {
+  if (tag.ValueSetTableIndex >= 0 && !isInSet(tagIndex, logicalType, value) &&
+      hasOneForm(tag.ToTypeIndexField)) {
     return Reason::NotInValueSet;
   }
   if (model_.properties().controlOfTag(tagIndex).isFixed && !isFixedValue(tag, logicalType)) {

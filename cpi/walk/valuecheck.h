@@ -68,6 +68,7 @@ class ValueCheck {
   Reason judgeWhole(const SMD_TAG_DEFINITION& tag, std::int32_t tagIndex, std::string_view value);
   Reason judgeParts(std::int32_t typeIndex, std::string_view value, int depth);
   Reason judgePart(const Part& part, std::string_view value, int depth);
+  bool hasOneForm(std::int32_t typeIndex) const;
   Reason judgeItems(const Parts& list, std::string_view value, int depth);
   std::int32_t logicalTypeOf(const SMD_TAG_DEFINITION& tag) const;
   bool isFixedValue(const SMD_TAG_DEFINITION& tag, std::int32_t logicalType) const;

@@ -173,7 +173,8 @@ TEST(WalkCheck, Values) {
 TEST(WalkCheck, ListsAndUnions) {
   expectFindings(
       rootOf("<xs:choice maxOccurs='unbounded'><xs:element name='l' type='t:L'/>"
-             "<xs:element name='u' type='t:U'/><xs:element name='v'><xs:simpleType>"
+             "<xs:element name='u' type='t:U'/><xs:element name='w' type='t:W'/><xs:element "
+             "name='v'><xs:simpleType>"
              "<xs:list itemType='t:U'/></xs:simpleType></xs:element>"
              "<xs:element name='a'><xs:complexType><xs:simpleContent><xs:extension base='t:Ns'>"
              "<xs:attribute name='x' type='t:L'/></xs:extension></xs:simpleContent>"
@@ -185,9 +186,11 @@ TEST(WalkCheck, ListsAndUnions) {
           "<xs:maxLength value='2'/></xs:restriction></xs:simpleType>"
           "<xs:simpleType name='Ns'><xs:list><xs:simpleType><xs:restriction base='xs:int'/>"
           "</xs:simpleType></xs:list></xs:simpleType>"
-          "<xs:simpleType name='U'><xs:union memberTypes='t:E xs:decimal'/></xs:simpleType>",
+          "<xs:simpleType name='U'><xs:union memberTypes='t:E xs:decimal'/></xs:simpleType>"
+          "<xs:simpleType name='W'><xs:restriction base='t:U'><xs:enumeration value='1'/>"
+          "</xs:restriction></xs:simpleType>",
       {{"<l>red</l><l> red\n red </l><u> b  lue</u><u>1.5</u><v/><v>1 red 2</v>", ""},
-       {"<a/><a x='red'>1 -2</a>", ""},
+       {"<a/><a x='red'>1 -2</a><w>01.0</w>", ""},
        {"<l> </l><l>red red red</l>", "value /r/l ' '; value /r/l[2] 'red red red' max 2"},
        {"<l>red b lue</l>", "value /r/l 'red b lue'"},
        {"<u>lue</u><v>1 x</v>", "value /r/u 'lue'; value /r/v '1 x'"},
