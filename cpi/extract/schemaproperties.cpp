@@ -14,6 +14,8 @@ namespace {
 // Steps in one question: chains of types end sooner, those of a hostile dictionary need not.
 constexpr std::int32_t kMaxSteps = 200'000;
 constexpr int kMaxUnions = 16;  // unions within unions
+constexpr int kMaxBases = 64;   // from a type to the list or union that it is derived from
+constexpr std::size_t kMaxParts = 256;
 
 const StringTable* propertyOf(const DictTable& table, std::u16string_view name) {
   return table.properties.FindTable(asUnits(kSchemaProperties.data()), asUnits(name.data()));
@@ -25,8 +27,8 @@ std::u16string_view valueOf(const StringTable* property, std::int32_t row) noexc
   return text == nullptr ? std::u16string_view() : textView(text);
 }
 
-std::u16string_view takeWord(std::u16string_view& rest) {
-  const std::size_t end = std::min(rest.find(u' '), rest.size());
+std::u16string_view takeWord(std::u16string_view& rest, char16_t mark = u' ') {
+  const std::size_t end = std::min(rest.find(mark), rest.size());
   const std::u16string_view word = rest.substr(0, end);
   rest.remove_prefix(std::min(end + 1, rest.size()));
   return word;
@@ -44,9 +46,10 @@ SchemaControl controlOf(std::u16string_view words) noexcept {
   return control;
 }
 
+constexpr std::size_t kMostDigits = 9;
+
 // 0 for what is no number.
 std::int32_t numberOf(std::u16string_view digits) noexcept {
-  constexpr std::size_t kMostDigits = 9;
   std::int32_t number = 0;
   if (digits.size() > kMostDigits) return 0;
   for (const char16_t digit : digits) {
@@ -75,6 +78,42 @@ SchemaControl SchemaProperties::controlOfType(std::int32_t typeIndex) const noex
 
 std::u16string_view SchemaProperties::facetsOf(std::int32_t typeIndex) const noexcept {
   return valueOf(facets_, typeIndex);
+}
+
+std::optional<SchemaParts> SchemaProperties::partsOf(std::int32_t typeIndex) const {
+  std::int32_t row = typeIndex;
+  std::u16string_view rest = valueOf(derivation_, row);
+  std::u16string_view method = takeWord(rest);
+  for (int step = 0; method == kExtension || method == kRestriction; ++step) {
+    row = dictionary_->getTypeDefIndex(numberOf(rest));
+    if (step == kMaxBases || row < 0) return std::nullopt;
+    rest = valueOf(derivation_, row);
+    method = takeWord(rest);
+  }
+  if (method != kList && method != kUnion) return std::nullopt;
+  SchemaParts parts;
+  parts.isList = method == kList;
+  while (!rest.empty()) {
+    parts.types.push_back(dictionary_->getTypeDefIndex(numberOf(takeWord(rest))));
+    if (parts.types.back() < 0 || parts.types.size() > kMaxParts) return std::nullopt;
+  }
+  if (parts.types.empty()) return std::nullopt;
+  if (parts.isList) readItemLimits(typeIndex, parts);
+  return parts;
+}
+
+// A limit of too many digits is none that a value can reach, and one of another form is left out.
+void SchemaProperties::readItemLimits(std::int32_t typeIndex, SchemaParts& parts) const noexcept {
+  std::u16string_view lines = facetsOf(typeIndex);
+  while (!lines.empty()) {
+    std::u16string_view rest = takeWord(lines, u'\n');
+    const std::u16string_view facet = takeWord(rest);
+    const bool isLength = facet == u"length";
+    const bool isNumber = !rest.empty() && rest.find_first_not_of(u"0123456789") == rest.npos;
+    if (!isNumber || rest.size() > kMostDigits) continue;
+    if (isLength || facet == u"minLength") parts.least = numberOf(rest);
+    if (isLength || facet == u"maxLength") parts.most = numberOf(rest);
+  }
 }
 
 std::optional<DerivationMethods> SchemaProperties::derivation(std::int32_t typeIndex,

@@ -12,6 +12,7 @@
 #include <cstdint>
 #include <optional>
 #include <string_view>
+#include <vector>
 
 #include "cpi/dictinfo/stddi/stddictionaryinfo.h"
 
@@ -30,6 +31,14 @@ struct DerivationMethods {
   bool hasRestriction = false;
 };
 
+// What the values of a list or a union consist of.
+struct SchemaParts {
+  bool isList = false;
+  std::int32_t least = 0;           // items of a list
+  std::int32_t most = kNone;        // the same; kNone: no limit
+  std::vector<std::int32_t> types;  // Types rows: of a list's items, or of the members of a union
+};
+
 class SchemaProperties {
  public:
   // `dictionary` must be loaded and outlive this object. One that was not made of a schema has none
@@ -41,6 +50,11 @@ class SchemaProperties {
   SchemaControl controlOfType(std::int32_t typeIndex) const noexcept;
   // The facets of a Types row, "<facet> <value>" one a line; empty when there are none.
   std::u16string_view facetsOf(std::int32_t typeIndex) const noexcept;
+  // Of a type that is a list or union, or derived from one. Nothing for others, and when a part of
+  // it is no row or it has more than 256.
+  std::optional<SchemaParts> partsOf(std::int32_t typeIndex) const;
+  // Whether the dictionary tells how its types are derived at all.
+  bool hasDerivations() const noexcept { return derivation_ != nullptr; }
   // How the type in one row is derived from that in another; nothing when it is not. A type is
   // derived from itself by no method.
   std::optional<DerivationMethods> derivation(std::int32_t typeIndex, std::int32_t fromIndex) const;
@@ -55,6 +69,7 @@ class SchemaProperties {
     int unions = 0;  // entered
   };
 
+  void readItemLimits(std::int32_t typeIndex, SchemaParts& parts) const noexcept;
   bool isRoot(std::int32_t typeIndex, std::u16string_view name) const noexcept;
   // A type without further base: from which of the root types it may be taken to be derived.
   bool isDerivedFromRoot(std::int32_t typeIndex, std::int32_t fromIndex) const noexcept;

@@ -19,6 +19,13 @@ constexpr std::size_t kMaxShownValues = 20;
 constexpr int kMaxBases = 64;
 // Sets may overlap, so that a small dictionary has very many values in all; start over then.
 constexpr std::size_t kMaxKeptValues = 1'000'000;
+// The same of lists and unions that derive from one another; those behind are let pass.
+constexpr std::size_t kMaxKeptParts = 1'000'000;
+// Unions may stand in lists and unions, and in a hostile dictionary in themselves. A value that
+// takes more than this is let pass.
+constexpr int kMaxDepth = 16;
+constexpr std::size_t kMaxLooks = 64;  // at each byte
+constexpr std::string_view kSpaces = " \t\n\r";
 
 bool isSpace(char unit) noexcept {
   return unit == ' ' || unit == '\t' || unit == '\n' || unit == '\r';
@@ -133,26 +140,109 @@ void forEachValue(const StdDictionaryInfo& dictionary, std::int32_t first, Visit
 
 }  // namespace
 
+ValueCheck::ValueCheck(const WalkModel& model) : model_(model), dictionary_(model.dictionary()) {
+  if (!model.properties().hasDerivations()) return;
+  std::size_t partCount = 0;
+  for (std::int32_t row = 0; row < dictionary_.types().rowCount(); ++row) {
+    if (dictionary_.types().row(row).LogicalType != LTString) continue;
+    const std::optional<SchemaParts> found = model.properties().partsOf(row);
+    if (!found) continue;
+    partCount += found->types.size();
+    if (partCount > kMaxKeptParts) return;
+    Parts& parts = parts_[row];
+    parts = {found->isList, found->least, found->most, {}};
+    for (const std::int32_t type : found->types) {
+      parts.types.push_back({type, model.hiddenTagOfType(type)});
+    }
+  }
+}
+
+const ValueCheck::Parts* ValueCheck::partsOf(std::int32_t typeIndex) const {
+  const auto found = parts_.find(typeIndex);
+  return found == parts_.end() ? nullptr : &found->second;
+}
+
+// Equal values of a list or union may differ as texts when a part of it is no text: 1 and 01.
+bool ValueCheck::hasOneForm(std::int32_t typeIndex) const {
+  const Parts* const parts = partsOf(typeIndex);
+  return parts == nullptr || std::ranges::all_of(parts->types, [&](const Part& part) {
+           return dictionary_.types().row(part.typeIndex).LogicalType == LTString &&
+                  partsOf(part.typeIndex) == nullptr;
+         });
+}
+
 bool ValueCheck::isNeeded(std::int32_t tagIndex) const {
   const SMD_TAG_DEFINITION* const tag = dictionary_.tags().find(tagIndex);
   if (tag == nullptr) return false;
   const std::int32_t logicalType = logicalTypeOf(*tag);
   if (logicalType < 1 || logicalType >= kFirstWildcardLogicalType) return false;
   return tag->ValueSetTableIndex >= 0 || tag->MinLength > 0 || tag->MaxLength >= 0 ||
-         isNumeric(logicalType) || model_.isTagMarked(tagIndex, kFixed);
+         isNumeric(logicalType) || partsOf(tag->ToTypeIndexField) != nullptr ||
+         model_.properties().controlOfTag(tagIndex).isFixed;
 }
 
 // A default stands for an empty element.
 Reason ValueCheck::judge(std::int32_t tagIndex, std::string_view value) {
   const SMD_TAG_DEFINITION& tag = dictionary_.tags().row(tagIndex);
-  const std::int32_t logicalType = logicalTypeOf(tag);
   if (value.empty() && tag.DVTableIndex >= 0) return Reason::None;
+  budget_ = kMaxLooks * (value.size() + 1);
+  const Reason reason = judgeWhole(tag, tagIndex, value);
+  return reason == Reason::None ? judgeParts(tag.ToTypeIndexField, value, 0) : reason;
+}
+
+// A union admits what one of its members does.
+Reason ValueCheck::judgeParts(std::int32_t typeIndex, std::string_view value, int depth) {
+  const Parts* const parts = partsOf(typeIndex);
+  if (parts == nullptr || depth == kMaxDepth) return Reason::None;
+  if (parts->isList) return judgeItems(*parts, value, depth);
+  const bool isMember = std::ranges::any_of(parts->types, [&](const Part& part) {
+    return judgePart(part, value, depth) == Reason::None;
+  });
+  return isMember ? Reason::None : Reason::WrongForm;
+}
+
+// Of an item's faults describe() can tell no more than its value set.
+Reason ValueCheck::judgeItems(const Parts& list, std::string_view value, int depth) {
+  std::int64_t count = 0;
+  for (std::size_t begin = 0; (begin = value.find_first_not_of(kSpaces, begin)) != value.npos;) {
+    const std::size_t end = std::min(value.find_first_of(kSpaces, begin), value.size());
+    const Reason reason = judgePart(list.types.front(), value.substr(begin, end - begin), depth);
+    if (reason != Reason::None) {
+      return reason == Reason::NotInValueSet ? reason : Reason::WrongForm;
+    }
+    begin = end;
+    ++count;
+  }
+  if (count < list.least) return Reason::TooShort;
+  return list.most >= 0 && count > list.most ? Reason::TooLong : Reason::None;
+}
+
+// A type without name has no tag: of its values only the form is known.
+Reason ValueCheck::judgePart(const Part& part, std::string_view value, int depth) {
+  if (budget_ < value.size() + 1) return Reason::None;
+  budget_ -= value.size() + 1;
+  Reason reason = Reason::None;
+  if (part.tagIndex >= 0) {
+    reason = judgeWhole(dictionary_.tags().row(part.tagIndex), part.tagIndex, value);
+  } else {
+    collapse(value, collapsed_);
+    const bool isForm =
+        makeKey(dictionary_.types().row(part.typeIndex).LogicalType, collapsed_, key_);
+    if (!isForm) reason = Reason::WrongForm;
+  }
+  return reason == Reason::None ? judgeParts(part.typeIndex, value, depth + 1) : reason;
+}
+
+Reason ValueCheck::judgeWhole(const SMD_TAG_DEFINITION& tag, std::int32_t tagIndex,
+                              std::string_view value) {
+  const std::int32_t logicalType = logicalTypeOf(tag);
   collapse(value, collapsed_);
   if (!makeKey(logicalType, collapsed_, key_)) return Reason::WrongForm;
-  if (tag.ValueSetTableIndex >= 0 && !isInSet(tagIndex, logicalType, value)) {
+  if (tag.ValueSetTableIndex >= 0 && !isInSet(tagIndex, logicalType, value) &&
+      hasOneForm(tag.ToTypeIndexField)) {
     return Reason::NotInValueSet;
   }
-  if (model_.isTagMarked(tagIndex, kFixed) && !isFixedValue(tag, logicalType)) {
+  if (model_.properties().controlOfTag(tagIndex).isFixed && !isFixedValue(tag, logicalType)) {
     return Reason::NotFixedValue;
   }
   if (logicalType != LTString || (tag.MinLength <= 0 && tag.MaxLength < 0)) return Reason::None;
@@ -165,14 +255,20 @@ Reason ValueCheck::judge(std::int32_t tagIndex, std::string_view value) {
 
 void ValueCheck::describe(std::int32_t tagIndex, Reason reason, Finding& finding) const {
   const SMD_TAG_DEFINITION& tag = dictionary_.tags().row(tagIndex);
-  if (reason == Reason::TooShort) finding.atLeast = tag.MinLength;
-  if (reason == Reason::TooLong) finding.atMost = tag.MaxLength;
+  const Parts* const parts = partsOf(tag.ToTypeIndexField);
+  const Parts* const list = parts != nullptr && parts->isList ? parts : nullptr;
+  if (reason == Reason::TooShort) finding.atLeast = list == nullptr ? tag.MinLength : list->least;
+  if (reason == Reason::TooLong) finding.atMost = list == nullptr ? tag.MaxLength : list->most;
   if (reason == Reason::NotFixedValue) {
     const auto* const fixed = dictionary_.values().find(tag.DVTableIndex);
     if (fixed != nullptr) finding.values.push_back(textOf(*fixed).value_or(""));
   }
   if (reason != Reason::NotInValueSet) return;
-  forEachValue(dictionary_, tag.ValueSetTableIndex, [&](const SMD_VALUE_DEFINITION& value) {
+  const auto* const item =
+      list == nullptr ? nullptr : dictionary_.tags().find(list->types.front().tagIndex);
+  const bool isOfItem = tag.ValueSetTableIndex < 0 && item != nullptr;
+  const std::int32_t first = (isOfItem ? *item : tag).ValueSetTableIndex;
+  forEachValue(dictionary_, first, [&](const SMD_VALUE_DEFINITION& value) {
     finding.values.push_back(textOf(value).value_or(""));
     return finding.values.size() < kMaxShownValues;
   });

@@ -1,8 +1,9 @@
 // ValueCheck: holds the values of simple types against what the dictionary knows of them: value
-// sets, lengths and the look of numbers and truth values.
+// sets, lengths and the look of numbers and truth values; and those of lists and unions against
+// the types of their items and members.
 //
-// Dictionaries do not say how white space counts in a value, so a value is refused only when it is
-// wrong both as it stands and with its white space collapsed. Sets of dates, times and durations,
+// How white space counts in a value is not looked up, so a value is refused only when it is wrong
+// both as it stands and with its white space collapsed. Sets of dates, times and durations,
 // and lengths of qualified names, are not judged.
 //
 // Thread rule: used by one thread at a time; what it has prepared of a value set is kept.
@@ -15,8 +16,10 @@
 #include <map>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <unordered_set>
 #include <utility>
+#include <vector>
 
 #include "cpi/dictinfo/stddi/stddictionaryinfo.h"
 #include "cpi/walk/verdict.h"
@@ -27,7 +30,7 @@ namespace cpi {
 class ValueCheck {
  public:
   // `model` is not owned and must outlive this.
-  explicit ValueCheck(const WalkModel& model) : model_(model), dictionary_(model.dictionary()) {}
+  explicit ValueCheck(const WalkModel& model);
 
   // Whether judge() may find anything wrong with a value of this tag; false for no row.
   bool isNeeded(std::int32_t tagIndex) const;
@@ -49,6 +52,24 @@ class ValueCheck {
     std::unordered_set<std::string, Hash, std::equal_to<>> keys;
   };
 
+  // A type of which values of another one consist.
+  struct Part {
+    std::int32_t typeIndex;
+    std::int32_t tagIndex;  // that tells the limits of its values; kNone: it has none
+  };
+  struct Parts {
+    bool isList;
+    std::int32_t least;  // items
+    std::int32_t most;
+    std::vector<Part> types;
+  };
+
+  const Parts* partsOf(std::int32_t typeIndex) const;
+  Reason judgeWhole(const SMD_TAG_DEFINITION& tag, std::int32_t tagIndex, std::string_view value);
+  Reason judgeParts(std::int32_t typeIndex, std::string_view value, int depth);
+  Reason judgePart(const Part& part, std::string_view value, int depth);
+  bool hasOneForm(std::int32_t typeIndex) const;
+  Reason judgeItems(const Parts& list, std::string_view value, int depth);
   std::int32_t logicalTypeOf(const SMD_TAG_DEFINITION& tag) const;
   bool isFixedValue(const SMD_TAG_DEFINITION& tag, std::int32_t logicalType) const;
   bool isInSet(std::int32_t tagIndex, std::int32_t logicalType, std::string_view value);
@@ -60,7 +81,9 @@ class ValueCheck {
   const StdDictionaryInfo& dictionary_;
   // By first row of the set and logical type of the values.
   std::map<std::pair<std::int32_t, std::int32_t>, ValueSet> sets_;
-  std::size_t valueCount_ = 0;  // of all sets
+  std::size_t valueCount_ = 0;                     // of all sets
+  std::unordered_map<std::int32_t, Parts> parts_;  // by Types row
+  std::size_t budget_ = 0;  // bytes that may still be looked at for one value
   std::string key_;
   std::string collapsed_;
 };

@@ -75,6 +75,7 @@ enum class Reason : std::uint8_t {
   UnknownAttribute,  // (Attribute)
   UnknownType,       // (Type)
   NotDerived,        // the type is not derived from the declared one (Type)
+  BlockedType,       // the type is, in a way that the element or its type blocks (Type)
   AbstractType,      // the type, or the element, may not stand by itself (Type)
   NotNillable,       // (Nil)
   NilWithContent,    // (Nil)
@@ -83,7 +84,7 @@ enum class Reason : std::uint8_t {
   WrongCheckSum,     // (Value)
   NotAField,         // no tag with '=' behind it, in a message of such fields (Refused)
 };
-inline constexpr std::size_t kReasonCount = 26;
+inline constexpr std::size_t kReasonCount = 27;
 
 struct Verdict {
   Placement placement = Placement::Unjudged;

@@ -4,7 +4,6 @@
 #include <optional>
 #include <stdexcept>
 
-#include "cpi/dictinfo/stddi/schema.h"
 #include "cpi/extract/modelconventions.h"
 #include "cpi/walk/elementplaces.h"
 
@@ -14,14 +13,6 @@ namespace {
 // Rows visited in all when the wildcards of every type are listed. Real models need a few rows
 // per type; only groups that contain one another in great numbers come near.
 constexpr std::int64_t kMaxVisits = 50'000'000;
-
-// The dictionary's own tables are the last ones: a derived class keeps its own before them.
-const StringTable* controlOf(const StdDictionaryInfo& dictionary, TableSlot slot) {
-  const auto tables = dictionary.tables();
-  const DictTable& table = tables[tables.size() - kTableCount + static_cast<std::size_t>(slot)];
-  return table.properties.FindTable(asUnits(kSchemaProperties.data()),
-                                    asUnits(kControlProperty.data()));
-}
 
 // Takes the text up to the next space off `rest`.
 std::u16string_view takeWord(std::u16string_view& rest) {
@@ -120,10 +111,7 @@ bool Wildcard::admits(std::u16string_view namespaceURI) const noexcept {
 }
 
 WalkModel::WalkModel(const StdDictionaryInfo& dictionary)
-    : dictionary_(&dictionary),
-      tagControl_(controlOf(dictionary, TableSlot::Tags)),
-      typeControl_(controlOf(dictionary, TableSlot::Types)),
-      content_(dictionary) {
+    : dictionary_(&dictionary), properties_(dictionary), content_(dictionary) {
   readWildcards();
   readHiddenTags();
   listWildcardsOfTypes();
@@ -134,16 +122,6 @@ WalkModel::~WalkModel() = default;
 const ElementPlaces& WalkModel::places() const {
   std::call_once(hasPlaces_, [this] { places_ = std::make_unique<ElementPlaces>(content_); });
   return *places_;
-}
-
-bool WalkModel::isMarked(const StringTable* control, std::int32_t row,
-                         std::u16string_view word) noexcept {
-  if (control == nullptr || row < 0) return false;
-  std::u16string_view rest = textView(control->GetValue(static_cast<std::uint32_t>(row)));
-  while (!rest.empty()) {
-    if (takeWord(rest) == word) return true;
-  }
-  return false;
 }
 
 const Wildcard* WalkModel::wildcardOfType(std::int32_t typeIndex) const noexcept {
@@ -167,17 +145,24 @@ void WalkModel::readWildcards() {
 
 void WalkModel::readHiddenTags() {
   const auto& tags = dictionary_->tags();
+  hiddenTagOfType_.assign(static_cast<std::size_t>(dictionary_->types().rowCount()), kNone);
   for (std::int32_t row = 0; row < tags.rowCount(); ++row) {
     const SMD_TAG_DEFINITION& tag = tags.row(row);
     const std::u16string_view text = textView(tag.TextIdentifier);
     if (tag.Id <= 0 || text.empty() || text.back() != kNameMark) continue;
     const SMD_TYPE_DEFINITION* const type = dictionary_->types().find(tag.ToTypeIndexField);
     if (type == nullptr) continue;
+    hiddenTagOfType_[static_cast<std::size_t>(tag.ToTypeIndexField)] = row;
     std::u16string key(textView(type->Identifier));
     key += kNameMark;
     key += dictionary_->namespaceText(type->NamespaceIndex);
     hiddenTags_.try_emplace(std::move(key), tag.Id);
   }
+}
+
+std::int32_t WalkModel::hiddenTagOfType(std::int32_t typeIndex) const noexcept {
+  if (!dictionary_->types().contains(typeIndex)) return kNone;
+  return hiddenTagOfType_[static_cast<std::size_t>(typeIndex)];
 }
 
 void WalkModel::listWildcardsOfTypes() {

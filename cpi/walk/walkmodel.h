@@ -22,6 +22,7 @@
 #include <vector>
 
 #include "cpi/dictinfo/stddi/stddictionaryinfo.h"
+#include "cpi/extract/schemaproperties.h"
 #include "cpi/walk/contentmodel.h"
 
 namespace cpi {
@@ -68,18 +69,15 @@ class WalkModel {
   }
   // The wildcard that a type stands for; null: none.
   const Wildcard* wildcardOfType(std::int32_t typeIndex) const noexcept;
-  // Whether a word stands in the property by which a schema's compiler marks a row of Tags or of
-  // Types; see modelconventions.h. False for an index that is no row.
-  bool isTagMarked(std::int32_t tagIndex, std::u16string_view word) const noexcept {
-    return isMarked(tagControl_, tagIndex, word);
-  }
-  bool isTypeMarked(std::int32_t typeIndex, std::u16string_view word) const noexcept {
-    return isMarked(typeControl_, typeIndex, word);
-  }
+  // What a schema's compiler tells of tags and types beside their columns.
+  const SchemaProperties& properties() const noexcept { return properties_; }
   // The id of the tag of a global element, or 0.
   std::int32_t globalTag(const unsigned short* name, const KelStringBase& namespaceURI) const;
   // The id of the hidden tag of a named type, or 0. `key` is the type's name, '^', its namespace.
   std::int32_t hiddenTag(std::u16string_view key) const noexcept;
+  // The Tags row of the hidden tag of the type in a row; kNone: it has none, or there is no such
+  // row.
+  std::int32_t hiddenTagOfType(std::int32_t typeIndex) const noexcept;
 
  private:
   struct Hash {
@@ -89,15 +87,12 @@ class WalkModel {
     }
   };
 
-  static bool isMarked(const StringTable* control, std::int32_t row,
-                       std::u16string_view word) noexcept;
   void readWildcards();
   void readHiddenTags();
   void listWildcardsOfTypes();
 
   const StdDictionaryInfo* dictionary_;
-  const StringTable* tagControl_;   // null: no row is marked
-  const StringTable* typeControl_;  // the same
+  SchemaProperties properties_;
   ContentModel content_;
   mutable std::once_flag hasPlaces_;
   mutable std::unique_ptr<const ElementPlaces> places_;
@@ -106,6 +101,7 @@ class WalkModel {
   std::vector<std::size_t> firstOfType_;      // by type row, and the end: into listed_
   std::vector<std::int32_t> listed_;
   std::unordered_map<std::u16string, std::int32_t, Hash, std::equal_to<>> hiddenTags_;
+  std::vector<std::int32_t> hiddenTagOfType_;  // by type row: the tag's row, or kNone
 };
 
 }  // namespace cpi

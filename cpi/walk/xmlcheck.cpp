@@ -12,8 +12,8 @@ namespace {
 constexpr std::size_t kMaxValue = std::size_t{1} << 20;
 // A finding shows so much of a text, in bytes.
 constexpr std::size_t kMaxShown = 80;
-// Types derive from one another through fewer steps than these.
-constexpr int kMaxBases = 256;
+// Start over when the answers for more pairs of element and type are kept.
+constexpr std::size_t kMaxKeptTypes = 65536;
 
 constexpr std::string_view kInstance = "http://www.w3.org/2001/XMLSchema-instance";
 constexpr std::string_view kSpace = " \t\r\n";
@@ -68,8 +68,9 @@ void XmlCheck::start(const XmlStartTag& tag, std::u16string_view typeKey) {
   if (verdict.reason == Reason::InNil) trail_.parent()->isNil = false;  // that was told just now
   if (verdict.typeIndex == kNone) return;
   if (!typeKey.empty()) checkType(frame, tag, typeKey);
-  const bool isAbstract = model_.isTagMarked(verdict.tagIndex, kAbstract) ||
-                          model_.isTypeMarked(verdict.typeIndex, kAbstract);
+  const SchemaProperties& properties = model_.properties();
+  const bool isAbstract = properties.controlOfTag(verdict.tagIndex).isAbstract ||
+                          properties.controlOfType(verdict.typeIndex).isAbstract;
   if (isAbstract && verdict.isGood()) {
     sink_.add(findingOf(frame, VerdictKind::Type, Reason::AbstractType), nullptr);
   }
@@ -101,42 +102,44 @@ const SMD_TAG_DEFINITION* XmlCheck::contentTag(const XmlFrame& frame) const {
   return dictionary_.tags().find(frame.verdict.contentTagIndex);
 }
 
-// Built-in types that the model does not use are not in the dictionary, so nothing is known of
-// them.
 void XmlCheck::checkType(const XmlFrame& frame, const XmlStartTag& tag,
                          std::u16string_view typeKey) {
-  const std::u16string_view uri = typeKey.substr(typeKey.find(kNameMark) + 1);
-  const bool isBuiltIn = uri == kSchemaNamespace;
-  Reason reason = Reason::None;
-  if (model_.hiddenTag(typeKey) == 0) {
-    reason = isBuiltIn ? Reason::None : Reason::UnknownType;
-  } else if (const auto* const declared = dictionary_.tags().find(frame.verdict.tagIndex);
-             declared != nullptr &&
-             !isDerived(frame.verdict.typeIndex, declared->ToTypeIndexField)) {
-    reason = Reason::NotDerived;
-  }
+  const Verdict& verdict = frame.verdict;
+  const bool isKnown = model_.hiddenTag(typeKey) != 0;
+  const Reason reason = isKnown ? judgeType(verdict.tagIndex, verdict.typeIndex)
+                                : judgeUnknownType(verdict.tagIndex, typeKey);
   if (reason == Reason::None) return;
   Finding finding = findingOf(frame, VerdictKind::Type, reason);
   finding.value = shown(trimmed(tag.type));
   sink_.add(std::move(finding), nullptr);
 }
 
-// Of simple types not every base is recorded, so they pass for derived.
-bool XmlCheck::isDerived(std::int32_t typeIndex, std::int32_t fromIndex) const {
-  const auto& types = dictionary_.types();
-  const SMD_TYPE_DEFINITION* const from = types.find(fromIndex);
-  const SMD_TYPE_DEFINITION* type = types.find(typeIndex);
-  if (from == nullptr || type == nullptr || from->LogicalType > 0 || type->LogicalType > 0) {
-    return true;
+// Kept for each pair, since the way from a type to another may be long.
+Reason XmlCheck::judgeType(std::int32_t tagIndex, std::int32_t typeIndex) {
+  const SchemaProperties& properties = model_.properties();
+  const SMD_TAG_DEFINITION* const declared = dictionary_.tags().find(tagIndex);
+  if (declared == nullptr || !properties.hasDerivations()) return Reason::None;
+  if (types_.size() >= kMaxKeptTypes) types_.clear();
+  const auto key =
+      static_cast<std::uint64_t>(tagIndex) << 32 | static_cast<std::uint32_t>(typeIndex);
+  const auto [known, isNew] = types_.try_emplace(key, Reason::None);
+  if (isNew && !properties.mayTake(tagIndex, typeIndex)) {
+    const bool isDerived = properties.derivation(typeIndex, declared->ToTypeIndexField).has_value();
+    known->second = isDerived ? Reason::BlockedType : Reason::NotDerived;
   }
-  const bool isRoot = textView(from->Identifier) == u"anyType" &&
-                      dictionary_.namespaceText(from->NamespaceIndex) == kSchemaNamespace;
-  if (isRoot) return true;
-  for (int step = 0; type != nullptr && step < kMaxBases; ++step) {
-    if (type->TypeId == from->TypeId) return true;
-    type = types.find(dictionary_.getTypeDefIndex(type->BaseTypeId));
-  }
-  return false;
+  return known->second;
+}
+
+// Built-in types that the model does not use are not in the dictionary. All that is known of them
+// is that they are simple: none is derived from a complex type but the root of all.
+Reason XmlCheck::judgeUnknownType(std::int32_t tagIndex, std::u16string_view typeKey) const {
+  if (typeKey.substr(typeKey.find(kNameMark) + 1) != kSchemaNamespace) return Reason::UnknownType;
+  const SMD_TAG_DEFINITION* const tag = dictionary_.tags().find(tagIndex);
+  const SMD_TYPE_DEFINITION* const declared =
+      tag == nullptr ? nullptr : dictionary_.types().find(tag->ToTypeIndexField);
+  const bool mayBe = declared == nullptr || declared->LogicalType > 0 ||
+                     dictionary_.namespaceText(declared->NamespaceIndex) == kSchemaNamespace;
+  return mayBe ? Reason::None : Reason::NotDerived;
 }
 
 void XmlCheck::checkAttributes(const XmlFrame& frame, const XmlStartTag& tag) {

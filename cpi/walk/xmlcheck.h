@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 
 #include "cpi/walk/attributecheck.h"
 #include "cpi/walk/modelwalk.h"
@@ -45,7 +46,8 @@ class XmlCheck {
  private:
   const SMD_TAG_DEFINITION* contentTag(const XmlFrame& frame) const;
   void checkType(const XmlFrame& frame, const XmlStartTag& tag, std::u16string_view typeKey);
-  bool isDerived(std::int32_t typeIndex, std::int32_t fromIndex) const;
+  Reason judgeType(std::int32_t tagIndex, std::int32_t typeIndex);
+  Reason judgeUnknownType(std::int32_t tagIndex, std::u16string_view typeKey) const;
   void checkAttributes(const XmlFrame& frame, const XmlStartTag& tag);
   void addAttribute(const XmlFrame& frame, const XmlAttribute& attribute, Reason reason,
                     std::int32_t tagIndex);
@@ -61,6 +63,8 @@ class XmlCheck {
   FindingSink& sink_;
   ValueCheck values_;
   AttributeCheck attributes_;
+  // What is wrong with a type that an element asks for, by their rows.
+  std::unordered_map<std::uint64_t, Reason> types_;
   std::string text_;      // of the innermost element, when it is a value
   bool isWhole_ = false;  // text_ is all of it
 };

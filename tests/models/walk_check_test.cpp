@@ -161,13 +161,40 @@ TEST(WalkCheck, Values) {
           type("H", "hexBinary", "<xs:length value='2'/>") +
           "<xs:simpleType name='U'><xs:union memberTypes='t:S t:N'/></xs:simpleType>",
       {{"<s> red\n hat </s><n>+07</n><d>01.5</d><l>\xC3\xA9\xC3\xA9\xC3\xA9</l><h>0aFF</h>", ""},
-       {"<i> -12 </i><t>1</t><t>false</t><m>a b c</m><u>green</u><s><![CDATA[blue]]></s>", ""},
+       {"<i> -12 </i><t>1</t><t>false</t><m>a b c</m><u>blue</u><s><![CDATA[blue]]></s>", ""},
        {"<s>red</s>", "value /r/s 'red'"},
        {"<n>8</n>", "value /r/n '8'"},
        {"<d>1.51</d>", "value /r/d '1.51'"},
        {"<l>a</l><l>abcd</l>", "value /r/l 'a'; value /r/l[2] 'abcd' max 3"},
        {"<h>0aFF0a</h>", "value /r/h '0aFF0a' max 2"},
        {"<i>1.5</i><i/><t>yes</t>", "value /r/i '1.5'; value /r/i[2]; value /r/t 'yes'"}});
+}
+
+TEST(WalkCheck, ListsAndUnions) {
+  expectFindings(
+      rootOf("<xs:choice maxOccurs='unbounded'><xs:element name='l' type='t:L'/>"
+             "<xs:element name='u' type='t:U'/><xs:element name='w' type='t:W'/><xs:element "
+             "name='v'><xs:simpleType>"
+             "<xs:list itemType='t:U'/></xs:simpleType></xs:element>"
+             "<xs:element name='a'><xs:complexType><xs:simpleContent><xs:extension base='t:Ns'>"
+             "<xs:attribute name='x' type='t:L'/></xs:extension></xs:simpleContent>"
+             "</xs:complexType></xs:element></xs:choice>") +
+          "<xs:simpleType name='E'><xs:restriction base='xs:token'><xs:enumeration value='red'/>"
+          "<xs:enumeration value='b lue'/></xs:restriction></xs:simpleType>"
+          "<xs:simpleType name='Es'><xs:list itemType='t:E'/></xs:simpleType>"
+          "<xs:simpleType name='L'><xs:restriction base='t:Es'><xs:minLength value='1'/>"
+          "<xs:maxLength value='2'/></xs:restriction></xs:simpleType>"
+          "<xs:simpleType name='Ns'><xs:list><xs:simpleType><xs:restriction base='xs:int'/>"
+          "</xs:simpleType></xs:list></xs:simpleType>"
+          "<xs:simpleType name='U'><xs:union memberTypes='t:E xs:decimal'/></xs:simpleType>"
+          "<xs:simpleType name='W'><xs:restriction base='t:U'><xs:enumeration value='1'/>"
+          "</xs:restriction></xs:simpleType>",
+      {{"<l>red</l><l> red\n red </l><u> b  lue</u><u>1.5</u><v/><v>1 red 2</v>", ""},
+       {"<a/><a x='red'>1 -2</a><w>01.0</w>", ""},
+       {"<l> </l><l>red red red</l>", "value /r/l ' '; value /r/l[2] 'red red red' max 2"},
+       {"<l>red b lue</l>", "value /r/l 'red b lue'"},
+       {"<u>lue</u><v>1 x</v>", "value /r/u 'lue'; value /r/v '1 x'"},
+       {"<a x='blue'>1 1.5</a>", "attribute /r/a@x 'blue'; value /r/a '1 1.5'"}});
 }
 
 TEST(WalkCheck, AttributesAndFixedValues) {
@@ -204,9 +231,32 @@ TEST(WalkCheck, TypesAndNil) {
        {"<a xsi:type='B'><x/></a>", "incomplete /r/a -y =y"},
        {"<a xsi:type='Z'><x/></a>", "type /r/a 'Z'"},
        {"<a xsi:type='C'><x/></a>", "type /r/a 'C'"},
+       {"<a xsi:type='xs:int'><x/></a>", "type /r/a 'xs:int'"},
        {"<a xsi:nil='true'><x/></a>", "nil /r/a"},
        {"<n xsi:nil='1'>t<x/></n>", "nil /r/n 't'"},
        {"<n xsi:nil='1'><x/><x/> </n>", "refused /r/n/x"}});
+}
+
+TEST(WalkCheck, TypesThatMayBeTaken) {
+  expectFindings(
+      rootOf(
+          "<xs:choice maxOccurs='unbounded'><xs:element name='u' type='t:U'/>"
+          "<xs:element name='e' type='t:E' block='restriction'/><xs:element name='c' type='t:C'/>"
+          "<xs:element name='any'/></xs:choice>") +
+          "<xs:simpleType name='E'><xs:restriction base='xs:int'/></xs:simpleType>"
+          "<xs:simpleType name='F'><xs:restriction base='t:E'/></xs:simpleType>"
+          "<xs:simpleType name='L'><xs:list itemType='t:E'/></xs:simpleType>"
+          "<xs:simpleType name='U'><xs:union memberTypes='t:E t:L'/></xs:simpleType>"
+          "<xs:complexType name='C' block='extension'><xs:sequence/></xs:complexType>"
+          "<xs:complexType name='D'><xs:complexContent><xs:extension base='t:C'/>"
+          "</xs:complexContent></xs:complexType>",
+      {{"<u xsi:type='F'>1</u><u xsi:type='L'>1 2</u><e xsi:type='E'>1</e>", ""},
+       {"<any xsi:type='D'/><any xsi:type='xs:date'/>", ""},
+       {"<e xsi:type='xs:byte'>1</e>", "type /r/e 'xs:byte'"},
+       {"<e xsi:type='F'>1</e>", "type /r/e 'F'"},
+       {"<e xsi:type='L'>1</e>", "type /r/e 'L'"},
+       {"<u xsi:type='D'/>", "type /r/u 'D'"},
+       {"<c xsi:type='D'/>", "type /r/c 'D'"}});
 }
 
 TEST(WalkCheck, FaultsBeyondTheLimitAreNotExplained) {

@@ -63,6 +63,7 @@ constexpr std::string_view kReasons[] = {
     "unknown-attribute",
     "unknown-type",
     "not-derived",
+    "blocked-type",
     "abstract-type",
     "not-nillable",
     "nil-with-content",
@@ -182,6 +183,8 @@ std::string typeSentence(const Finding& finding) {
   const std::string type = "type '" + printable(finding.value) + "'";
   switch (finding.verdict.reason) {
     case Reason::UnknownType: return "the model has no " + type;
+    case Reason::BlockedType:
+      return type + " may not be taken: the element, or its type, blocks that derivation";
     case Reason::NotDerived: return type + " is not derived from that of the element";
     default: return "is abstract, or its type is: it may not stand by itself";
   }
