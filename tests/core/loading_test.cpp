@@ -118,10 +118,11 @@ TEST(Loading, NeedsAnIdentification) {
 TEST(Loading, WhatHasNoPlaceIsSkipped) {
   StdDictionaryInfo dictionary(0);
   feedText(dictionary, "5:0=early 1000{ } )");  // no load in progress
-  EXPECT_EQ(errorOf(dictionary,
-                    "( 7:0=x 7:0=#5 =#6 1000{ 100002:0=S 100015:9=? } 3{ 1:0=x } 1001{ 100104:0=x } "
-                    "2{ 2000:0=#5 201:0=#4 299:7=? 202:0=A 203:0=#1 } 22{ 2000:0=#1 2203:5=#1 } )"),
-            "");
+  EXPECT_EQ(
+      errorOf(dictionary,
+              "( 7:0=x 7:0=#5 =#6 1000{ 100002:0=S 100015:9=? } 3{ 1:0=x } 1001{ 100104:0=x } "
+              "2{ 2000:0=#5 201:0=#4 299:7=? 202:0=A 203:0=#1 } 22{ 2000:0=#1 2203:5=#1 } )"),
+      "");
   EXPECT_EQ(dictionary.tags().rowCount(), 1);
   EXPECT_EQ(dictionary.memberPath().rowCount(), 0);
   EXPECT_EQ(dictionary.pathBasedInfo().row(0).MsgId, 0);
