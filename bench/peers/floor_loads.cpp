@@ -19,17 +19,22 @@ class FloorHandler : public FIHandler {
   void startElement(std::int32_t id, unsigned short kind, WorkerInfoPtr, std::int32_t index,
                     std::int32_t) override {
     if (kind == EKStructure) {
-      section_ = findSection(id);
-      table_ = &tables_[static_cast<std::size_t>(section_->slot)];
+      startSection(id);
+    } else if (property_ != 0) {
+      column_ = nullptr;
     } else if (column_ == nullptr || column_->id != id) {
       column_ = findColumn(*section_, id);
     }
     row_ = static_cast<std::size_t>(index);
   }
-  void endElement(std::int32_t, WorkerInfoPtr) override {}
+  void endElement(std::int32_t id, WorkerInfoPtr) override {
+    if (id == property_) property_ = 0;
+  }
   void data(const PWFData& value, WorkerInfoPtr) override {
     const unsigned short* const text = value.getStringValue();
-    if (column_->kind == ColumnKind::NumRows) {
+    if (column_ == nullptr) {
+      if (text != nullptr) properties_.append(textView(text)).push_back(u'\0');
+    } else if (column_->kind == ColumnKind::NumRows) {
       table_->records.resize(static_cast<std::size_t>(value.getInt32Value()) *
                              section_->recordSize);
     } else if (text != nullptr) {
@@ -47,6 +52,15 @@ class FloorHandler : public FIHandler {
     std::u16string texts;
   };
 
+  // A section that is no table is a named property of the table around it.
+  void startSection(std::int32_t id) {
+    if (const Section* const section = findSection(id); section != nullptr) {
+      section_ = section;
+      table_ = &tables_[static_cast<std::size_t>(section->slot)];
+    } else {
+      property_ = id;
+    }
+  }
   // Tables whose rows are not announced grow as rows come.
   unsigned char* record() {
     const std::size_t end = (row_ + 1) * section_->recordSize;
@@ -74,6 +88,8 @@ class FloorHandler : public FIHandler {
   Table* table_ = nullptr;
   const Section* section_ = nullptr;
   const Column* column_ = nullptr;
+  std::int32_t property_ = 0;  // the section of the open named property; 0: none
+  std::u16string properties_;
   std::size_t row_ = 0;
   std::vector<std::size_t> slots_;
 };
