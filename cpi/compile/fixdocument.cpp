@@ -10,12 +10,9 @@
 #include <xercesc/sax/Locator.hpp>
 #include <xercesc/sax/SAXParseException.hpp>
 #include <xercesc/sax2/Attributes.hpp>
-#include <xercesc/sax2/DefaultHandler.hpp>
-#include <xercesc/sax2/SAX2XMLReader.hpp>
-#include <xercesc/sax2/XMLReaderFactory.hpp>
-#include <xercesc/util/SecurityManager.hpp>
 #include <xercesc/util/XMLUni.hpp>
 
+#include "cpi/compile/saxreader.h"
 #include "cpi/compile/sourcefile.h"
 #include "cpi/compile/xmltext.h"
 
@@ -239,20 +236,6 @@ class RootHandler : public xercesc::DefaultHandler {
   bool isFix = false;
 };
 
-std::unique_ptr<xercesc::SAX2XMLReader> makeReader(xercesc::DefaultHandler& handler,
-                                                   xercesc::SecurityManager& security) {
-  std::unique_ptr<xercesc::SAX2XMLReader> reader(xercesc::XMLReaderFactory::createXMLReader());
-  reader->setFeature(xercesc::XMLUni::fgSAX2CoreValidation, false);
-  reader->setFeature(xercesc::XMLUni::fgXercesSchema, false);
-  reader->setFeature(xercesc::XMLUni::fgXercesLoadExternalDTD, false);
-  reader->setProperty(xercesc::XMLUni::fgXercesSecurityManager, &security);
-  security.setEntityExpansionLimit(kEntityLimit);
-  reader->setContentHandler(&handler);
-  reader->setErrorHandler(&handler);
-  reader->setEntityResolver(&handler);
-  return reader;
-}
-
 }  // namespace
 
 bool isFixDocument(const std::string& path) {
@@ -260,7 +243,8 @@ bool isFixDocument(const std::string& path) {
   const std::string bytes = readSourceFile(path);
   RootHandler handler;
   xercesc::SecurityManager security;
-  const auto reader = makeReader(handler, security);
+  security.setEntityExpansionLimit(kEntityLimit);
+  const auto reader = makeSaxReader(handler, security);
   const xercesc::MemBufInputSource source(reinterpret_cast<const XMLByte*>(bytes.data()),
                                           bytes.size(), toUtf16(path).c_str());
   try {
@@ -281,7 +265,8 @@ FixDocument readFixDocument(const std::string& path, std::vector<Notice>& notice
   document.path = path;
   FixHandler handler(document, notices);
   xercesc::SecurityManager security;
-  const auto reader = makeReader(handler, security);
+  security.setEntityExpansionLimit(kEntityLimit);
+  const auto reader = makeSaxReader(handler, security);
   const xercesc::MemBufInputSource source(reinterpret_cast<const XMLByte*>(bytes.data()),
                                           bytes.size(), toUtf16(path).c_str());
   try {

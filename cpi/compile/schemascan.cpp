@@ -8,14 +8,11 @@
 #include <xercesc/sax/Locator.hpp>
 #include <xercesc/sax/SAXParseException.hpp>
 #include <xercesc/sax2/Attributes.hpp>
-#include <xercesc/sax2/DefaultHandler.hpp>
-#include <xercesc/sax2/SAX2XMLReader.hpp>
-#include <xercesc/sax2/XMLReaderFactory.hpp>
 #include <xercesc/util/OutOfMemoryException.hpp>
-#include <xercesc/util/SecurityManager.hpp>
 #include <xercesc/util/XMLString.hpp>
 #include <xercesc/util/XMLUni.hpp>
 
+#include "cpi/compile/saxreader.h"
 #include "cpi/compile/xmltext.h"
 #include "cpi/extract/modelconventions.h"
 
@@ -198,19 +195,6 @@ class ScanHandler : public xercesc::DefaultHandler {
   std::vector<double> times_;  // by depth: of the open elements, see noteTimes
 };
 
-std::unique_ptr<xercesc::SAX2XMLReader> makeReader(ScanHandler& handler,
-                                                   xercesc::SecurityManager& security) {
-  std::unique_ptr<xercesc::SAX2XMLReader> reader(xercesc::XMLReaderFactory::createXMLReader());
-  reader->setFeature(xercesc::XMLUni::fgSAX2CoreValidation, false);
-  reader->setFeature(xercesc::XMLUni::fgXercesSchema, false);
-  reader->setFeature(xercesc::XMLUni::fgXercesLoadExternalDTD, false);
-  reader->setProperty(xercesc::XMLUni::fgXercesSecurityManager, &security);
-  reader->setContentHandler(&handler);
-  reader->setErrorHandler(&handler);
-  reader->setEntityResolver(&handler);
-  return reader;
-}
-
 // The number that a quantifier at `at` repeats its atom, 1 without one. Moves `at` behind it.
 std::uint64_t repetitions(View pattern, std::size_t& at) {
   if (at >= pattern.size() || pattern[at] != u'{') return 1;
@@ -267,7 +251,7 @@ SchemaScan scanSchema(const std::string& bytes, const std::u16string& systemId) 
   ScanHandler handler;
   xercesc::SecurityManager security;
   security.setEntityExpansionLimit(kEntityLimit);
-  const auto reader = makeReader(handler, security);
+  const auto reader = makeSaxReader(handler, security);
   const xercesc::MemBufInputSource source(reinterpret_cast<const XMLByte*>(bytes.data()),
                                           bytes.size(), systemId.c_str());
   try {

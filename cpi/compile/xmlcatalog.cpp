@@ -7,13 +7,10 @@
 #include <xercesc/framework/MemBufInputSource.hpp>
 #include <xercesc/sax/SAXParseException.hpp>
 #include <xercesc/sax2/Attributes.hpp>
-#include <xercesc/sax2/DefaultHandler.hpp>
-#include <xercesc/sax2/SAX2XMLReader.hpp>
-#include <xercesc/sax2/XMLReaderFactory.hpp>
-#include <xercesc/util/SecurityManager.hpp>
 #include <xercesc/util/XMLException.hpp>
 #include <xercesc/util/XMLUni.hpp>
 
+#include "cpi/compile/saxreader.h"
 #include "cpi/compile/sourcefile.h"
 #include "cpi/compile/xmltext.h"
 
@@ -151,14 +148,7 @@ XmlCatalog::XmlCatalog(const std::string& path) {
   CatalogHandler handler(*this, path);
   xercesc::SecurityManager security;
   security.setEntityExpansionLimit(kEntityLimit);
-  const std::unique_ptr<xercesc::SAX2XMLReader> reader(
-      xercesc::XMLReaderFactory::createXMLReader());
-  reader->setFeature(xercesc::XMLUni::fgXercesLoadExternalDTD, false);
-  reader->setFeature(xercesc::XMLUni::fgSAX2CoreValidation, false);
-  reader->setProperty(xercesc::XMLUni::fgXercesSecurityManager, &security);
-  reader->setContentHandler(&handler);
-  reader->setErrorHandler(&handler);
-  reader->setEntityResolver(&handler);
+  const auto reader = makeSaxReader(handler, security);
   const xercesc::MemBufInputSource source(reinterpret_cast<const XMLByte*>(bytes.data()),
                                           bytes.size(), toUtf16(path).c_str());
   try {
