@@ -62,7 +62,7 @@ class ModelWalk {
 
   // What there is to say of the last verdict that was a fault, or of isIncomplete(). The caller
   // may move the lists out.
-  StructureCheck::Fault& fault() noexcept { return structure_.fault(); }
+  StructureFault& fault() noexcept { return structure_.fault(); }
   // The anonymous groups around the innermost open element, outermost first.
   std::vector<GroupStep> groups() const;
 
