@@ -201,51 +201,46 @@ StructureCheck::Outcome StructureCheck::judgeBehind(const Scope& scope, const El
   outcome.kind = VerdictKind::OutOfOrder;
   outcome.reason = Reason::PlacePassed;
   outcome.isConsequence = isInRun || trouble.told.contains(outcome.leaf);
-  if (!outcome.isConsequence) classifyBehind(scope, outcome);
+  if (!outcome.isConsequence) classifyBehind(scope, name, outcome);
   return outcome;
 }
 
 // Why it may no longer come.
-void StructureCheck::classifyBehind(const Scope& scope, Outcome& outcome) {
+void StructureCheck::classifyBehind(const Scope& scope, const ElementName& name, Outcome& outcome) {
   explain(scope);
   const ContentSearch::Path last = path(scope);
   const bool isLast = !last.empty() && last.back().memberIndex == outcome.leaf;
   fault_.groups = groupsOf(model_.content(), isLast ? last : ContentSearch::Path(found_));
-  if (const std::int32_t limit = exhausted(scope); limit != kNone) {
+  if (isExhausted(scope, name)) {
     outcome.kind = VerdictKind::BeyondLimit;
     outcome.reason = Reason::None;
-    fault_.atMost = limit;
   } else if (searchFrom(scope, last).isOtherAlternative(found_)) {
     outcome.kind = VerdictKind::Refused;
     outcome.reason = Reason::OtherAlternative;
   }
 }
 
-// The limit that keeps found_ from coming: of the element itself or of a repeating group around
-// it; kNone: it is none.
-std::int32_t StructureCheck::exhausted(const Scope& scope) const {
+// Whether a limit keeps found_ from coming, of the element itself or of a group around it: whether
+// it might come if the last child, or a group around that, stood there once less.
+bool StructureCheck::isExhausted(const Scope& scope, const ElementName& name) {
   const ContentSearch::Path last = path(scope);
-  const std::int32_t leaf = found_.back().memberIndex;
-  if (!last.empty() && last.back().memberIndex == leaf) return limitAt(scope, last.size() - 1);
-  if (counter_.countedFor(scope.number, leaf) > 0) return model_.content().member(leaf).MaxOccurs;
-  for (std::size_t level = 0; level + 1 < std::min(last.size(), found_.size()); ++level) {
-    if (last[level].memberIndex != found_[level].memberIndex) break;
-    const std::int32_t limit = model_.content().member(last[level].memberIndex).MaxOccurs;
-    if (limit > 1) return limit;
+  ContentPath once(last.begin(), last.end());
+  for (std::size_t level = last.size(); level-- > 0;) {
+    fault_.atMost = model_.content().member(last[level].memberIndex).MaxOccurs;
+    if (fault_.atMost <= 1) continue;
+    --once[level].repeat;
+    ContentPath beyond = finder_.next(searchFrom(scope, once), name);
+    ++once[level].repeat;
+    if (beyond.size() <= level || beyond[level].memberIndex != last[level].memberIndex) continue;
+    ++beyond[level].repeat;
+    fault_.groups = groupsOf(model_.content(), beyond);
+    return true;
   }
-  return kNone;
-}
-
-// Of the last child's step at that level. What is there once in each repeat of a choice is limited
-// by how often the choice may be made.
-std::int32_t StructureCheck::limitAt(const Scope& scope, std::size_t level) const {
-  const ContentModel& content = model_.content();
-  const ContentSearch::Path last = path(scope);
-  for (; level > 0 && content.member(last[level].memberIndex).MaxOccurs == 1; --level) {
-    const std::int32_t around = content.member(last[level - 1].memberIndex).toTypeIndex;
-    if (content.orderOf(around) != Order::Choice) break;
-  }
-  return content.member(last[level].memberIndex).MaxOccurs;
+  const bool isOneMore =
+      (!last.empty() && last.back().memberIndex == found_.back().memberIndex) ||
+      counter_.countedFor(scope.number, found_.back().memberIndex) > 0;
+  fault_.atMost = isOneMore ? model_.content().member(found_.back().memberIndex).MaxOccurs : kNone;
+  return isOneMore;
 }
 
 StructureCheck::Outcome StructureCheck::judgeUnknown(const Scope& scope, const ElementName& name) {

@@ -95,15 +95,14 @@ class StructureCheck {
   Outcome judgeSkip(const Scope& scope);
   bool isOneMore(const Scope& scope, const ElementName& name) const;
   Outcome judgeBehind(const Scope& scope, const ElementName& name);
-  void classifyBehind(const Scope& scope, Outcome& outcome);
+  void classifyBehind(const Scope& scope, const ElementName& name, Outcome& outcome);
   Outcome judgeUnknown(const Scope& scope, const ElementName& name);
   std::vector<std::int32_t> typesWith(const ElementName& name) const;
   Outcome judgeByName(const ElementName& name);
   Outcome judgeStray(Trouble& trouble, const ElementName& name);
   Outcome wrongNamespace(std::int32_t leaf);
   void explain(const Scope& scope);
-  std::int32_t exhausted(const Scope& scope) const;
-  std::int32_t limitAt(const Scope& scope, std::size_t level) const;
+  bool isExhausted(const Scope& scope, const ElementName& name);
 
   const WalkModel& model_;
   const OccurrenceCounter& counter_;
