@@ -46,7 +46,7 @@ constexpr RejectRow kRejects[] = {
     {"Tag specified without a value", VerdictKind::Value, Reason::NoValue},
     {"Value is incorrect", VerdictKind::Value, Reason::NotInValueSet},
     {"Incorrect data format", VerdictKind::Value, Reason::WrongForm},
-    {"Invalid MsgType", VerdictKind::UnknownName, Reason::UnknownRoot},
+    {"Invalid MsgType", VerdictKind::UnknownName, Reason::UnknownMessage},
     {"Tag appears more than once", VerdictKind::BeyondLimit, Reason::None},
     {"Tag specified out of required order", VerdictKind::OutOfOrder, Reason::PlacePassed},
     {"Incorrect NumInGroup", VerdictKind::Value, Reason::WrongCount},
