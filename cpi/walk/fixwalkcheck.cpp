@@ -115,10 +115,17 @@ void FixWalk::checkCount(const FixField& count, std::int32_t instances, std::int
   if (!isChecking_) return;
   const std::string_view value = message_->value(count);
   const std::int32_t told = fixNumberOf(value);
-  if (!hasFixForm(value, FixForm::Count) || told == instances) return;
+  if (told == instances || valueReason(count) != Reason::None) return;
+  if (told > instances && delimiter != kNone) {
+    const std::int32_t lacking = told - instances;
+    std::int32_t& strays = balanceOf(delimiter);
+    if (strays >= lacking) {
+      strays -= lacking;
+      return;
+    }
+    strays = std::min(strays, -lacking);
+  }
   reportValue(count, Reason::WrongCount, instances);
-  if (told < instances || delimiter == kNone) return;
-  balanceOf(delimiter) = std::min(balanceOf(delimiter), instances - told);
 }
 
 void FixWalk::checkValue(const FixField& field) {

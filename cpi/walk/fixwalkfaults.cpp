@@ -58,7 +58,7 @@ void FixWalk::placeUncountedAt(const FixField& field, std::size_t at, std::int32
   const std::int32_t count = model_->dictionary().typeMembers().row(group - 1).toTagIndex;
   skipped_ = model_->dictionary().tags().row(count).Id;
   const Fault fault = {VerdictKind::OutOfOrder, Reason::SkipsRequired, takeStray(field.row)};
-  if (findAhead(&field + 1, count, kNone) != nullptr) {
+  if (findAhead(&field + 1, count, levels_[at].delimiter) != nullptr) {
     closePassed(field);
     return reportRefused(field, fault);
   }
@@ -138,8 +138,8 @@ void FixWalk::placeUnknown(const FixField& field) {
   if (field.number != kNone) {
     return reportRefused(field, {VerdictKind::UnknownName, Reason::NotAllowed});
   }
-  ++level().garbled;
   const bool isConsequence = isChecking_ && isCutOff(field);
+  level().garbled += isConsequence ? 0 : 1;
   reportRefused(field, {VerdictKind::Refused, Reason::NotAField, isConsequence});
 }
 

@@ -195,6 +195,10 @@ TEST(FixCorpus, AcceptanceTestsGetTheVerdictsThatTheyExpect) {
       FindingList list;
       walker.walkText(messageOf(sent), sent.file, &list);
       judge(sent, dictionary->model(), list.findings, counts);
+      const MovesLogged logged;
+      FindingList searched;
+      walker.walkText(messageOf(sent), sent.file, &searched);
+      EXPECT_EQ(textOf(list.findings), textOf(searched.findings)) << sent.file << ":" << sent.line;
     }
     fmt::print("{:<12} {:>8} {:>8} {:>8} {:>8} {:>8}\n", names, messages.size(), counts.accepted,
                counts.rejected, counts.broken, counts.differ);
