@@ -83,8 +83,9 @@ enum class Reason : std::uint8_t {
   NoValue,           // a field without any (Value)
   WrongCheckSum,     // (Value)
   NotAField,         // no tag with '=' behind it, in a message of such fields (Refused)
+  UnknownMessage,    // no message of this type, which is the value (UnknownName of a root)
 };
-inline constexpr std::size_t kReasonCount = 27;
+inline constexpr std::size_t kReasonCount = 28;
 
 struct Verdict {
   Placement placement = Placement::Unjudged;
