@@ -13,12 +13,11 @@ bool isUnordered(const SMD_TYPE_DEFINITION& type) {
   return type.Composition == TYPE_UNORDERED || type.Composition == TYPE_ALL;
 }
 
-// Rows to count for: none when no type of the dictionary is unordered.
-std::int32_t countedRows(const StdDictionaryInfo& dictionary) {
+bool hasUnorderedType(const StdDictionaryInfo& dictionary) {
   for (std::int32_t row = 0; row < dictionary.types().rowCount(); ++row) {
-    if (isUnordered(dictionary.types().row(row))) return dictionary.typeMembers().rowCount();
+    if (isUnordered(dictionary.types().row(row))) return true;
   }
-  return 0;
+  return false;
 }
 
 bool isBeyondLimit(const SMD_STRUCTURE_ELEMENT_DEFINITION& member, std::int32_t repeatIndex) {
@@ -49,7 +48,8 @@ bool admitsNonMember(const StdDictionaryIterator& at, EWhereDefined where) {
 ModelWalk::ModelWalk(const WalkModel& model, bool isChecking)
     : model_(&model),
       isChecking_(isChecking),
-      counter_(countedRows(model.dictionary())),
+      hasUnordered_(hasUnorderedType(model.dictionary())),
+      counter_(hasUnordered_ ? model.dictionary().typeMembers().rowCount() : 0),
       structure_(model, counter_) {}
 ModelWalk::~ModelWalk() = default;
 
@@ -62,9 +62,8 @@ void ModelWalk::restart() noexcept {
   faults_ = 0;
 }
 
-Verdict ModelWalk::enter(const unsigned short* name, const KelStringBase& namespaceURI,
-                         std::u16string_view typeKey) {
-  const Name asked{name, namespaceURI};
+Verdict ModelWalk::enter(const ElementName& name, std::int32_t key, std::u16string_view typeKey) {
+  const Name asked{name, key};
   if (open_.empty()) return enterRoot(asked, typeKey);
   switch (open_.back().judge) {
     case Judge::Model:
@@ -100,8 +99,7 @@ std::vector<GroupStep> ModelWalk::groups() const {
 // element itself, ready for the next sibling.
 void ModelWalk::leave() {
   assert(!open_.empty());
-  const OpenElement element = open_.back();
-  open_.pop_back();
+  const OpenElement& element = open_.back();
   if (isChecking_) structure_.close(scopeOf(element));
   counter_.forget(element.countsMark);
   if (element.hasLevel) {
@@ -109,6 +107,7 @@ void ModelWalk::leave() {
   } else if (element.hadChild) {
     cursor().moveToParent();
   }
+  open_.pop_back();
 }
 
 Verdict ModelWalk::enterRoot(const Name& name, std::u16string_view typeKey) {
@@ -330,8 +329,12 @@ ModelWalk::Move ModelWalk::place(const OpenElement& parent, const Name& name,
 }
 
 bool ModelWalk::placeByName(Cursor& at, const OpenElement& parent, const Name& name) const {
-  return parent.hadChild ? at.moveToNextSiblingTagName(name.local, name.namespaceURI, true, true)
-                         : at.moveToFirstChildTagName(name.local, name.namespaceURI, true, true);
+  if (parent.hadChild) {
+    return at.goToNextSibling(name.key) ||
+           at.moveToNextSiblingTagName(name.local, name.namespaceURI, true, true);
+  }
+  return at.goToFirstChild(name.key) ||
+         at.moveToFirstChildTagName(name.local, name.namespaceURI, true, true);
 }
 
 bool ModelWalk::placeByWildcard(Cursor& at, const OpenElement& parent, const Name& name,
@@ -362,7 +365,7 @@ Reason ModelWalk::refusalUnder(const OpenElement& parent) const {
 }
 
 void ModelWalk::countUnordered(const Cursor& at, const OpenElement& parent, Verdict& verdict) {
-  if (!at.isInUnorderedType()) return;
+  if (!hasUnordered_ || !at.isInUnorderedType()) return;
   verdict.occurrence = counter_.count(parent.number, verdict.memberIndex);
   verdict.kind = kindOfRepeat(*at.getMemberDef(), verdict.occurrence - 1);
 }

@@ -51,7 +51,15 @@ class ModelWalk {
   // element itself asks for (see WalkModel::hiddenTag); an empty or unknown one counts as none.
   // Throws KelParserException when the dictionary makes no sense to the navigator.
   Verdict enter(const unsigned short* name, const KelStringBase& namespaceURI,
-                std::u16string_view typeKey);
+                std::u16string_view typeKey) {
+    return enter({name, namespaceURI}, keyOf(name, namespaceURI), typeKey);
+  }
+  // The same for a name whose key is known. Whoever keeps the keys of names spares each further
+  // element the search for the text of its name.
+  Verdict enter(const ElementName& name, std::int32_t key, std::u16string_view typeKey);
+  std::int32_t keyOf(const unsigned short* name, const KelStringBase& namespaceURI) const noexcept {
+    return WalkCursor::keyOfName(model_->dictionary(), name, namespaceURI);
+  }
   // Says that the innermost open element is nil: it is complete, and nothing may stand in it. With
   // `isTold` it is known that something does, so that it is no fault again.
   void setNil(bool isTold = false);
@@ -70,7 +78,9 @@ class ModelWalk {
   std::size_t depth() const noexcept { return open_.size(); }
 
  private:
-  using Name = ElementName;
+  struct Name : ElementName {
+    std::int32_t key;
+  };
   using Cursor = WalkCursor;
   // What judges the children of an open element.
   enum class Judge : std::uint8_t {
@@ -129,6 +139,7 @@ class ModelWalk {
 
   const WalkModel* model_;
   bool isChecking_;
+  bool hasUnordered_;  // some type of the dictionary is
   std::vector<Level> levels_;
   std::size_t levelCount_ = 0;  // those in use; the others wait to be used again
   std::vector<OpenElement> open_;

@@ -14,6 +14,10 @@ class WalkCursor : public StdDictionaryIterator {
  public:
   explicit WalkCursor(const StdDictionaryInfo& dictionary) { setDictionaryInfo(&dictionary); }
 
+  using StdDictionaryIterator::goToFirstChild;
+  using StdDictionaryIterator::goToNextSibling;
+  using StdDictionaryIterator::keyOfName;
+
   // Whether it stands on a member that is within its limit.
   bool isMemberWithinLimit() const;
   // Whether the current element's occurrences may be scattered over the enclosing element: it is

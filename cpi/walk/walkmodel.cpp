@@ -191,7 +191,7 @@ std::int32_t WalkModel::globalTag(const unsigned short* name,
   return found && tagId > 0 ? tagId : 0;
 }
 
-std::int32_t WalkModel::hiddenTag(std::u16string_view key) const noexcept {
+std::int32_t WalkModel::findHiddenTag(std::u16string_view key) const noexcept {
   const auto found = hiddenTags_.find(key);
   return found == hiddenTags_.end() ? 0 : found->second;
 }

@@ -74,7 +74,9 @@ class WalkModel {
   // The id of the tag of a global element, or 0.
   std::int32_t globalTag(const unsigned short* name, const KelStringBase& namespaceURI) const;
   // The id of the hidden tag of a named type, or 0. `key` is the type's name, '^', its namespace.
-  std::int32_t hiddenTag(std::u16string_view key) const noexcept;
+  std::int32_t hiddenTag(std::u16string_view key) const noexcept {
+    return key.empty() ? 0 : findHiddenTag(key);
+  }
   // The Tags row of the hidden tag of the type in a row; kNone: it has none, or there is no such
   // row.
   std::int32_t hiddenTagOfType(std::int32_t typeIndex) const noexcept;
@@ -87,6 +89,7 @@ class WalkModel {
     }
   };
 
+  std::int32_t findHiddenTag(std::u16string_view key) const noexcept;
   void readWildcards();
   void readHiddenTags();
   void listWildcardsOfTypes();

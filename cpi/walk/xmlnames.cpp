@@ -27,12 +27,12 @@ std::string_view trimmed(std::string_view text) noexcept {
 
 }  // namespace
 
-const XmlName& XmlNames::find(const char* local, const char* uri) {
+XmlName& XmlNames::find(const char* local, const char* uri) {
   if (const Slot& slot = slotOf(local, uri); slot.local != nullptr) return *slot.name;
   if (names_.size() * 2 >= slots_.size()) grow();
-  const XmlName& name = names_.emplace_back(
-      XmlName{KelStringBase::fromUtf8(local), KelStringBase::fromUtf8(uri == nullptr ? "" : uri),
-              static_cast<std::int32_t>(names_.size())});
+  XmlName& name = names_.emplace_back(XmlName{KelStringBase::fromUtf8(local),
+                                              KelStringBase::fromUtf8(uri == nullptr ? "" : uri),
+                                              static_cast<std::int32_t>(names_.size())});
   slotOf(local, uri) = {local, uri, &name};
   return name;
 }
@@ -59,21 +59,16 @@ void XmlNames::grow() {
   }
 }
 
-void XmlNamespaces::enter(const unsigned char** declarations, int count) {
-  marks_.push_back(bindings_.size());
+void XmlNamespaces::add(const unsigned char** declarations, int count) {
   for (int pair = 0; pair < count; ++pair) {
-    bindings_.push_back({viewOf(declarations[2 * pair]), viewOf(declarations[2 * pair + 1])});
+    bindings_.push_back(
+        {viewOf(declarations[2 * pair]), viewOf(declarations[2 * pair + 1]), depth_});
   }
-}
-
-void XmlNamespaces::leave() noexcept {
-  bindings_.resize(marks_.back());
-  marks_.pop_back();
 }
 
 void XmlNamespaces::clear() noexcept {
   bindings_.clear();
-  marks_.clear();
+  depth_ = 0;
 }
 
 std::string_view XmlNamespaces::find(std::string_view prefix) const noexcept {

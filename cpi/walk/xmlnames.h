@@ -1,6 +1,6 @@
-// The names of one message in the form that the dictionary's iterator takes.
+// The names of messages in the form that the dictionary's iterator takes.
 //
-// The parser interns names: equal names have one address as long as it parses. So each pair of
+// The parser interns names: equal names have one address until it forgets them. So each pair of
 // local name and namespace is converted to UTF-16 once, and found by its two addresses from then
 // on.
 #ifndef CPI_WALK_XMLNAMES_H
@@ -20,9 +20,12 @@ namespace cpi {
 
 // The converted name of an element; an empty namespace stands for none.
 struct XmlName {
+  static constexpr std::int32_t kUnresolved = -2;
+
   KelStringBase local;
   KelStringBase namespaceURI;
-  std::int32_t number;  // from 0, in order of first use
+  std::int32_t number;             // from 0, in order of first use
+  std::int32_t key = kUnresolved;  // as ModelWalk has it, once it was asked for
 };
 
 class XmlNames {
@@ -30,7 +33,7 @@ class XmlNames {
   XmlNames() : slots_(kFirstSlots) {}
 
   // The converted name, valid until clear(). `local` and `uri` (null: none) are interned.
-  const XmlName& find(const char* local, const char* uri);
+  XmlName& find(const char* local, const char* uri);
   void clear() noexcept;
   std::size_t size() const noexcept { return names_.size(); }
 
@@ -39,7 +42,7 @@ class XmlNames {
   struct Slot {
     const char* local = nullptr;  // null: free
     const char* uri = nullptr;
-    const XmlName* name = nullptr;
+    XmlName* name = nullptr;
   };
 
   Slot& slotOf(const char* local, const char* uri) noexcept;
@@ -54,8 +57,14 @@ class XmlNamespaces {
  public:
   // `declarations` holds `count` pairs of prefix (null: default) and URI, which stay valid until
   // the element is left.
-  void enter(const unsigned char** declarations, int count);
-  void leave() noexcept;
+  void enter(const unsigned char** declarations, int count) {
+    ++depth_;
+    if (count > 0) add(declarations, count);
+  }
+  void leave() noexcept {
+    while (!bindings_.empty() && bindings_.back().depth == depth_) bindings_.pop_back();
+    --depth_;
+  }
   void clear() noexcept;
   // The URI of a prefix, empty when it has none.
   std::string_view find(std::string_view prefix) const noexcept;
@@ -64,10 +73,13 @@ class XmlNamespaces {
   struct Binding {
     std::string_view prefix;
     std::string_view uri;
+    std::int32_t depth;  // of the element that declares it
   };
 
+  void add(const unsigned char** declarations, int count);
+
   std::vector<Binding> bindings_;
-  std::vector<std::size_t> marks_;  // per open element: the number of bindings around it
+  std::int32_t depth_ = 0;  // of the innermost open element
 };
 
 // Turns the qualified names in xsi:type attributes into keys of WalkModel::hiddenTag; each

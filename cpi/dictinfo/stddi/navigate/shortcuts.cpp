@@ -261,6 +261,28 @@ bool StdDictionaryIterator::goToNextRound(const Passing& passing, std::int32_t t
   return true;
 }
 
+std::int32_t StdDictionaryIterator::keyOfName(const StdDictionaryInfo& dictionary,
+                                              const unsigned short* name,
+                                              const KelStringBase& namespaceURI) noexcept {
+  const LookupIndex* const index = dictionary.index();
+  if (index == nullptr || index->members() == nullptr || name == nullptr || *name == 0) {
+    return kNone;
+  }
+  return index->members()->names().keyOf(textView(name), namespaceURI.view());
+}
+
+bool StdDictionaryIterator::goToFirstChild(std::int32_t key) {
+  Passing known = passing();
+  known.key = key;
+  return known.members != nullptr && key != kNone && goToChild(known, kNone);
+}
+
+bool StdDictionaryIterator::goToNextSibling(std::int32_t key) {
+  Passing known = passing();
+  known.key = key;
+  return known.members != nullptr && key != kNone && goToPeer(known, kNone);
+}
+
 bool StdDictionaryIterator::moveToFirstChildTagId(std::int32_t tagId, bool allowUndefined,
                                                   bool enforceRequired) {
   if (dictionaryInfo == nullptr) return moveToFirstChild();  // which refuses it
