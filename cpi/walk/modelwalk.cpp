@@ -20,12 +20,9 @@ bool hasUnorderedType(const StdDictionaryInfo& dictionary) {
   return false;
 }
 
-bool isBeyondLimit(const SMD_STRUCTURE_ELEMENT_DEFINITION& member, std::int32_t repeatIndex) {
-  return member.MaxOccurs >= 0 && repeatIndex >= member.MaxOccurs;
-}
-
 VerdictKind kindOfRepeat(const SMD_STRUCTURE_ELEMENT_DEFINITION& member, std::int32_t repeatIndex) {
-  return isBeyondLimit(member, repeatIndex) ? VerdictKind::BeyondLimit : VerdictKind::Placed;
+  const bool isBeyondLimit = member.MaxOccurs >= 0 && repeatIndex >= member.MaxOccurs;
+  return isBeyondLimit ? VerdictKind::BeyondLimit : VerdictKind::Placed;
 }
 
 VerdictKind kindOf(Placement placement) {
@@ -129,6 +126,7 @@ Verdict ModelWalk::enterRoot(const Name& name, std::u16string_view typeKey) {
 
 Verdict ModelWalk::enterChild(const Name& name, std::u16string_view typeKey) {
   OpenElement& parent = open_.back();
+  if (typeKey.empty() && isMember(parent, name)) return enterMember(parent);
   const std::int32_t parentType = parent.typeIndex;
   ProcessContents contents{};
   const Move move = place(parent, name, contents);
@@ -139,6 +137,20 @@ Verdict ModelWalk::enterChild(const Name& name, std::u16string_view typeKey) {
     verdict = enterPlaced(name, move, model_->hiddenTag(typeKey), contents);
   }
   if (verdict.reason == Reason::NotAllowed) classify(verdict, parentType, name);
+  return verdict;
+}
+
+// The common case, in which the index alone tells where the child belongs.
+bool ModelWalk::isMember(const OpenElement& parent, const Name& name) {
+  return !hasWildcardFor(parent, name) && goTo(cursor(), parent, name);
+}
+
+Verdict ModelWalk::enterMember(OpenElement& parent) {
+  parent.hadChild = true;
+  Verdict verdict;
+  readMember(cursor(), verdict);
+  countUnordered(cursor(), parent, verdict);
+  open(Judge::Model, false, verdict.typeIndex);
   return verdict;
 }
 
@@ -188,7 +200,7 @@ Verdict ModelWalk::enterChecked(const Name& name, std::u16string_view typeKey) {
 }
 
 bool ModelWalk::isAccepted(const OpenElement& parent) {
-  const DictionaryPosition& position = *cursor().getCurrentPosition();
+  const DictionaryPosition& position = cursor().position();
   if (position.memberIndex < 0) return admitsNonMember(cursor(), position.whereDefined());
   cursor().readPath(parent.height, path_);
   return structure_.accept(scopeOf(parent), path_);
@@ -242,7 +254,7 @@ Verdict ModelWalk::enterRefused(const StructureCheck::Outcome& outcome, std::int
 
 // The content is judged by the tag that the innermost level starts from.
 void ModelWalk::takeContext(Verdict& verdict) {
-  const DictionaryPosition& context = *cursor().getCurrentPosition();
+  const DictionaryPosition& context = cursor().position();
   verdict.typeIndex = context.typeIndex;
   verdict.contentTagIndex = context.tagIndex;
 }
@@ -329,12 +341,9 @@ ModelWalk::Move ModelWalk::place(const OpenElement& parent, const Name& name,
 }
 
 bool ModelWalk::placeByName(Cursor& at, const OpenElement& parent, const Name& name) const {
-  if (parent.hadChild) {
-    return at.goToNextSibling(name.key) ||
-           at.moveToNextSiblingTagName(name.local, name.namespaceURI, true, true);
-  }
-  return at.goToFirstChild(name.key) ||
-         at.moveToFirstChildTagName(name.local, name.namespaceURI, true, true);
+  if (goTo(at, parent, name)) return true;
+  return parent.hadChild ? at.moveToNextSiblingTagName(name.local, name.namespaceURI, true, true)
+                         : at.moveToFirstChildTagName(name.local, name.namespaceURI, true, true);
 }
 
 bool ModelWalk::placeByWildcard(Cursor& at, const OpenElement& parent, const Name& name,
@@ -370,18 +379,28 @@ void ModelWalk::countUnordered(const Cursor& at, const OpenElement& parent, Verd
   verdict.kind = kindOfRepeat(*at.getMemberDef(), verdict.occurrence - 1);
 }
 
+// False when the iterator stands on no member.
+bool ModelWalk::readMember(const Cursor& at, Verdict& verdict) const {
+  const DictionaryPosition& position = at.position();
+  const auto& members = model_->dictionary().typeMembers();
+  if (!members.contains(position.memberIndex)) return false;
+  verdict.placement = Placement::Member;
+  verdict.kind = kindOfRepeat(members.records()[position.memberIndex], position.repeatIndex);
+  verdict.occurrence = position.repeatIndex + 1;
+  verdict.memberIndex = position.memberIndex;
+  verdict.tagIndex = verdict.contentTagIndex = position.tagIndex;
+  verdict.typeIndex = position.typeIndex;
+  return true;
+}
+
 Verdict ModelWalk::verdictAt(const Cursor& at) const {
-  const DictionaryPosition& position = *at.getCurrentPosition();
   Verdict verdict;
+  if (readMember(at, verdict)) return verdict;
+  const DictionaryPosition& position = at.position();
   verdict.tagIndex = verdict.contentTagIndex = position.tagIndex;
   verdict.typeIndex = position.typeIndex;
   const EWhereDefined where = position.whereDefined();
-  if (const SMD_STRUCTURE_ELEMENT_DEFINITION* const member = at.getMemberDef(); member != nullptr) {
-    verdict.placement = Placement::Member;
-    verdict.memberIndex = position.memberIndex;
-    verdict.occurrence = position.repeatIndex + 1;
-    verdict.kind = kindOfRepeat(*member, position.repeatIndex);
-  } else if (!admitsNonMember(at, where)) {
+  if (!admitsNonMember(at, where)) {
     verdict.placement = Placement::Refused;
     verdict.kind = VerdictKind::Refused;
     verdict.reason = Reason::NotAllowed;

@@ -121,6 +121,12 @@ class ModelWalk {
   void pushLevel(std::int32_t contextTag);
 
   Move place(const OpenElement& parent, const Name& name, ProcessContents& contents);
+  static bool goTo(Cursor& at, const OpenElement& parent, const Name& name) {
+    return parent.hadChild ? at.goToNextSibling(name.key) : at.goToFirstChild(name.key);
+  }
+  bool isMember(const OpenElement& parent, const Name& name);
+  Verdict enterMember(OpenElement& parent);
+  bool readMember(const Cursor& at, Verdict& verdict) const;
   bool placeByName(Cursor& at, const OpenElement& parent, const Name& name) const;
   bool placeByWildcard(Cursor& at, const OpenElement& parent, const Name& name,
                        ProcessContents& contents) const;

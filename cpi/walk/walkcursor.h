@@ -18,6 +18,8 @@ class WalkCursor : public StdDictionaryIterator {
   using StdDictionaryIterator::goToNextSibling;
   using StdDictionaryIterator::keyOfName;
 
+  // The current entry; there must be one.
+  const DictionaryPosition& position() const noexcept { return positionStack.back(); }
   // Whether it stands on a member that is within its limit.
   bool isMemberWithinLimit() const;
   // Whether the current element's occurrences may be scattered over the enclosing element: it is

@@ -63,7 +63,12 @@ class WalkModel {
   const ElementPlaces& places() const;
   // The wildcards directly in the content of a type or in its anonymous groups, as numbers for
   // wildcard(). Empty when there are none or `typeIndex` is no row.
-  std::span<const std::int32_t> wildcardsOf(std::int32_t typeIndex) const noexcept;
+  std::span<const std::int32_t> wildcardsOf(std::int32_t typeIndex) const noexcept {
+    if (listed_.empty() || !dictionary_->types().contains(typeIndex)) return {};
+    const auto slot = static_cast<std::size_t>(typeIndex);
+    return std::span(listed_).subspan(firstOfType_[slot],
+                                      firstOfType_[slot + 1] - firstOfType_[slot]);
+  }
   const Wildcard& wildcard(std::int32_t number) const noexcept {
     return wildcards_[static_cast<std::size_t>(number)];
   }

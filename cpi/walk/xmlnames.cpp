@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <utility>
 
 namespace cpi {
 namespace {
@@ -30,9 +31,11 @@ std::string_view trimmed(std::string_view text) noexcept {
 XmlName& XmlNames::find(const char* local, const char* uri) {
   if (const Slot& slot = slotOf(local, uri); slot.local != nullptr) return *slot.name;
   if (names_.size() * 2 >= slots_.size()) grow();
-  XmlName& name = names_.emplace_back(XmlName{KelStringBase::fromUtf8(local),
+  KelStringBase text = KelStringBase::fromUtf8(local);
+  const unsigned short* const units = text.getText();
+  XmlName& name = names_.emplace_back(XmlName{std::move(text),
                                               KelStringBase::fromUtf8(uri == nullptr ? "" : uri),
-                                              static_cast<std::int32_t>(names_.size())});
+                                              units, static_cast<std::int32_t>(names_.size())});
   slotOf(local, uri) = {local, uri, &name};
   return name;
 }

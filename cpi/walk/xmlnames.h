@@ -24,6 +24,7 @@ struct XmlName {
 
   KelStringBase local;
   KelStringBase namespaceURI;
+  const unsigned short* text;      // that of `local`
   std::int32_t number;             // from 0, in order of first use
   std::int32_t key = kUnresolved;  // as ModelWalk has it, once it was asked for
 };

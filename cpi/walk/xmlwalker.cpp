@@ -96,9 +96,9 @@ void XmlWalker::Walk::startElement(const XmlStartTag& tag) {
   const std::u16string_view typeKey =
       tag.type.empty() ? std::u16string_view() : typeKeys_.find(tag.type, scope_);
   if (name.key == XmlName::kUnresolved) {
-    name.key = walk_.keyOf(name.local.getText(), name.namespaceURI);
+    name.key = walk_.keyOf(name.text, name.namespaceURI);
   }
-  const Verdict verdict = walk_.enter({name.local.getText(), name.namespaceURI}, name.key, typeKey);
+  const Verdict verdict = walk_.enter({name.text, name.namespaceURI}, name.key, typeKey);
   count(verdict);
   if (isFollowed()) follow(verdict, name, tag, typeKey);
 }
