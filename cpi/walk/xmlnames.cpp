@@ -16,7 +16,7 @@ std::size_t hashOf(const char* local, const char* uri) noexcept {
   constexpr std::uint64_t kFactor = 0x9E3779B97F4A7C15;
   const auto first = static_cast<std::uint64_t>(reinterpret_cast<std::uintptr_t>(local));
   const auto second = static_cast<std::uint64_t>(reinterpret_cast<std::uintptr_t>(uri));
-  return static_cast<std::size_t>(((first * kFactor) ^ std::rotl(second, 32)) * kFactor >> 20);
+  return static_cast<std::size_t>((first + std::rotl(second, 20)) * kFactor >> 32);
 }
 
 std::string_view trimmed(std::string_view text) noexcept {

@@ -361,12 +361,11 @@ class CPI_API StdDictionaryIterator : public KelOwnedLogSource {
                           bool moveFwd);
   bool isParentAnonymous() const;
   // By the index alone, where it can tell; to the tag, or to any tag of the key when it is -1.
-  bool goToChild(const Passing& passing, std::int32_t tagIndex);
-  bool goToPeer(const Passing& passing, std::int32_t tagIndex);
+  bool goToChild(Passing passing, std::int32_t tagIndex);
+  bool goToPeer(Passing passing, std::int32_t tagIndex);
   bool goToSame() noexcept;
-  bool goToMember(const Passing& passing, std::int32_t tagIndex, std::int32_t from);
-  bool goToNextRound(const Passing& passing, std::int32_t tagIndex,
-                     const SMD_TYPE_DEFINITION& type);
+  bool goToMember(Passing passing, std::int32_t tagIndex, std::int32_t from);
+  bool goToNextRound(Passing passing, std::int32_t tagIndex, const SMD_TYPE_DEFINITION& type);
   // In these the namespace is the caller's, and that of `search` is not read.
   bool moveToChild(SearchDef& search, const KelStringBase& namespaceURI, Passing passing,
                    bool allowUndefined, bool enforceRequired);
