@@ -141,11 +141,11 @@ Verdict ModelWalk::enterChild(const Name& name, std::u16string_view typeKey) {
 }
 
 // The common case, in which the index alone tells where the child belongs.
-bool ModelWalk::isMember(const OpenElement& parent, const Name& name) {
+inline bool ModelWalk::isMember(const OpenElement& parent, const Name& name) {
   return !hasWildcardFor(parent, name) && goTo(cursor(), parent, name);
 }
 
-Verdict ModelWalk::enterMember(OpenElement& parent) {
+inline Verdict ModelWalk::enterMember(OpenElement& parent) {
   parent.hadChild = true;
   Verdict verdict;
   readMember(cursor(), verdict);
@@ -296,11 +296,16 @@ Verdict ModelWalk::enterUnmodelled(Placement placement, Judge judge, Reason reas
   return verdict;
 }
 
-void ModelWalk::open(Judge judge, bool hasLevel, std::int32_t typeIndex) {
-  open_.push_back({judge, hasLevel, false, typeIndex, ++elements_, counter_.mark()});
+inline void ModelWalk::open(Judge judge, bool hasLevel, std::int32_t typeIndex) {
+  OpenElement& element = open_.emplace_back();
+  element.judge = judge;
+  element.hasLevel = hasLevel;
+  element.typeIndex = typeIndex;
+  element.number = ++elements_;
+  element.countsMark = counter_.mark();
   if (!isChecking_) return;
-  open_.back().height = judge == Judge::Model ? cursor().height() : 0;
-  open_.back().pathBegin = structure_.open();
+  element.height = judge == Judge::Model ? cursor().height() : 0;
+  element.pathBegin = structure_.open();
 }
 
 // An element that takes another type than the declared one is walked on a level of its own.
@@ -361,8 +366,9 @@ bool ModelWalk::placeByWildcard(Cursor& at, const OpenElement& parent, const Nam
   return false;
 }
 
-bool ModelWalk::hasWildcardFor(const OpenElement& parent, const Name& name) const noexcept {
+inline bool ModelWalk::hasWildcardFor(const OpenElement& parent, const Name& name) const noexcept {
   const std::span<const std::int32_t> numbers = model_->wildcardsOf(parent.typeIndex);
+  if (numbers.empty()) return false;  // nearly always
   return std::any_of(numbers.begin(), numbers.end(), [&](std::int32_t number) {
     return model_->wildcard(number).admits(name.namespaceURI.view());
   });
@@ -373,14 +379,15 @@ Reason ModelWalk::refusalUnder(const OpenElement& parent) const {
   return type != nullptr && type->LogicalType > 0 ? Reason::InSimpleType : Reason::NotAllowed;
 }
 
-void ModelWalk::countUnordered(const Cursor& at, const OpenElement& parent, Verdict& verdict) {
+inline void ModelWalk::countUnordered(const Cursor& at, const OpenElement& parent,
+                                      Verdict& verdict) {
   if (!hasUnordered_ || !at.isInUnorderedType()) return;
   verdict.occurrence = counter_.count(parent.number, verdict.memberIndex);
   verdict.kind = kindOfRepeat(*at.getMemberDef(), verdict.occurrence - 1);
 }
 
 // False when the iterator stands on no member.
-bool ModelWalk::readMember(const Cursor& at, Verdict& verdict) const {
+inline bool ModelWalk::readMember(const Cursor& at, Verdict& verdict) const {
   const DictionaryPosition& position = at.position();
   const auto& members = model_->dictionary().typeMembers();
   if (!members.contains(position.memberIndex)) return false;

@@ -89,8 +89,8 @@ class ModelWalk {
     Nobody,   // nothing: a refused element without definition
   };
   struct OpenElement {
-    Judge judge;
-    bool hasLevel;  // its children are walked by an iterator of their own
+    Judge judge = Judge::Nobody;
+    bool hasLevel = false;  // its children are walked by an iterator of their own
     bool hadChild = false;
     std::int32_t typeIndex = kNone;
     std::int64_t number = 0;     // in document order, from 1

@@ -1,7 +1,6 @@
 #include "cpi/walk/xmlnames.h"
 
 #include <algorithm>
-#include <bit>
 #include <utility>
 
 namespace cpi {
@@ -9,14 +8,6 @@ namespace {
 
 std::string_view viewOf(const unsigned char* text) noexcept {
   return text == nullptr ? std::string_view() : reinterpret_cast<const char*>(text);
-}
-
-// Both addresses count: one local name may stand in several namespaces.
-std::size_t hashOf(const char* local, const char* uri) noexcept {
-  constexpr std::uint64_t kFactor = 0x9E3779B97F4A7C15;
-  const auto first = static_cast<std::uint64_t>(reinterpret_cast<std::uintptr_t>(local));
-  const auto second = static_cast<std::uint64_t>(reinterpret_cast<std::uintptr_t>(uri));
-  return static_cast<std::size_t>((first + std::rotl(second, 20)) * kFactor >> 32);
 }
 
 std::string_view trimmed(std::string_view text) noexcept {
@@ -28,8 +19,7 @@ std::string_view trimmed(std::string_view text) noexcept {
 
 }  // namespace
 
-XmlName& XmlNames::find(const char* local, const char* uri) {
-  if (const Slot& slot = slotOf(local, uri); slot.local != nullptr) return *slot.name;
+XmlName& XmlNames::add(const char* local, const char* uri) {
   if (names_.size() * 2 >= slots_.size()) grow();
   KelStringBase text = KelStringBase::fromUtf8(local);
   const unsigned short* const units = text.getText();
@@ -43,15 +33,6 @@ XmlName& XmlNames::find(const char* local, const char* uri) {
 void XmlNames::clear() noexcept {
   std::fill(slots_.begin(), slots_.end(), Slot{});
   names_.clear();
-}
-
-XmlNames::Slot& XmlNames::slotOf(const char* local, const char* uri) noexcept {
-  const std::size_t mask = slots_.size() - 1;
-  std::size_t at = hashOf(local, uri) & mask;
-  while (slots_[at].local != nullptr && (slots_[at].local != local || slots_[at].uri != uri)) {
-    at = (at + 1) & mask;
-  }
-  return slots_[at];
 }
 
 void XmlNames::grow() {

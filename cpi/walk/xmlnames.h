@@ -6,6 +6,7 @@
 #ifndef CPI_WALK_XMLNAMES_H
 #define CPI_WALK_XMLNAMES_H
 
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <deque>
@@ -34,7 +35,10 @@ class XmlNames {
   XmlNames() : slots_(kFirstSlots) {}
 
   // The converted name, valid until clear(). `local` and `uri` (null: none) are interned.
-  XmlName& find(const char* local, const char* uri);
+  XmlName& find(const char* local, const char* uri) {
+    const Slot& slot = slotOf(local, uri);
+    return slot.local != nullptr ? *slot.name : add(local, uri);
+  }
   void clear() noexcept;
   std::size_t size() const noexcept { return names_.size(); }
 
@@ -46,7 +50,22 @@ class XmlNames {
     XmlName* name = nullptr;
   };
 
-  Slot& slotOf(const char* local, const char* uri) noexcept;
+  // Both addresses count: one local name may stand in several namespaces.
+  static std::size_t hashOf(const char* local, const char* uri) noexcept {
+    constexpr std::uint64_t kFactor = 0x9E3779B97F4A7C15;
+    const std::uint64_t first = reinterpret_cast<std::uintptr_t>(local);
+    const std::uint64_t second = reinterpret_cast<std::uintptr_t>(uri);
+    return static_cast<std::size_t>((first + std::rotl(second, 20)) * kFactor >> 32);
+  }
+  Slot& slotOf(const char* local, const char* uri) noexcept {
+    const std::size_t mask = slots_.size() - 1;
+    std::size_t at = hashOf(local, uri) & mask;
+    while (slots_[at].local != nullptr && (slots_[at].local != local || slots_[at].uri != uri)) {
+      at = (at + 1) & mask;
+    }
+    return slots_[at];
+  }
+  XmlName& add(const char* local, const char* uri);
   void grow();
 
   std::vector<Slot> slots_;
