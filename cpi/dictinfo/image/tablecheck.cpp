@@ -71,12 +71,12 @@ bool areTextsInOrder(const StringTable& property, std::uint64_t textStart) {
   bool isInOrder = true;
   for (std::uint32_t row = 0; row < property.rowCount; ++row) {
     const std::uint32_t offset = offsets[row];
-    const bool isText = offset != 0;
+    const bool isNone = offset == 0;
     const bool isInside = (offset > previous) & (offset < used) & (offset % kUnitBytes == 0);
     const unsigned short before = unitAt(property, (isInside ? offset : start) - kUnitBytes);
     // In front of the first text stand offsets.
-    isInOrder &= !isText | (isInside & ((before == 0) | (previous < start)));
-    previous = isText ? offset : previous;
+    isInOrder &= isNone | (isInside & ((before == 0) | (previous < start)));
+    previous = isNone ? previous : offset;
   }
   return isInOrder;
 }

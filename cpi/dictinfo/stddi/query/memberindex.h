@@ -74,7 +74,7 @@ class MemberIndex {
   // be looked at one by one.
   std::int64_t runOf(std::int32_t row) const noexcept {
     const bool isIndexed = places_.empty() || places_[asSize(row)].group != kUnindexed;
-    return isIndexed ? static_cast<std::uint32_t>(members_[row].ParentTypeId) : kNone;
+    return isIndexed ? std::int64_t{static_cast<std::uint32_t>(members_[row].ParentTypeId)} : kNone;
   }
   // The first row from `row` on in its run that carries a tag of this key, or is a group that may
   // lead to one; kNoRow when there is none. The run must be indexed.
