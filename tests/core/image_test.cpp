@@ -119,6 +119,38 @@ TEST(Image, WhatIsWrittenOpensAgain) {
   EXPECT_EQ(imageOf(*opened(std::span(shifted).subspan(1))), image) << "unaligned";
 }
 
+// An image that stays where it is serves without a copy, unchanged, as long as anyone needs it.
+TEST(Image, IsUsedWhereItIs) {
+  const auto dictionary = loaded();
+  const Image image = imageOf(*dictionary);
+  auto held = std::make_shared<const Image>(image);
+  const std::weak_ptr<const Image> watch = held;
+  auto inPlace = std::make_unique<StdDictionaryInfo>(0);
+  inPlace->FromQLBuffer(*held, held);
+  const auto isInside = [&](const void* place) {
+    return place >= held->data() && place < held->data() + held->size();
+  };
+  EXPECT_TRUE(isInside(inPlace->tags().row(0).TextIdentifier));
+  EXPECT_FALSE(isInside(inPlace->tags().records()));
+  EXPECT_EQ(imageOf(*inPlace), image);
+  EXPECT_EQ(dump(*inPlace), dump(*dictionary));
+  inPlace->tags().table().SetProperty(1, CPI_VLS_TABMBR, CPI_StringMember, asUnits(u"changed"));
+  EXPECT_EQ(textView(inPlace->tags().row(1).TextIdentifier), u"changed");
+  EXPECT_EQ(*held, image) << "something was written into the image";
+  held.reset();
+  auto copy = std::make_unique<StdDictionaryInfo>(*inPlace);
+  inPlace.reset();
+  EXPECT_EQ(textView(copy->tags().row(2).TextIdentifier), u"B");
+  copy->FromQLBuffer(image);
+  EXPECT_TRUE(watch.expired());
+  EXPECT_EQ(copy->getTagDefIndexFromName(u"A"), 1);
+  Image shifted(1, 0);
+  shifted.insert(shifted.end(), image.begin(), image.end());
+  copy->FromQLBuffer(std::span(shifted).subspan(1), nullptr);
+  shifted.clear();
+  EXPECT_EQ(imageOf(*copy), image) << "unaligned";
+}
+
 // The index is derived: one that leads out of the tables, or is cut, is no reason to refuse them.
 TEST(Image, AnIndexThatDoesNotFitIsBuiltAnew) {
   const auto dictionary = loaded();
