@@ -122,12 +122,16 @@ inline bool NameIndex::isText(std::uint64_t start, std::u16string_view name) con
 }
 
 inline bool NameIndex::isSound(std::int32_t rowCount) const noexcept {
-  const std::uint64_t textEnd = strings_ == nullptr ? 0 : strings_->bufferUsed;
+  const Slot units = strings_ == nullptr ? 0 : strings_->bufferUsed / 2;
+  const Slot textEnd = std::max(units << rowBits_, Slot{1});  // an empty slot is inside
+  const Slot textMask = (Slot{1} << hashShift_) - 1;
+  const Slot rowMask = (Slot{1} << rowBits_) - 1;
+  const auto rows = static_cast<Slot>(rowCount);
   std::size_t taken = 0;
   bool areInside = true;
   for (const Slot slot : slots_) {
     taken += slot != 0;
-    areInside &= (slot == 0) | ((rowOf(slot) < rowCount) & (textOf(slot) < textEnd));
+    areInside &= ((slot & rowMask) <= rows) & ((slot & textMask) < textEnd);
   }
   return areInside && taken < slots_.size();
 }
