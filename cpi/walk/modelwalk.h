@@ -51,7 +51,15 @@ class ModelWalk {
   // element itself asks for (see WalkModel::hiddenTag); an empty or unknown one counts as none.
   // Throws KelParserException when the dictionary makes no sense to the navigator.
   Verdict enter(const unsigned short* name, const KelStringBase& namespaceURI,
-                std::u16string_view typeKey);
+                std::u16string_view typeKey) {
+    return enter({name, namespaceURI}, keyOf(name, namespaceURI), typeKey);
+  }
+  // The same for a name whose key is known. Whoever keeps the keys of names spares each further
+  // element the search for the text of its name.
+  Verdict enter(const ElementName& name, std::int32_t key, std::u16string_view typeKey);
+  std::int32_t keyOf(const unsigned short* name, const KelStringBase& namespaceURI) const noexcept {
+    return WalkCursor::keyOfName(model_->dictionary(), name, namespaceURI);
+  }
   // Says that the innermost open element is nil: it is complete, and nothing may stand in it. With
   // `isTold` it is known that something does, so that it is no fault again.
   void setNil(bool isTold = false);
@@ -74,7 +82,9 @@ class ModelWalk {
   std::size_t depth() const noexcept { return open_.size(); }
 
  private:
-  using Name = ElementName;
+  struct Name : ElementName {
+    std::int32_t key;
+  };
   using Cursor = WalkCursor;
   // What judges the children of an open element.
   enum class Judge : std::uint8_t {
@@ -83,8 +93,8 @@ class ModelWalk {
     Nobody,   // nothing: a refused element without definition
   };
   struct OpenElement {
-    Judge judge;
-    bool hasLevel;  // its children are walked by an iterator of their own
+    Judge judge = Judge::Nobody;
+    bool hasLevel = false;  // its children are walked by an iterator of their own
     bool hadChild = false;
     std::int32_t typeIndex = kNone;
     std::int64_t number = 0;     // in document order, from 1
@@ -116,6 +126,12 @@ class ModelWalk {
   void pushLevel(std::int32_t contextTag);
 
   Move place(const OpenElement& parent, const Name& name, ProcessContents& contents);
+  static bool goTo(Cursor& at, const OpenElement& parent, const Name& name) {
+    return parent.hadChild ? at.goToNextSibling(name.key) : at.goToFirstChild(name.key);
+  }
+  bool isMember(const OpenElement& parent, const Name& name);
+  Verdict enterMember(OpenElement& parent);
+  bool readMember(const Cursor& at, Verdict& verdict) const;
   bool placeByName(Cursor& at, const OpenElement& parent, const Name& name) const;
   bool placeByWildcard(Cursor& at, const OpenElement& parent, const Name& name,
                        ProcessContents& contents) const;
@@ -134,6 +150,7 @@ class ModelWalk {
 
   const WalkModel* model_;
   bool isChecking_;
+  bool hasUnordered_;  // some type of the dictionary is
   std::vector<Level> levels_;
   std::size_t levelCount_ = 0;  // those in use; the others wait to be used again
   std::vector<OpenElement> open_;

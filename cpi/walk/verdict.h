@@ -84,6 +84,7 @@ enum class Reason : std::uint8_t {
   WrongCheckSum,     // (Value)
   NotOfFacet,        // beyond a range or number of digits, or not of a pattern (Value, Attribute)
   NotAField,         // no tag with '=' behind it, in a message of such fields (Refused)
+  UnknownMessage,    // no message of this type, which is the value (UnknownName of a root)
 };
 inline constexpr std::size_t kReasonCount = 28;
 

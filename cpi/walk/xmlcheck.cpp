@@ -71,7 +71,7 @@ void XmlCheck::start(const XmlStartTag& tag, std::u16string_view typeKey) {
   frame.hasValue = values_.isNeeded(verdict.contentTagIndex);
 }
 
-void XmlCheck::text(std::string_view piece, const XmlPushParser& parser) {
+void XmlCheck::text(std::string_view piece, const XmlEventParser& parser) {
   if (trail_.isEmpty()) return;
   XmlFrame& frame = trail_.top();
   if (frame.hasNoText || frame.isNil) checkText(frame, piece, parser);
@@ -206,7 +206,7 @@ void XmlCheck::addNil(const XmlFrame& frame, Reason reason, std::string_view val
 }
 
 // Once for each element.
-void XmlCheck::checkText(XmlFrame& frame, std::string_view piece, const XmlPushParser& parser) {
+void XmlCheck::checkText(XmlFrame& frame, std::string_view piece, const XmlEventParser& parser) {
   const std::size_t first =
       frame.isNil ? (piece.empty() ? piece.npos : 0) : piece.find_first_not_of(kSpace);
   if (first == piece.npos) return;

@@ -13,7 +13,7 @@
 #include "cpi/walk/attributecheck.h"
 #include "cpi/walk/modelwalk.h"
 #include "cpi/walk/valuecheck.h"
-#include "cpi/walk/xmlpushparser.h"
+#include "cpi/walk/xmleventparser.h"
 #include "cpi/walk/xmltrail.h"
 
 namespace cpi {
@@ -39,7 +39,7 @@ class XmlCheck {
 
   // The innermost element has begun, and its frame has its verdict. `typeKey` as ModelWalk has it.
   void start(const XmlStartTag& tag, std::u16string_view typeKey);
-  void text(std::string_view piece, const XmlPushParser& parser);
+  void text(std::string_view piece, const XmlEventParser& parser);
   // The innermost element is about to end.
   void end();
 
@@ -54,7 +54,7 @@ class XmlCheck {
   void checkInstance(XmlFrame& frame, const XmlStartTag& tag);
   void checkNil(XmlFrame& frame, std::string_view value);
   void addNil(const XmlFrame& frame, Reason reason, std::string_view value);
-  void checkText(XmlFrame& frame, std::string_view piece, const XmlPushParser& parser);
+  void checkText(XmlFrame& frame, std::string_view piece, const XmlEventParser& parser);
   void checkValue(const XmlFrame& frame);
   Finding findingOf(const XmlFrame& frame, VerdictKind kind, Reason reason) const;
 

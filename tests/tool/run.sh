@@ -14,12 +14,13 @@ trap 'rm -rf "$work"' EXIT
 failed=0
 declare -A seen
 
-# What differs from machine to machine and from run to run, and the size of an image, which every
-# change of the indexes inside changes.
+# What differs from machine to machine and from run to run, and the size of the indexes and of an
+# image, which has them inside.
 normalised() {
   sed -E -e "s|$work|WORK|g" -e "s|$root/||g" -e 's/, [0-9]+ ms$/, N ms/' \
     -e 's/"(member|tag|type)Id":[0-9]+/"\1Id":N/g' \
     -e 's/image, [0-9]+ bytes/image, N bytes/' -e 's/an image size of [0-9]+/an image size of N/' \
+    -e 's/(index bytes +|"indexBytes":)[0-9]+/\1N/' \
     -e 's/(stddict) [0-9]+\.[0-9]+\.[0-9]+$/\1 VERSION/' "$1"
 }
 

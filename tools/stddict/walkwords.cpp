@@ -72,6 +72,7 @@ constexpr std::string_view kReasons[] = {
     "wrong-check-sum",
     "not-of-facet",
     "not-a-field",
+    "unknown-message",
 };
 static_assert(std::size(kReasons) == cpi::kReasonCount);
 
@@ -136,7 +137,10 @@ std::string elementSentence(const Finding& finding) {
     case VerdictKind::BeyondLimit: return fmt::format("one too many: at most {}", finding.atMost);
     case VerdictKind::KnownElsewhere:
       return "may not stand here; it is known in " + placesOf(finding);
-    case VerdictKind::UnknownName: return "the model has no element of this name";
+    case VerdictKind::UnknownName:
+      if (finding.verdict.reason == Reason::UnknownMessage)
+        return "the model has no message of type '" + printable(finding.value) + "'";
+      return "the model has no element of this name";
     case VerdictKind::WrongNamespace:
       return "is in " + namespaceText(finding.namespaceURI) + "; here it must be in " +
              namespaceText(finding.elsewhere.empty() ? "" : finding.elsewhere[0].namespaceURI);
