@@ -6,6 +6,7 @@
 #include <optional>
 #include <utility>
 
+#include "cpi/extract/modelconventions.h"
 #include "cpi/walk/valueform.h"
 
 namespace cpi {
@@ -14,18 +15,9 @@ namespace {
 // Schemas have a few for each type; those behind are not looked at.
 constexpr std::size_t kMaxFacets = 64;
 
-constexpr std::u16string_view kPattern = u"pattern ";
-constexpr std::u16string_view kWhiteSpace = u"whiteSpace ";
 // In the order of the enumeration.
-constexpr std::u16string_view kBounds[] = {u"minInclusive ", u"minExclusive ", u"maxInclusive ",
-                                           u"maxExclusive ", u"totalDigits ",  u"fractionDigits "};
-
-std::u16string_view takeLine(std::u16string_view& text) {
-  const std::size_t end = std::min(text.find(u'\n'), text.size());
-  const std::u16string_view line = text.substr(0, end);
-  text.remove_prefix(std::min(end + 1, text.size()));
-  return line;
-}
+constexpr std::u16string_view kBounds[] = {u"minInclusive", u"minExclusive", u"maxInclusive",
+                                           u"maxExclusive", u"totalDigits",  u"fractionDigits"};
 
 bool isDecimal(std::int32_t logicalType) {
   return logicalType == LTInteger || logicalType == LTDecimal;
@@ -45,11 +37,12 @@ std::int64_t totalDigits(std::string_view number) {
 }  // namespace
 
 bool FacetCheck::isNeeded(std::int32_t typeIndex) const {
-  std::u16string_view lines = model_.properties().facetsOf(typeIndex);
-  while (!lines.empty()) {
-    if (!takeLine(lines).starts_with(kWhiteSpace)) return true;
-  }
-  return false;
+  bool isNeeded = false;
+  forEachFacet(model_.properties().facetsOf(typeIndex),
+               [&](std::u16string_view name, std::u16string_view) {
+                 isNeeded = isNeeded || name != kWhiteSpaceFacet;
+               });
+  return isNeeded;
 }
 
 std::string_view FacetCheck::firstFault(std::int32_t typeIndex, std::string_view value,
@@ -76,27 +69,29 @@ FacetCheck::Facets& FacetCheck::facetsOf(std::int32_t typeIndex) {
   const auto [entry, isNew] = facets_.try_emplace(typeIndex);
   if (!isNew) return entry->second;
   const std::int32_t logicalType = model_.dictionary().types().row(typeIndex).LogicalType;
-  std::u16string_view lines = model_.properties().facetsOf(typeIndex);
-  for (std::size_t i = 0; i < kMaxFacets && !lines.empty(); ++i) {
-    addFacet(takeLine(lines), logicalType, entry->second);
-  }
-  return entry->second;
+  Facets& facets = entry->second;
+  forEachFacet(model_.properties().facetsOf(typeIndex),
+               [&](std::u16string_view name, std::u16string_view value) {
+                 if (facets.limits.size() + facets.patterns.size() >= kMaxFacets) return;
+                 if (name == kPatternFacet) addPattern(value, facets);
+                 else addLimit(name, toUtf8(value), logicalType, facets);
+               });
+  return facets;
 }
 
-void FacetCheck::addFacet(std::u16string_view line, std::int32_t logicalType, Facets& facets) {
-  if (line.starts_with(kPattern)) {
-    SchemaPattern pattern(line.substr(kPattern.size()));
-    if (pattern.isUsable()) facets.patterns.push_back({std::move(pattern), toUtf8(line)});
-    return;
-  }
-  const auto bound = std::ranges::find_if(
-      kBounds, [&](std::u16string_view name) { return line.starts_with(name); });
+void FacetCheck::addPattern(std::u16string_view text, Facets& facets) {
+  SchemaPattern pattern(text);
+  if (pattern.isUsable())
+    facets.patterns.push_back({std::move(pattern), "pattern " + toUtf8(text)});
+}
+
+void FacetCheck::addLimit(std::u16string_view name, const std::string& text,
+                          std::int32_t logicalType, Facets& facets) {
+  const auto bound = std::ranges::find(kBounds, name);
   if (bound == std::end(kBounds)) return;
-  Limit limit{static_cast<Bound>(bound - std::begin(kBounds)), {}, toUtf8(line)};
-  const std::string text = toUtf8(line.substr(bound->size()));
+  Limit limit{static_cast<Bound>(bound - std::begin(kBounds)), text, toUtf8(name) + " " + text};
   const bool isNumber = isDecimal(logicalType) ? canonicalDecimal(text, false, limit.value)
                                                : logicalType == LTFloat && floatOf(text);
-  if (logicalType == LTFloat) limit.value = text;
   if (isNumber) facets.limits.push_back(std::move(limit));
 }
 

@@ -54,7 +54,9 @@ class FacetCheck {
   };
 
   Facets& facetsOf(std::int32_t typeIndex);
-  static void addFacet(std::u16string_view line, std::int32_t logicalType, Facets& facets);
+  static void addPattern(std::u16string_view text, Facets& facets);
+  static void addLimit(std::u16string_view name, const std::string& text, std::int32_t logicalType,
+                       Facets& facets);
   static bool isKept(const Limit& limit, std::int32_t logicalType, const std::string& number);
   static std::optional<int> orderOf(std::string_view left, std::string_view right,
                                     std::int32_t logicalType);

@@ -86,7 +86,7 @@ enum class Reason : std::uint8_t {
   NotAField,         // no tag with '=' behind it, in a message of such fields (Refused)
   UnknownMessage,    // no message of this type, which is the value (UnknownName of a root)
 };
-inline constexpr std::size_t kReasonCount = 28;
+inline constexpr std::size_t kReasonCount = 29;
 
 struct Verdict {
   Placement placement = Placement::Unjudged;
