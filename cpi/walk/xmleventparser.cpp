@@ -38,6 +38,23 @@ std::string withoutLineEnd(const char* message) {
   return text;
 }
 
+// Where a text begins that the parser has copied from directly in front of where it stands, or from
+// the CDATA section there, with line ends made one character. Null: it is no such text.
+const xmlChar* startInFront(const xmlParserInput& input, std::string_view text) noexcept {
+  const xmlChar* at = input.cur;
+  const auto isBehind = [&](std::string_view mark) {
+    return at - input.base >= std::ssize(mark) &&
+           std::equal(mark.begin(), mark.end(), charsOf(at - mark.size()));
+  };
+  if (isBehind("]]>")) at -= 3;
+  for (; !text.empty(); text.remove_suffix(1)) {
+    const std::string_view last = text.substr(text.size() - 1);
+    if (!isBehind(last)) return nullptr;
+    at -= last == "\n" && isBehind("\r\n") ? 2 : 1;
+  }
+  return at;
+}
+
 // Whether a tag in a text of markup may have too many attributes. An equals sign behind '<' is
 // taken for one; that overrates a tag by what its values and the text behind it contain.
 bool hasLongTag(const xmlChar* begin, const xmlChar* end) noexcept {
@@ -111,6 +128,9 @@ class XmlEventParser::Context {
   static void onText(void* parser, const xmlChar* text, int length);
   static void onEntity(void* parser, const xmlChar* name, int type, const xmlChar* publicId,
                        const xmlChar* systemId, xmlChar* content);
+  static void onAttributeDeclaration(void* parser, const xmlChar* element, const xmlChar* name,
+                                     int type, int defaulted, const xmlChar* value,
+                                     xmlEnumerationPtr values);
   static xmlEntityPtr onReference(void* parser, const xmlChar* name);
   static void onExternalSubset(void* parser, const xmlChar* name, const xmlChar* publicId,
                                const xmlChar* systemId);
@@ -160,6 +180,7 @@ class XmlEventParser::Context {
   bool isAtEnd_ = false;
   bool hasRoot_ = false;
   std::int64_t depth_ = 0;
+  std::int64_t declared_ = 0;  // attributes, in the document type
   std::int64_t expansion_ = 0;
   std::int64_t notFetched_ = 0;
 };
@@ -201,7 +222,7 @@ void XmlEventParser::Context::begin(const std::string& name, const Read& read) {
   unread_ = {};
   pending_ = nullptr;
   isAtEnd_ = hasRoot_ = false;
-  depth_ = expansion_ = notFetched_ = 0;
+  depth_ = declared_ = expansion_ = notFetched_ = 0;
 }
 
 // The parser reads on while it is inside a tag, too: there is the chance to end the message before
@@ -246,6 +267,7 @@ xmlSAXHandler XmlEventParser::Context::makeHandler() {
   handler.startElementNs = onStart;
   handler.endElementNs = onEnd;
   handler.entityDecl = onEntity;
+  handler.attributeDecl = onAttributeDeclaration;
   handler.getEntity = onReference;
   handler.externalSubset = onExternalSubset;
   handler.serror = onError;
@@ -317,6 +339,17 @@ void XmlEventParser::Context::onEntity(void* parser, const xmlChar* name, int ty
   if (!isKept) of(parser).guarded(parser, [] { throw std::bad_alloc(); });
 }
 
+// The parser keeps the defaults itself. Those of one element count as attributes of its tags.
+void XmlEventParser::Context::onAttributeDeclaration(void* parser, const xmlChar*, const xmlChar*,
+                                                     int, int, const xmlChar*,
+                                                     xmlEnumerationPtr values) {
+  xmlFreeEnumeration(values);
+  Context& self = of(parser);
+  self.guarded(parser, [&self] {
+    if (++self.declared_ > kMaxAttributes) self.fail("too many attributes are declared");
+  });
+}
+
 xmlEntityPtr XmlEventParser::Context::onReference(void* parser, const xmlChar* name) {
   Context& self = of(parser);
   const xmlEntityPtr entity = xmlSAX2GetEntity(parser, name);
@@ -379,21 +412,16 @@ WalkPosition XmlEventParser::Context::position() const noexcept {
 }
 
 // The parser's line is that of the end of the text. It hands out the text in its input, from where
-// it stands on, or a copy of what is in front of there. Text that comes out of an entity, or was
-// converted, is neither: it has the place where the parser stands.
+// it stands on, or a copy of what is in front of there. Text that comes out of an entity, was
+// converted, or is a long CDATA section is neither: it has the place where the parser stands.
 WalkPosition XmlEventParser::Context::textPosition(std::string_view part) const noexcept {
   const xmlParserInputPtr input = parser_->input;
   if (input == nullptr) return {};
-  const xmlChar* begin = bytesOf(part.data());
+  const xmlChar* const begin = bytesOf(part.data());
   const bool isInside = std::less_equal<>()(input->base, begin) && std::less<>()(begin, input->end);
-  if (!isInside) {
-    const auto size = static_cast<std::ptrdiff_t>(part.size());
-    const bool isInFront =
-        input->cur - input->base >= size && std::equal(begin, begin + size, input->cur - size);
-    if (!isInFront) return positionOf(*input, input->cur, input->cur);
-    begin = input->cur - size;
-  }
-  return positionOf(*input, begin, begin + part.size());
+  if (isInside) return positionOf(*input, begin, begin + part.size());
+  const xmlChar* const copied = startInFront(*input, part);
+  return positionOf(*input, copied == nullptr ? input->cur : copied, input->cur);
 }
 
 // The place of `at`, when the parser's line and column are those of `end`, behind it.

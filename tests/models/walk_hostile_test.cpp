@@ -76,13 +76,19 @@ TEST(WalkHostile, Depth) {
 
 TEST(WalkHostile, AttributesAndNamespacesOfOneTag) {
   std::string attributes;
+  std::string declarations;
   std::string namespaces;
   for (int i = 0; i < 30'000; ++i) {
     attributes += " a" + std::to_string(i) + "=''";
+    declarations += " a" + std::to_string(i) + " CDATA ''";
     if (i < 10'000) namespaces += " xmlns:n" + std::to_string(i) + "='u'";
   }
-  EXPECT_EQ(walked("<r xmlns='urn:t'" + attributes + "/>"),
+  EXPECT_EQ(walked("<r xmlns='urn:t' x='>'" + attributes + "/>"),
             "message:1:1: a tag has too many attributes");
+  EXPECT_EQ(walked("<!DOCTYPE r [<!ENTITY e \"&#60;a" + attributes + "/>\">]><r/>"),
+            "message:1:14: a tag has too many attributes");
+  EXPECT_NE(walked("<!DOCTYPE r [<!ATTLIST r" + declarations + ">]><r/>").find("are declared"),
+            std::string::npos);
   EXPECT_EQ(walked("<r xmlns='urn:t'" + namespaces + "/>"),
             "message:1:1: too many namespaces are in scope");
 }
