@@ -1,6 +1,7 @@
 #include "cpi/walk/fixmodel.h"
 
 #include <algorithm>
+#include <bit>
 #include <stdexcept>
 #include <utility>
 
@@ -16,9 +17,15 @@ constexpr std::int32_t kDenseNumbers = 1 << 16;
 // Real models have each value and member read once, and some tens of thousands of them.
 constexpr std::int64_t kMaxRowsRead = 5'000'000;
 
-// The width of a type's mask, in words: a bit for each tag of most dictionaries, but no more
-// memory than the tables take.
-std::size_t maskWordsFor(std::int32_t types) noexcept { return types <= 1 << 14 ? 32 : 1; }
+bool isInAnyOrder(const SMD_TYPE_DEFINITION& type) noexcept {
+  return (type.Composition == TYPE_UNORDERED || type.Composition == TYPE_ALL) &&
+         type.LogicalType <= 0;
+}
+
+// Of a field in a type.
+std::uint64_t keyOf(std::int32_t type, std::int32_t tagRow) noexcept {
+  return std::uint64_t{static_cast<std::uint32_t>(type)} << 32 | static_cast<std::uint32_t>(tagRow);
+}
 
 }  // namespace
 
@@ -36,8 +43,7 @@ FixModel::FixModel(const StdDictionaryInfo& dictionary)
       fields_(asIndex(dictionary.tags().rowCount())),
       types_(asIndex(dictionary.types().rowCount())),
       members_(asIndex(dictionary.typeMembers().rowCount())),
-      maskWords_(maskWordsFor(dictionary.types().rowCount())),
-      masks_(types_.size() * maskWords_) {
+      slots_(2) {
   if (const WIREFORMAT_DEFINITION* const format = dictionary.wireFormats().find(0)) {
     beginString_ = toUtf8(textView(format->FormatId));
   }
@@ -124,20 +130,78 @@ void FixModel::readMembers() {
     uses_.push_back(member);
   }
   for (std::size_t i = 1; i < firstUse_.size(); ++i) firstUse_[i] += firstUse_[i - 1];
-  for (std::int32_t row = 0; row < dictionary_->types().rowCount(); ++row) {
-    Type& type = types_[asIndex(row)];
-    const SMD_TYPE_DEFINITION& definition = dictionary_->types().row(row);
-    type.firstMember = rows.contains(definition.ToTypeMbrIndex) ? definition.ToTypeMbrIndex : kNone;
-    for (std::int32_t member = type.firstMember; rows.contains(member); ++member) {
-      if (rows.row(member).ParentTypeId != definition.TypeId) break;
-      countRow();
-      ++type.memberCount;
-      const std::int32_t tag = rows.row(member).toTagIndex;
-      const std::size_t bit = asIndex(std::max(tag, 0)) % (64 * maskWords_);
-      masks_[asIndex(row) * maskWords_ + bit / 64] |= std::uint64_t{1} << bit % 64;
-      type.requiredCount += members_[asIndex(member)].isRequired ? 1 : 0;
-    }
+  for (std::int32_t row = 0; row < dictionary_->types().rowCount(); ++row) readType(row);
+  for (std::int32_t row = 0; row < dictionary_->types().rowCount(); ++row) readGroups(row);
+}
+
+void FixModel::readType(std::int32_t row) {
+  const auto& rows = dictionary_->typeMembers();
+  Type& type = types_[asIndex(row)];
+  const SMD_TYPE_DEFINITION& definition = dictionary_->types().row(row);
+  if (!rows.contains(definition.ToTypeMbrIndex)) return;
+  type.firstMember = definition.ToTypeMbrIndex;
+  type.firstTag = rows.row(type.firstMember).toTagIndex;
+  for (std::int32_t member = type.firstMember; rows.contains(member); ++member) {
+    if (rows.row(member).ParentTypeId != definition.TypeId) break;
+    countRow();
+    ++type.memberCount;
+    type.requiredCount += members_[asIndex(member)].isRequired ? 1 : 0;
   }
+  type.isFlat = makeSlots(type) && isInAnyOrder(definition);
+}
+
+// Whether each member has a tag of its own.
+bool FixModel::makeSlots(Type& type) {
+  const std::uint32_t size = std::bit_ceil(2 * static_cast<std::uint32_t>(type.memberCount) + 1);
+  type.slotMask = size - 1;
+  type.slotShift = static_cast<std::uint8_t>(std::countl_zero(size) + 1);
+  type.firstSlot = slots_.size();
+  slots_.resize(slots_.size() + size);
+  bool isFlat = true;
+  for (std::int32_t member = type.firstMember; member < type.firstMember + type.memberCount;
+       ++member) {
+    const std::int32_t tag = dictionary_->typeMembers().row(member).toTagIndex;
+    isFlat &= dictionary_->tags().contains(tag) && addSlot(type, tag, member);
+  }
+  return isFlat;
+}
+
+// False when the tag is there already: its first member counts.
+bool FixModel::addSlot(const Type& type, std::int32_t tagRow, std::int32_t member) {
+  std::uint32_t at = slotOf(tagRow, type.slotShift);
+  for (; slots_[type.firstSlot + at].tagRow != kNone; at = (at + 1) & type.slotMask) {
+    if (slots_[type.firstSlot + at].tagRow == tagRow) return false;
+    countRow();
+  }
+  slots_[type.firstSlot + at] = {tagRow, member};
+  return true;
+}
+
+void FixModel::readGroups(std::int32_t row) {
+  const Type& type = types_[asIndex(row)];
+  for (std::int32_t i = 0; i < type.memberCount; ++i) {
+    const std::int32_t group = groupMember(type.firstMember + i);
+    if (group == kNone) continue;
+    const std::int32_t inside = dictionary_->typeMembers().row(group).toTypeIndex;
+    const std::int32_t first = firstTag(inside);
+    if (first == kNone) continue;
+    groups_.try_emplace(keyOf(row, first), group);
+    readGroup(inside);
+  }
+}
+
+// Many groups may be of one type, which is read once.
+void FixModel::readGroup(std::int32_t type) {
+  const Type& in = types_[asIndex(type)];
+  if (members_[asIndex(in.firstMember)].groupType != kNone) return;
+  for (std::int32_t i = 0; i < in.memberCount; ++i) {
+    members_[asIndex(in.firstMember + i)].groupType = type;
+  }
+}
+
+std::int32_t FixModel::groupBegunBy(std::int32_t type, std::int32_t tagRow) const noexcept {
+  const auto group = groups_.find(keyOf(type, tagRow));
+  return group == groups_.end() ? kNone : group->second;
 }
 
 void FixModel::readMessage(std::int32_t row, const SMD_TAG_DEFINITION& tag) {
@@ -171,16 +235,6 @@ const FixMessageModel* FixModel::message(std::string_view msgType) const {
 std::span<const std::int32_t> FixModel::membersWith(std::int32_t tagRow) const noexcept {
   const std::size_t begin = firstUse_[asIndex(tagRow)];
   return std::span(uses_).subspan(begin, firstUse_[asIndex(tagRow) + 1] - begin);
-}
-
-// The members of a type are neighbours, so that the first one at or behind its first is the one.
-std::int32_t FixModel::memberOf(std::int32_t type, std::int32_t tagRow) const noexcept {
-  if (!isType(type)) return kNone;
-  const Type& in = types_[asIndex(type)];
-  const std::span<const std::int32_t> members = membersWith(tagRow);
-  const auto found = std::ranges::lower_bound(members, in.firstMember);
-  const bool isInside = found != members.end() && *found < in.firstMember + in.memberCount;
-  return isInside ? *found : kNone;
 }
 
 }  // namespace cpi

@@ -64,6 +64,8 @@ class FixModel {
     const auto index = static_cast<std::size_t>(number);
     return index < rows_.size() ? rows_[index] : sparseRow(number);
   }
+  // The member of a group's instances, in a type that has the group, by its first field; or kNone.
+  std::int32_t groupBegunBy(std::int32_t type, std::int32_t tagRow) const noexcept;
   // By Tags row of a field.
   FixForm form(std::int32_t row) const noexcept { return fields_[asIndex(row)].form; }
   const FixValueSet* valueSet(std::int32_t row) const noexcept {
@@ -85,17 +87,33 @@ class FixModel {
   std::int32_t groupMember(std::int32_t member) const noexcept {
     return members_[asIndex(member)].isCount ? member + 1 : kNone;
   }
+  // By Type Members row: the Types row of the group's instances that have it, or kNone.
+  std::int32_t groupTypeOf(std::int32_t member) const noexcept {
+    return members_[asIndex(member)].groupType;
+  }
   bool isRequired(std::int32_t member) const noexcept {
     return members_[asIndex(member)].isRequired;
   }
-  // False only when no member of the type bears the tag. Costs next to nothing.
-  bool mayHave(std::int32_t type, std::int32_t tagRow) const noexcept {
-    if (!isType(type)) return false;
-    const std::size_t bit = asIndex(tagRow) % (64 * maskWords_);
-    return (masks_[asIndex(type) * maskWords_ + bit / 64] >> bit % 64 & 1) != 0;
+  // By Types row: the Tags row of its first member, or kNone.
+  std::int32_t firstTag(std::int32_t type) const noexcept {
+    return isType(type) ? types_[asIndex(type)].firstTag : kNone;
+  }
+  // Whether its members are in any order, each with a tag of its own: then a move between them
+  // needs no search, for it comes to the member of the tag.
+  bool isFlat(std::int32_t type) const noexcept {
+    return isType(type) && types_[asIndex(type)].isFlat;
   }
   // The member of a type that bears a tag, or kNone.
-  std::int32_t memberOf(std::int32_t type, std::int32_t tagRow) const noexcept;
+  std::int32_t memberOf(std::int32_t type, std::int32_t tagRow) const noexcept {
+    if (!isType(type)) return kNone;
+    const Type& in = types_[asIndex(type)];
+    std::uint32_t at = slotOf(tagRow, in.slotShift);
+    while (true) {
+      const Slot& slot = slots_[in.firstSlot + at];
+      if (slot.tagRow == tagRow || slot.tagRow == kNone) return slot.member;
+      at = (at + 1) & in.slotMask;
+    }
+  }
   // All members that bear a tag, in ascending order.
   std::span<const std::int32_t> membersWith(std::int32_t tagRow) const noexcept;
 
@@ -108,10 +126,21 @@ class FixModel {
     std::int32_t firstMember = kNone;
     std::int32_t memberCount = 0;
     std::int32_t requiredCount = 0;
+    std::int32_t firstTag = kNone;
+    bool isFlat = false;
+    std::uint8_t slotShift = 31;
+    std::uint32_t slotMask = 1;
+    std::size_t firstSlot = 0;
+  };
+  // Of a type's open table from tags to members; at most half of it is taken.
+  struct Slot {
+    std::int32_t tagRow = kNone;
+    std::int32_t member = kNone;
   };
   struct Member {
     bool isCount = false;
     bool isRequired = false;
+    std::int32_t groupType = kNone;
   };
   struct Hash {
     using is_transparent = void;
@@ -127,11 +156,20 @@ class FixModel {
   }
   // Of rows that are read for each that refers to them.
   void countRow();
+  static std::uint32_t slotOf(std::int32_t tagRow, std::uint8_t shift) noexcept {
+    constexpr std::uint32_t kMix = 0x9e3779b1;
+    return static_cast<std::uint32_t>(tagRow) * kMix >> shift;
+  }
   std::int32_t sparseRow(std::int32_t number) const noexcept;
   void readFields();
   void readField(std::int32_t row, const SMD_TAG_DEFINITION& tag);
   std::int32_t readValueSet(std::int32_t firstRow);
   void readMembers();
+  void readType(std::int32_t row);
+  bool makeSlots(Type& type);
+  void readGroups(std::int32_t row);
+  void readGroup(std::int32_t type);
+  bool addSlot(const Type& type, std::int32_t tagRow, std::int32_t member);
   void readMessage(std::int32_t row, const SMD_TAG_DEFINITION& tag);
 
   const StdDictionaryInfo* dictionary_;
@@ -141,8 +179,9 @@ class FixModel {
   std::vector<Field> fields_;       // by Tags row
   std::vector<Type> types_;         // by Types row
   std::vector<Member> members_;     // by Type Members row
-  std::size_t maskWords_;
-  std::vector<std::uint64_t> masks_;  // by Types row: its members' tags, one bit for several
+  std::vector<Slot> slots_;         // two empty ones, then those of the types
+  // Members of groups' instances, by the Types row that has them and their first field's Tags row.
+  std::unordered_map<std::uint64_t, std::int32_t> groups_;
   std::vector<FixValueSet> valueSets_;
   std::unordered_map<std::int32_t, std::int32_t> setOfRow_;  // by first Value Set row
   std::vector<std::size_t> firstUse_;                        // by Tags row, and the end: into uses_

@@ -59,16 +59,19 @@ class FixWalk final : private WalkTrail {
     std::int32_t tagId = 0;          // of the section or group; 0: it is none of its own
     std::int32_t delimiter = kNone;  // of a group: Tags row of its first field
     std::uint32_t stamp = 0;         // of this level alone, see Seen
+    std::int32_t fields = 0;         // different ones that came
     std::int32_t requiredSeen = 0;
     std::int32_t garbled = 0;  // fields that could not be read
     bool hadChild = false;     // the iterator stands on a child
     bool isOpen = false;       // of a section with a tag: the iterator is inside
+    bool isFlat = false;       // the iterator is inside, and a move there needs no search
     // A count field came, and the next field tells whether its group does.
     std::int32_t awaited = kNone;            // member of the group's instances
-    const FixField* awaitedCount = nullptr;  // the count field
+    const FixField* awaitedCount = nullptr;  // the count field; null: it counts for nothing
     // Of a group:
-    const FixField* count = nullptr;
-    std::int32_t instances = 0;  // so far
+    const FixField* count = nullptr;  // null: there is none
+    std::int32_t told = kNone;        // its value; kNone: it tells no number
+    std::int32_t instances = 0;       // so far
   };
   // How often a member came at the level with this stamp.
   struct Seen {
@@ -84,48 +87,86 @@ class FixWalk final : private WalkTrail {
 
   // Placing.
   void place(const FixField& field);
-  bool placeRepeat(const FixField& field);
-  void placeElsewhere(const FixField& field);
-  std::size_t levelWithout(std::int32_t row) const;
-  bool placeInSection(const FixField& field);
-  void enterSection(std::size_t section);
-  bool move(Level& level, std::int32_t tagId);
-  void settle(const FixField& field);
-  void awaitGroup(const FixField& field);
-  void openGroup(const FixField& field);
-  void beginInstance(Level& level, const FixField& field);
-  void closeGroup();
-  void closeAwaited(Level& level);
-  void moveOut(Level& level);
+  bool move(Level& level, const FixField& field, std::int32_t member);
+  bool moveByTag(Level& level, std::int32_t tagId);
+  void settle(Level& level, const FixField& field, std::int32_t member);
+  void await(Level& level, const FixField& field, std::int32_t member);
+  void enterSection(std::size_t section, const FixField& field);
   Level& level() noexcept { return levels_[current_]; }
-  bool isSeen(const Level& level, std::int32_t member) const noexcept;
+  bool isSeen(const Level& level, std::int32_t member) const noexcept {
+    return seen_[static_cast<std::size_t>(member)].stamp == level.stamp;
+  }
   // Counts an occurrence; returns how many there are.
   std::int32_t see(Level& level, std::int32_t member) noexcept;
   std::uint32_t newStamp() noexcept;
+
+  // Groups.
+  bool awaitGroup(const FixField& field);
+  void openGroup(const FixField& field);
+  void beginInstance(Level& level, const FixField& field);
+  void endInstance(Level& level);
+  void closeGroup();
+  void closeTo(std::size_t target);
+  void closeAwaited(Level& level);
+  void moveOut(Level& level);
+  std::int32_t toldBy(const FixField* count) const noexcept;
+
+  // Fields that are not where they belong, see fixwalkfaults.cpp. Those that answer say whether the
+  // field was told.
+  void placeElsewhere(const FixField& field);
+  void placeAround(const FixField& field, std::size_t target);
+  bool placeInNextSection(const FixField& field);
+  bool placeUncounted(const FixField& field);
+  void placeUncountedAt(const FixField& field, std::size_t at, std::int32_t group);
+  bool placeRepeat(const FixField& field);
+  bool placePassed(const FixField& field);
+  void placeNowhere(const FixField& field);
+  void placeUnknown(const FixField& field);
+  void placeInside(const FixField& field);
+  bool isOutOfTurn(const FixField& delimiter);
+  void repeat(const FixField& field, std::size_t at);
+  void closePassed(const FixField& field);
+  std::size_t outward(std::size_t at) const noexcept;
+  std::size_t levelWithout(std::int32_t row, std::size_t from) const;
+  std::size_t levelWith(std::int32_t row) const;
+  bool isAwaited(const Level& level, std::int32_t row) const;
+  bool doesInterrupt(const FixField& field, std::size_t target);
+  bool hasLostBegin(const FixField& field, std::size_t at);
+  bool isTooMany(const FixField& delimiter);
+  bool belongsToStray(const FixField& field) const;
+  const FixField* nextKnown(const FixField& field);
+  const FixField* findAhead(const FixField* from, std::int32_t row, std::int32_t stop);
+  std::int32_t countBegins(const FixField* from, std::size_t at);
+  bool takeStray(std::int32_t row);
+  bool takeMissing(std::int32_t row);
+  std::int32_t& balanceOf(std::int32_t row);
 
   // Judging.
   const FixField* findEarly();
   void checkFrame();
   void checkLength(const FixField& sum);
   void checkValue(const FixField& field);
-  void checkRequired(const Level& level);
-  void checkCount(const FixField& count, std::int32_t instances);
+  void checkRequired(Level& level);
+  void checkCount(const FixField& count, std::int32_t instances, std::int32_t delimiter);
+  void checkCutMessage();
+  bool isCutOff(const FixField& field) const;
   Reason valueReason(const FixField& field) const;
 
   // Reporting.
   struct Fault {
     VerdictKind kind;
     Reason reason;
+    bool isConsequence = false;
   };
   void reportRoot(const FixMessageModel& model);
   void reportUnjudged(const FixField& field);
   void reportStructure(const Level& level, const FixField& field);
-  void reportMember(const FixField& field, std::int32_t member, std::int32_t occurrence);
-  // A member of the level, behind its place.
-  void reportMisplaced(const FixField& field, Level& level, std::int32_t member);
+  void reportMember(const FixField& field, std::int32_t member);
+  // A member of some level, at the place that the walk has come to.
+  void reportMisplaced(const FixField& field, Level& level, std::int32_t member, Fault fault);
   void reportRefused(const FixField& field, Fault fault);
   void reportValue(const FixField& field, Reason reason, std::int64_t right = kNone);
-  void reportIncomplete(const Level& level);
+  void reportIncomplete(std::vector<Expected> missing);
   void report(const FixField& field, const Verdict& verdict);
   void count(const Verdict& verdict) noexcept;
   Finding findingOf(const Verdict& verdict, const FixField* field);
@@ -152,6 +193,10 @@ class FixWalk final : private WalkTrail {
   bool wasMisplaced_ = false;  // the field before stood behind its section
   std::vector<Seen> seen_;     // by Type Members row
   std::uint32_t stamp_ = 0;
+  // By Tags row: how many more came without a place than are missing. One that came elsewhere and
+  // one that is missing are one fault.
+  std::vector<Seen> balance_;
+  std::uint32_t messageStamp_ = 0;
 
   // Of the message that is walked.
   const FixMessage* message_ = nullptr;
@@ -159,8 +204,12 @@ class FixWalk final : private WalkTrail {
   FixPlaces* places_ = nullptr;
   WalkVisitor* visitor_ = nullptr;
   WalkSummary* summary_ = nullptr;
+  bool isDirect_ = false;                 // moves that need no search are made without one
   const FixField* early_ = nullptr;       // see findEarly()
-  std::int32_t earlyNumber_ = kNone;      // of the field that should stand there
+  std::int32_t skipped_ = kNone;          // number of the field that should have come before one
+  const FixField* next_ = nullptr;        // see nextKnown()
+  const FixField* stray_ = nullptr;       // the last field that has no place in the message
+  std::int32_t lookAhead_ = 0;            // how many more fields may be looked at ahead of time
   const FixField* field_ = nullptr;       // the one that is being placed; null: at the end
   const FixField* trailField_ = nullptr;  // the last step of path(); null: none
   struct Reported {

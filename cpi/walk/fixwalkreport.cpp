@@ -2,7 +2,6 @@
 #include <algorithm>
 #include <utility>
 
-#include "cpi/extract/modelconventions.h"
 #include "cpi/runtime/kelstring.h"
 #include "cpi/walk/fixwalk.h"
 
@@ -56,20 +55,20 @@ void FixWalk::walkUnknown(const FixField* msgType) {
   Verdict verdict;
   verdict.placement = Placement::Refused;
   verdict.kind = msgType == nullptr ? VerdictKind::Incomplete : VerdictKind::UnknownName;
-  verdict.reason = msgType == nullptr ? Reason::NeverCame : Reason::UnknownRoot;
+  verdict.reason = msgType == nullptr ? Reason::NeverCame : Reason::UnknownMessage;
   count(verdict);
   ++summary_->found[static_cast<std::size_t>(verdict.kind)];
   if (visitor_ != nullptr) {
     Finding finding;
     finding.verdict = verdict;
-    if (msgType != nullptr) finding.name = message_->value(*msgType).substr(0, kMaxText);
-    if (msgType == nullptr) finding.name = kUnnamed;
+    finding.name = kUnnamed;
+    if (msgType != nullptr) finding.value = message_->value(*msgType).substr(0, kMaxText);
     if (msgType == nullptr) finding.missing.push_back(expectedNumber(kFixMsgType));
     finding.path = {{finding.name, {}, 1}};
-    finding.position = places_->at(0);
     WalkedElement element = elementOf(verdict, finding.name, 0);
     element.depth = 0;
     element.finding = &finding;
+    finding.position = places_->at(msgType == nullptr ? 0 : msgType->begin);
     visitor_->element(element);
     visitor_->finding(finding);
   }
@@ -98,30 +97,27 @@ void FixWalk::reportStructure(const Level& level, const FixField& field) {
   visitor_->element(element);
 }
 
-void FixWalk::reportMember(const FixField& field, std::int32_t member, std::int32_t occurrence) {
-  if (visitor_ == nullptr && occurrence == 1 && &field != early_) {
+void FixWalk::reportMember(const FixField& field, std::int32_t member) {
+  if (visitor_ == nullptr && &field != early_) {
     ++summary_->elements;
     ++summary_->placed[static_cast<std::size_t>(Placement::Member)];
     return;
   }
-  Verdict verdict = memberVerdict(member, occurrence);
-  if (occurrence > 1) {
-    verdict.kind = VerdictKind::BeyondLimit;
-  } else if (&field == early_) {
+  Verdict verdict = memberVerdict(member, 1);
+  if (&field == early_) {
     verdict.kind = VerdictKind::OutOfOrder;
     verdict.reason = Reason::SkipsRequired;
   }
   report(field, verdict);
 }
 
-// Fields that follow one another behind their section were moved together.
-void FixWalk::reportMisplaced(const FixField& field, Level& level, std::int32_t member) {
+void FixWalk::reportMisplaced(const FixField& field, Level& level, std::int32_t member,
+                              Fault fault) {
   Verdict verdict = memberVerdict(member, see(level, member));
   verdict.placement = Placement::Refused;
-  verdict.kind = VerdictKind::OutOfOrder;
-  verdict.reason = Reason::PlacePassed;
-  verdict.isConsequence = wasMisplaced_;
-  wasMisplaced_ = true;
+  verdict.kind = fault.kind;
+  verdict.reason = fault.reason;
+  verdict.isConsequence = fault.isConsequence;
   report(field, verdict);
   checkValue(field);
 }
@@ -131,6 +127,7 @@ void FixWalk::reportRefused(const FixField& field, Fault fault) {
   verdict.placement = Placement::Refused;
   verdict.kind = fault.kind;
   verdict.reason = fault.reason;
+  verdict.isConsequence = fault.isConsequence;
   verdict.tagIndex = field.row;
   report(field, verdict);
 }
@@ -196,16 +193,14 @@ void FixWalk::reportValue(const FixField& field, Reason reason, std::int64_t rig
   visitor_->finding(finding);
 }
 
-void FixWalk::reportIncomplete(const Level& level) {
-  ++summary_->found[static_cast<std::size_t>(VerdictKind::Incomplete)];
-  if (visitor_ == nullptr) return;
+void FixWalk::reportIncomplete(std::vector<Expected> missing) {
   Verdict verdict;
   verdict.placement = Placement::Member;
   verdict.kind = VerdictKind::Incomplete;
   verdict.reason = Reason::NeverCame;
   Finding finding = findingOf(verdict, nullptr);
   finding.name = finding.path.back().name;
-  finding.missing = expected(level, true);
+  finding.missing = std::move(missing);
   visitor_->finding(finding);
 }
 
@@ -225,7 +220,7 @@ Finding FixWalk::findingOf(const Verdict& verdict, const FixField* field) {
     default: break;
   }
   if (verdict.reason == Reason::SkipsRequired) {
-    finding.missing.push_back(expectedNumber(earlyNumber_));
+    finding.missing.push_back(expectedNumber(skipped_));
     finding.expected = finding.missing;
   } else if (verdict.kind != VerdictKind::Value) {
     finding.expected = expectedAround();
@@ -281,53 +276,5 @@ void FixWalk::listElsewhere(Finding& finding, std::int32_t row) const {
     if (type != nullptr) place.parent = nameOfType(*type);
   }
 }
-
-// --- Names and paths ----------------------------------------------------------------------------
-
-std::string FixWalk::nameOfTag(std::int32_t row) const {
-  const SMD_TAG_DEFINITION* const tag = model_->dictionary().tags().find(row);
-  return tag == nullptr ? std::string() : fixNameOf(textView(tag->TextIdentifier));
-}
-
-// The body of a message goes by the message's name.
-std::string FixWalk::nameOfType(const SMD_TYPE_DEFINITION& type) {
-  std::u16string_view text = textView(type.Identifier);
-  if (text.ends_with(kFixBodyMark)) text.remove_suffix(kFixBodyMark.size());
-  return fixNameOf(text);
-}
-
-// A field without definition is called by its number, and what is no field by what stands there.
-std::string FixWalk::nameOf(const FixField& field) const {
-  if (field.row != kNone) return nameOfTag(field.row);
-  if (field.number != kNone) return std::to_string(field.number);
-  return std::string(message_->value(field).substr(0, kMaxText));
-}
-
-std::int32_t FixWalk::depth() const noexcept {
-  const std::size_t section = current_ < kSectionCount ? current_ : section_;
-  const std::size_t groups = current_ < kSectionCount ? 0 : current_ + 1 - kSectionCount;
-  return 1 + (levels_[section].tagId != 0 ? 1 : 0) + static_cast<std::int32_t>(groups);
-}
-
-std::vector<PathStep> FixWalk::path() const {
-  std::vector<PathStep> steps;
-  if (messageModel_ != nullptr) steps.push_back({messageModel_->name, {}, 1});
-  const std::size_t section = current_ < kSectionCount ? current_ : section_;
-  const auto add = [&](const Level& level) {
-    if (level.tagId == 0 || !level.isOpen) return;
-    const std::int32_t tag = model_->dictionary().typeMembers().row(level.member).toTagIndex;
-    steps.push_back({nameOfTag(tag), {}, std::max(level.instances, 1)});
-  };
-  add(levels_[section]);
-  for (std::size_t i = kSectionCount; i <= current_; ++i) add(levels_[i]);
-  if (trailField_ != nullptr) {
-    const bool isReported = trailField_ == reported_.field;
-    steps.push_back({nameOf(*trailField_), {}, isReported ? reported_.occurrence : 1});
-  }
-  return steps;
-}
-
-// The body's fields are the only group without tag, which is no news to anybody.
-std::vector<GroupStep> FixWalk::groups() const { return {}; }
 
 }  // namespace cpi

@@ -74,7 +74,7 @@ Verdict ModelWalk::enter(const ElementName& name, std::int32_t key, std::u16stri
 
 void ModelWalk::setNil(bool isTold) {
   open_.back().isNil = true;
-  open_.back().isNilTold = isTold;
+  open_.back().isTold = isTold;
 }
 
 bool ModelWalk::isIncomplete() {
@@ -182,21 +182,21 @@ Verdict ModelWalk::enterChecked(const Name& name, std::u16string_view typeKey) {
     return enterUnmodelled(Placement::Unjudged, Judge::Nobody, Reason::None);
   }
   const std::int32_t hiddenTag = model_->hiddenTag(typeKey);
-  if (parent.isNil) {
-    const bool isConsequence = std::exchange(parent.isNilTold, true);
-    Verdict verdict = enterUnmodelled(Placement::Refused, Judge::Nobody, Reason::InNil);
-    verdict.isConsequence = isConsequence;
-    return verdict;
-  }
+  if (parent.isNil) return enterForbidden(Reason::InNil);
   ProcessContents contents{};
   const Move move = place(parent, name, contents);
   if (move != Move::Failed && isAccepted(parent)) {
     return enterPlaced(name, move, hiddenTag, contents);
   }
-  if (!isChecked(parent)) {
-    return enterUnmodelled(Placement::Refused, Judge::Nobody, refusalUnder(parent));
-  }
-  return enterAnew(name, hiddenTag);
+  return isChecked(parent) ? enterAnew(name, hiddenTag) : enterForbidden(refusalUnder(parent));
+}
+
+// A child of an element that may have none: one fault, however many there are.
+Verdict ModelWalk::enterForbidden(Reason reason) {
+  const bool isConsequence = std::exchange(open_.back().isTold, true);
+  Verdict verdict = enterUnmodelled(Placement::Refused, Judge::Nobody, reason);
+  verdict.isConsequence = isConsequence;
+  return verdict;
 }
 
 bool ModelWalk::isAccepted(const OpenElement& parent) {
@@ -249,6 +249,8 @@ Verdict ModelWalk::enterRefused(const StructureCheck::Outcome& outcome, std::int
   pushLevel(contextTag);
   takeContext(verdict);
   open(Judge::Model, true, verdict.typeIndex);
+  // Elements in one that has a simple value elsewhere only show that another is meant.
+  open_.back().isTold = outcome.kind == VerdictKind::KnownElsewhere;
   return verdict;
 }
 

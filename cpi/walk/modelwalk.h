@@ -63,6 +63,10 @@ class ModelWalk {
   // Says that the innermost open element is nil: it is complete, and nothing may stand in it. With
   // `isTold` it is known that something does, so that it is no fault again.
   void setNil(bool isTold = false);
+  // Says that what stands in the innermost open element is not to be judged, since that would only
+  // repeat in other words what is wrong with the element itself.
+  void setUnjudged() noexcept { open_.back().judge = Judge::Nobody; }
+  bool hasChild() const noexcept { return open_.back().hadChild; }
   // Whether the innermost open element lacks required members as it stands (only when checking).
   bool isIncomplete();
   // The end of the innermost open element, which must exist.
@@ -70,7 +74,7 @@ class ModelWalk {
 
   // What there is to say of the last verdict that was a fault, or of isIncomplete(). The caller
   // may move the lists out.
-  StructureCheck::Fault& fault() noexcept { return structure_.fault(); }
+  StructureFault& fault() noexcept { return structure_.fault(); }
   // The anonymous groups around the innermost open element, outermost first.
   std::vector<GroupStep> groups() const;
 
@@ -98,7 +102,7 @@ class ModelWalk {
     std::size_t height = 0;      // of the iterator; see WalkCursor
     std::size_t pathBegin = 0;   // see StructureCheck::Scope
     bool isNil = false;
-    bool isNilTold = false;
+    bool isTold = false;  // that it has children though it may have none
   };
   struct Level {
     std::unique_ptr<Cursor> at;
@@ -115,6 +119,7 @@ class ModelWalk {
   Verdict enterAnew(const Name& name, std::int32_t hiddenTag);
   Verdict enterRefused(const StructureCheck::Outcome& outcome, std::int32_t hiddenTag);
   Verdict enterWildcard(const Name& name, std::int32_t hiddenTag, ProcessContents contents);
+  Verdict enterForbidden(Reason reason);
   Verdict enterUnmodelled(Placement placement, Judge judge, Reason reason);
   void open(Judge judge, bool hasLevel, std::int32_t typeIndex);
   void openByModel(Verdict& verdict, std::int32_t hiddenTag);

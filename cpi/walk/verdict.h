@@ -69,7 +69,7 @@ enum class Reason : std::uint8_t {
   NotInValueSet,     // (Value, Attribute)
   TooShort,          // (Value, Attribute)
   TooLong,           // (Value, Attribute)
-  WrongForm,         // not what a value of the logical type looks like (Value, Attribute)
+  WrongForm,         // not what a value of the type looks like (Value, Attribute, Nil)
   NotFixedValue,     // the model fixes another value (Value, Attribute)
   MissingAttribute,  // (Attribute)
   UnknownAttribute,  // (Attribute)
@@ -83,8 +83,9 @@ enum class Reason : std::uint8_t {
   NoValue,           // a field without any (Value)
   WrongCheckSum,     // (Value)
   NotAField,         // no tag with '=' behind it, in a message of such fields (Refused)
+  UnknownMessage,    // no message of this type, which is the value (UnknownName of a root)
 };
-inline constexpr std::size_t kReasonCount = 27;
+inline constexpr std::size_t kReasonCount = 28;
 
 struct Verdict {
   Placement placement = Placement::Unjudged;

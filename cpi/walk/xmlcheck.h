@@ -45,13 +45,15 @@ class XmlCheck {
 
  private:
   const SMD_TAG_DEFINITION* contentTag(const XmlFrame& frame) const;
-  void checkType(const XmlFrame& frame, const XmlStartTag& tag, std::u16string_view typeKey);
+  bool isOfRightType(const XmlFrame& frame, const XmlStartTag& tag, std::u16string_view typeKey);
   Reason judgeType(std::int32_t tagIndex, std::int32_t typeIndex);
   Reason judgeUnknownType(std::int32_t tagIndex, std::u16string_view typeKey) const;
   void checkAttributes(const XmlFrame& frame, const XmlStartTag& tag);
   void addAttribute(const XmlFrame& frame, const XmlAttribute& attribute, Reason reason,
                     std::int32_t tagIndex);
-  void checkNil(XmlFrame& frame, const XmlStartTag& tag);
+  void checkInstance(XmlFrame& frame, const XmlStartTag& tag);
+  void checkNil(XmlFrame& frame, std::string_view value);
+  void addNil(const XmlFrame& frame, Reason reason, std::string_view value);
   void checkText(XmlFrame& frame, std::string_view piece, const XmlEventParser& parser);
   void checkValue(const XmlFrame& frame);
   Finding findingOf(const XmlFrame& frame, VerdictKind kind, Reason reason) const;

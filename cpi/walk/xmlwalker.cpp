@@ -142,7 +142,7 @@ void XmlWalker::Walk::endElement() {
 
 // Of the last structural fault of the walk.
 Finding XmlWalker::Walk::structureFinding(const Verdict& verdict) {
-  StructureCheck::Fault& fault = walk_.fault();
+  StructureFault& fault = walk_.fault();
   Finding finding;
   finding.verdict = verdict;
   finding.missing = std::move(fault.missing);

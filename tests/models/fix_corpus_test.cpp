@@ -46,7 +46,7 @@ constexpr RejectRow kRejects[] = {
     {"Tag specified without a value", VerdictKind::Value, Reason::NoValue},
     {"Value is incorrect", VerdictKind::Value, Reason::NotInValueSet},
     {"Incorrect data format", VerdictKind::Value, Reason::WrongForm},
-    {"Invalid MsgType", VerdictKind::UnknownName, Reason::UnknownRoot},
+    {"Invalid MsgType", VerdictKind::UnknownName, Reason::UnknownMessage},
     {"Tag appears more than once", VerdictKind::BeyondLimit, Reason::None},
     {"Tag specified out of required order", VerdictKind::OutOfOrder, Reason::PlacePassed},
     {"Incorrect NumInGroup", VerdictKind::Value, Reason::WrongCount},
@@ -195,6 +195,10 @@ TEST(FixCorpus, AcceptanceTestsGetTheVerdictsThatTheyExpect) {
       FindingList list;
       walker.walkText(messageOf(sent), sent.file, &list);
       judge(sent, dictionary->model(), list.findings, counts);
+      const MovesLogged logged;
+      FindingList searched;
+      walker.walkText(messageOf(sent), sent.file, &searched);
+      EXPECT_EQ(textOf(list.findings), textOf(searched.findings)) << sent.file << ":" << sent.line;
     }
     fmt::print("{:<12} {:>8} {:>8} {:>8} {:>8} {:>8}\n", names, messages.size(), counts.accepted,
                counts.rejected, counts.broken, counts.differ);

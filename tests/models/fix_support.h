@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "cpi/compile/fixcompiler.h"
+#include "cpi/runtime/kellog.h"
 #include "cpi/walk/fixwalker.h"
 
 namespace cpi::test {
@@ -51,6 +52,13 @@ inline std::string framed(std::string message, char mark) {
   }
   return message;
 }
+
+// While moves are logged a walk makes all of them, those that need no search too.
+struct MovesLogged : KelLogSink {
+  MovesLogged() { KelLog::install(this, LLTrace); }
+  ~MovesLogged() override { KelLog::install(nullptr, LLOff); }
+  void write(const KelLogItem&) override {}
+};
 
 // Keeps the findings of a walk.
 struct FindingList : WalkVisitor {

@@ -185,16 +185,52 @@ TEST_F(FixWalkTest, GroupsBeginAndEnd) {
       // Without the field that begins an instance.
       {"1=x|3=2|2=c|2=c|",
        "a NoG NoG.group(b) NoG.group[2](b); /M/NoG.group 8 -d; /M/NoG.group[2] 8 -d"},
-      {"1=x|3=1|2=c|7=n|4=1|",
-       "a NoG NoG.group(b note) NoG.group[2](d); /M/NoG.group 8 -d; /M/NoG 10"},
       {"1=x|3=3|4=1|", "a NoG NoG.group(d); /M/NoG 10"},
       {"1=x|3=1|7=n|", "a NoG NoG.group(note); /M/NoG.group 8 -d"},
       {"1=x|3=1|", "a NoG; /M/NoG 10"},
-      {"1=x|4=1|", "a !d; /M/d 3"},
       {"1=x|1=y|1=z|", "a >a[2] >a[3]; /M/a[2] 1; /M/a[3] 1"},
       {"3=1|4=1|4x=7|2=c|", "NoG NoG.group(d !4x=7 b); /M/NoG.group/4x=7 6; /M 8 -a"},
   };
   for (const auto& row : rows) EXPECT_EQ(body(row.fields), row.expected) << row.fields;
+}
+
+TEST_F(FixWalkTest, OneFaultIsToldOnce) {
+  const struct {
+    const char* fields;
+    const char* expected;
+  } rows[] = {
+      // Behind a group, and again behind it.
+      {"1=x|3=1|4=1|1=y|", "a NoG NoG.group(d) >a[2]; /M/a[2] 1"},
+      {"3=1|4=1|99=?|1=x|", "NoG NoG.group(d) !99 a; /M/99 4"},
+      {"1=x|3=1|3=1|4=1|", "a NoG >NoG[2] NoG.group(d); /M/NoG[2] 1"},
+      {"1=x|3=2|4=1|3=2|4=2|", "a NoG NoG.group(d) >NoG[2] NoG.group[2](d); /M/NoG[2] 1"},
+      // A group without its count, or with its count behind its first field.
+      {"1=x|4=1|2=c|4=2|7=n|", "a NoG.group(!d b) NoG.group[2](d note); /M/NoG.group/d 2 -NoG"},
+      {"1=x|4=1|3=2|2=c|4=2|", "a !d NoG NoG.group(b) NoG.group[2](d); /M/d 2 -NoG"},
+      // A group that is interrupted, even before it begins, and one whose fields come elsewhere.
+      {"3=2|4=1|1=x|2=c|4=2|", "NoG NoG.group(d !a b) NoG.group[2](d); /M/NoG.group/a 2"},
+      {"3=1|1=x|4=1|", "NoG !a NoG.group(d); /M/a 2"},
+      {"3=2|4=1|2=c|1=x|7=n|4=2|2=e|", "NoG NoG.group(d b) a note !d !b; /M/NoG 10"},
+      // The first field of an instance is behind the second, lost, or there twice.
+      {"1=x|3=1|2=c|7=n|4=1|", "a NoG NoG.group(b note !d); /M/NoG.group/d 2"},
+      {"1=x|3=2|4=1|2=c|7=n|2=e|7=m|",
+       "a NoG NoG.group(d b note) NoG.group[2](b note); /M/NoG.group[2] 8 -d"},
+      {"1=x|3=1|4=1|4=1|2=c|7=n|", "a NoG NoG.group(d) NoG.group[2](d b note); /M/NoG 10"},
+  };
+  for (const auto& row : rows) EXPECT_EQ(body(row.fields), row.expected) << row.fields;
+}
+
+// Wherever a message is cut off, that is one fault.
+TEST_F(FixWalkTest, AMessageThatIsCutOffIsOneFault) {
+  const std::string whole = framed("8=FIX.4.4|35=M|1=x|3=2|4=1|5=1|6=1|4=2|7=n|", '|');
+  FixWalker walker(dictionary_.model(), {.isChecking = true});
+  for (std::size_t size = whole.find("1=x"); size < whole.size() - 4; ++size) {
+    FindingList list;
+    walker.walkText(whole.substr(0, size), "text", &list);
+    ASSERT_EQ(list.findings.size(), 1U) << size;
+    EXPECT_EQ(list.findings.front().verdict.kind, VerdictKind::Incomplete) << size;
+    EXPECT_EQ(list.findings.front().missing.back().name, "CheckSum") << size;
+  }
 }
 
 TEST_F(FixWalkTest, MessagesComeInManyForms) {

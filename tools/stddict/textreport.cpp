@@ -37,7 +37,9 @@ bool isAboutPlace(const cpi::Finding& finding) {
     case VerdictKind::BeyondLimit:
     case VerdictKind::OutOfOrder:
     case VerdictKind::KnownElsewhere:
-    case VerdictKind::UnknownName: return finding.verdict.reason != cpi::Reason::UnknownRoot;
+    case VerdictKind::UnknownName:
+      return finding.verdict.reason != cpi::Reason::UnknownRoot &&
+             finding.verdict.reason != cpi::Reason::UnknownMessage;
     default: return false;
   }
 }

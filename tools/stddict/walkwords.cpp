@@ -71,6 +71,7 @@ constexpr std::string_view kReasons[] = {
     "no-value",
     "wrong-check-sum",
     "not-a-field",
+    "unknown-message",
 };
 static_assert(std::size(kReasons) == cpi::kReasonCount);
 
@@ -135,7 +136,10 @@ std::string elementSentence(const Finding& finding) {
     case VerdictKind::BeyondLimit: return fmt::format("one too many: at most {}", finding.atMost);
     case VerdictKind::KnownElsewhere:
       return "may not stand here; it is known in " + placesOf(finding);
-    case VerdictKind::UnknownName: return "the model has no element of this name";
+    case VerdictKind::UnknownName:
+      if (finding.verdict.reason == Reason::UnknownMessage)
+        return "the model has no message of type '" + printable(finding.value) + "'";
+      return "the model has no element of this name";
     case VerdictKind::WrongNamespace:
       return "is in " + namespaceText(finding.namespaceURI) + "; here it must be in " +
              namespaceText(finding.elsewhere.empty() ? "" : finding.elsewhere[0].namespaceURI);
@@ -190,6 +194,15 @@ std::string typeSentence(const Finding& finding) {
   }
 }
 
+std::string nilSentence(const Finding& finding) {
+  const std::string value = "'" + printable(finding.value) + "'";
+  switch (finding.verdict.reason) {
+    case Reason::NotNillable: return "may not be nil, and may not say whether it is";
+    case Reason::WrongForm: return "xsi:nil must be true or false: " + value;
+    default: return "is nil, but has text: " + value;
+  }
+}
+
 }  // namespace
 
 std::string_view wordOf(cpi::Placement placement) noexcept {
@@ -225,10 +238,7 @@ std::string sentenceOf(const Finding& finding) {
     case VerdictKind::Attribute:
       return "attribute " + printable(finding.name) + ": " + valueSentence(finding);
     case VerdictKind::Type: return typeSentence(finding);
-    case VerdictKind::Nil:
-      return finding.verdict.reason == Reason::NotNillable
-                 ? "may not be nil"
-                 : "is nil, but has text: '" + printable(finding.value) + "'";
+    case VerdictKind::Nil: return nilSentence(finding);
     default: return elementSentence(finding);
   }
 }
