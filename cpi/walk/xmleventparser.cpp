@@ -38,6 +38,14 @@ std::string withoutLineEnd(const char* message) {
   return text;
 }
 
+// While the parser reads, its buffer may have moved, which it tells its input only afterwards.
+void catchUp(xmlParserInput& input) noexcept {
+  const std::ptrdiff_t read = input.cur - input.base;
+  input.base = xmlBufContent(input.buf->buffer);
+  input.cur = input.base + read;
+  input.end = input.base + xmlBufUse(input.buf->buffer);
+}
+
 // Where a text begins that the parser has copied from directly in front of where it stands, or from
 // the CDATA section there, with line ends made one character. Null: it is no such text.
 const xmlChar* startInFront(const xmlParserInput& input, std::string_view text) noexcept {
@@ -251,9 +259,10 @@ int XmlEventParser::Context::read(std::span<char> buffer) {
 
 void XmlEventParser::Context::checkTag() const {
   const xmlParserInputPtr input = parser_->input;
-  if (input == nullptr) return;
-  if (parser_->nsNr / 2 > kMaxNamespaces) fail("too many namespaces are in scope");
-  if (!mayHaveLongTag()) return;
+  const bool hasNamespaces = parser_->nsNr / 2 > kMaxNamespaces;
+  if (input == nullptr || input->buf == nullptr || !(hasNamespaces || mayHaveLongTag())) return;
+  catchUp(*input);
+  if (hasNamespaces) fail("too many namespaces are in scope");
   const xmlChar* tag = input->cur;
   while (tag > input->base && *tag != '<') --tag;
   if (hasLongTag(tag, input->cur)) fail("a tag has too many attributes");

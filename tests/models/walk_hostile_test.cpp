@@ -79,7 +79,7 @@ TEST(WalkHostile, AttributesAndNamespacesOfOneTag) {
   std::string declarations;
   std::string namespaces;
   for (int i = 0; i < 30'000; ++i) {
-    attributes += " a" + std::to_string(i) + "=''";
+    attributes += " attri" + std::to_string(i) + "=''";
     declarations += " a" + std::to_string(i) + " CDATA ''";
     if (i < 10'000) namespaces += " xmlns:n" + std::to_string(i) + "='u'";
   }
