@@ -6,9 +6,10 @@
 #include <algorithm>
 #include <cstddef>
 #include <exception>
-#include <functional>
 #include <new>
 #include <span>
+
+#include "cpi/walk/xmlposition.h"
 
 namespace cpi {
 namespace {
@@ -24,13 +25,8 @@ constexpr std::int64_t kMaxExpansion = 10'000'000;
 constexpr std::int64_t kReferenceCost = 32;
 // Names that the parser keeps for the next message, in bytes.
 constexpr std::size_t kMaxKeptNames = std::size_t{1} << 20;
-// How far back the start of a line is sought for the column of a tag of several lines.
-constexpr std::ptrdiff_t kMaxLookBack = 4'096;
-
 const char* charsOf(const xmlChar* text) noexcept { return reinterpret_cast<const char*>(text); }
 const xmlChar* bytesOf(const char* text) noexcept { return reinterpret_cast<const xmlChar*>(text); }
-
-bool startsCharacter(xmlChar byte) noexcept { return (byte & 0xC0) != 0x80; }
 
 std::string withoutLineEnd(const char* message) {
   std::string text = message == nullptr ? "not well-formed" : message;
@@ -38,36 +34,11 @@ std::string withoutLineEnd(const char* message) {
   return text;
 }
 
-// While the parser reads, its buffer may have moved, which it tells its input only afterwards.
-void catchUp(xmlParserInput& input) noexcept {
-  const std::ptrdiff_t read = input.cur - input.base;
-  input.base = xmlBufContent(input.buf->buffer);
-  input.cur = input.base + read;
-  input.end = input.base + xmlBufUse(input.buf->buffer);
-}
-
-// Where a text begins that the parser has copied from directly in front of where it stands, or from
-// the CDATA section there, with line ends made one character. Null: it is no such text.
-const xmlChar* startInFront(const xmlParserInput& input, std::string_view text) noexcept {
-  const xmlChar* at = input.cur;
-  const auto isBehind = [&](std::string_view mark) {
-    return at - input.base >= std::ssize(mark) &&
-           std::equal(mark.begin(), mark.end(), charsOf(at - mark.size()));
-  };
-  if (isBehind("]]>")) at -= 3;
-  for (; !text.empty(); text.remove_suffix(1)) {
-    const std::string_view last = text.substr(text.size() - 1);
-    if (!isBehind(last)) return nullptr;
-    at -= last == "\n" && isBehind("\r\n") ? 2 : 1;
-  }
-  return at;
-}
-
 // Whether a tag in a text of markup may have too many attributes. An equals sign behind '<' is
 // taken for one; that overrates a tag by what its values and the text behind it contain.
 bool hasLongTag(const xmlChar* begin, const xmlChar* end) noexcept {
   std::int64_t attributes = 0;
-  return std::any_of(begin, end, [&attributes](xmlChar byte) {
+  return std::any_of(std::find(begin, end, '<'), end, [&attributes](xmlChar byte) {
     if (byte == '<') attributes = 0;
     return byte == '=' && ++attributes > kMaxAttributes;
   });
@@ -104,8 +75,12 @@ class XmlEventParser::Context {
     }
   }
 
-  WalkPosition position() const noexcept;
-  WalkPosition textPosition(std::string_view part) const noexcept;
+  WalkPosition position() const noexcept {
+    return parser_->input == nullptr ? WalkPosition() : tagPosition(*parser_->input);
+  }
+  WalkPosition textPosition(std::string_view part) const noexcept {
+    return parser_->input == nullptr ? WalkPosition() : cpi::textPosition(*parser_->input, part);
+  }
   std::int64_t notFetched() const noexcept { return notFetched_; }
 
  private:
@@ -127,8 +102,6 @@ class XmlEventParser::Context {
   static xmlSAXHandler makeHandler();
   static int onRead(void* self, char* buffer, int size) noexcept;
   int read(std::span<char> buffer);
-  static WalkPosition positionOf(const xmlParserInput& input, const xmlChar* at,
-                                 const xmlChar* end) noexcept;
   static void onStart(void* parser, const xmlChar* local, const xmlChar* prefix, const xmlChar* uri,
                       int declarationCount, const xmlChar** declarations, int attributeCount,
                       int defaulted, const xmlChar** attributes);
@@ -263,9 +236,7 @@ void XmlEventParser::Context::checkTag() const {
   if (input == nullptr || input->buf == nullptr || !(hasNamespaces || mayHaveLongTag())) return;
   catchUp(*input);
   if (hasNamespaces) fail("too many namespaces are in scope");
-  const xmlChar* tag = input->cur;
-  while (tag > input->base && *tag != '<') --tag;
-  if (hasLongTag(tag, input->cur)) fail("a tag has too many attributes");
+  if (hasLongTag(tagStart(*input), input->cur)) fail("a tag has too many attributes");
 }
 
 // Starts from libxml2's own handler, which keeps the entities that the message declares, and
@@ -408,49 +379,6 @@ std::string_view XmlEventParser::Context::typeAmong(const xmlChar** attributes,
     }
   }
   return {};
-}
-
-// The parser stands at the end of the tag. No value may contain '<', so the last one in front of
-// it begins the tag.
-WalkPosition XmlEventParser::Context::position() const noexcept {
-  const xmlParserInputPtr input = parser_->input;
-  if (input == nullptr) return {};
-  const xmlChar* tag = input->cur;
-  while (tag > input->base && *tag != '<') --tag;
-  return positionOf(*input, tag, input->cur);
-}
-
-// The parser's line is that of the end of the text. It hands out the text in its input, from where
-// it stands on, or a copy of what is in front of there. Text that comes out of an entity, was
-// converted, or is a long CDATA section is neither: it has the place where the parser stands.
-WalkPosition XmlEventParser::Context::textPosition(std::string_view part) const noexcept {
-  const xmlParserInputPtr input = parser_->input;
-  if (input == nullptr) return {};
-  const xmlChar* const begin = bytesOf(part.data());
-  const bool isInside = std::less_equal<>()(input->base, begin) && std::less<>()(begin, input->end);
-  if (isInside) return positionOf(*input, begin, begin + part.size());
-  const xmlChar* const copied = startInFront(*input, part);
-  return positionOf(*input, copied == nullptr ? input->cur : copied, input->cur);
-}
-
-// The place of `at`, when the parser's line and column are those of `end`, behind it.
-WalkPosition XmlEventParser::Context::positionOf(const xmlParserInput& input, const xmlChar* at,
-                                                 const xmlChar* end) noexcept {
-  WalkPosition place;
-  const bool isConverted = input.buf != nullptr && input.buf->encoder != nullptr;
-  if (!isConverted) place.offset = static_cast<std::int64_t>(input.consumed) + (at - input.base);
-  const std::int64_t lineEnds = std::count(at, end, xmlChar{'\n'});
-  place.line = input.line - lineEnds;
-  if (lineEnds == 0) {
-    place.column = input.col - std::count_if(at, end, startsCharacter);
-    return place;
-  }
-  const xmlChar* const limit = at - std::min(at - input.base, kMaxLookBack);
-  const xmlChar* line = at;
-  while (line > limit && line[-1] != '\n') --line;
-  const bool isLineStart = line > input.base ? line[-1] == '\n' : input.consumed == 0;
-  if (isLineStart) place.column = std::count_if(line, at, startsCharacter) + 1;
-  return place;
 }
 
 XmlEventParser::XmlEventParser(XmlEvents& events, bool hasText)
