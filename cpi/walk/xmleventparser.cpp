@@ -34,6 +34,22 @@ std::string withoutLineEnd(const char* message) {
   return text;
 }
 
+// Errors of input and encoding have no parser to be told to: libxml2 prints them unless the thread
+// has a handler for errors.
+class Silence {
+ public:
+  Silence() noexcept : handler_(xmlStructuredError), context_(xmlStructuredErrorContext) {
+    xmlSetStructuredErrorFunc(nullptr, [](void*, xmlErrorPtr) {});
+  }
+  ~Silence() { xmlSetStructuredErrorFunc(context_, handler_); }
+  Silence(const Silence&) = delete;
+  Silence& operator=(const Silence&) = delete;
+
+ private:
+  const xmlStructuredErrorFunc handler_;
+  void* const context_;
+};
+
 // Whether a tag in a text of markup may have too many attributes. An equals sign behind '<' is
 // taken for one; that overrates a tag by what its values and the text behind it contain.
 bool hasLongTag(const xmlChar* begin, const xmlChar* end) noexcept {
@@ -60,6 +76,7 @@ class XmlEventParser::Context {
   Context& operator=(const Context&) = delete;
 
   void parse(const std::string& name, const Read& read) {
+    const Silence silence;
     try {
       begin(name, read);
       const xmlDocPtr document =
@@ -363,8 +380,11 @@ void XmlEventParser::Context::onError(void* parser, xmlErrorPtr error) {
 // For a message that ends too early libxml2 has as many words as there are places to end at. Where
 // nothing is left to read, only a tag that closes another element is a fault of its own.
 std::string XmlEventParser::Context::messageOf(const xmlError& error) const {
-  const bool isShort = isAtEnd_ && parser_->input != nullptr &&
-                       parser_->input->cur >= parser_->input->end &&
+  const xmlParserInputPtr input = parser_->input;
+  if (input != nullptr && input->buf != nullptr && input->buf->error != 0) {
+    return "bytes that are no text in the encoding of the message";
+  }
+  const bool isShort = isAtEnd_ && input != nullptr && input->cur >= input->end &&
                        error.code != XML_ERR_TAG_NAME_MISMATCH;
   if (isShort && !hasRoot_) return "the message ends before its first element";
   if (isShort && depth_ > 0) return "the message ends inside an element";

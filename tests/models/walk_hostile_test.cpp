@@ -35,6 +35,8 @@ TEST(WalkHostile, NotWellFormed) {
       {"<r xmlns='urn:t'>\n</s>", "message:2:5: Opening and ending tag mismatch: r line 1 and s"},
       {"<r xmlns='urn:t'><p:a/></r>", "message:1:22: Namespace prefix p on a is not defined"},
       {"<r xmlns='urn:t'>&e;</r>", "message:1:21: Entity 'e' not defined"},
+      {"<?xml version='1.0' encoding='GB18030'?><r a='\xFF'/>",
+       "message:1:47: bytes that are no text in the encoding of the message"},
       {"<r xmlns='urn:t'/><r/>", "message:1:19: Extra content at the end of the document"},
   };
   for (const Case& one : cases) EXPECT_EQ(walked(one.message), one.error) << one.message;
