@@ -65,7 +65,9 @@ void FixWalk::walkUnknown(const FixField* msgType) {
     if (msgType != nullptr) finding.value = message_->value(*msgType).substr(0, kMaxText);
     if (msgType == nullptr) finding.missing.push_back(expectedNumber(kFixMsgType));
     finding.path = {{finding.name, {}, 1}};
-    WalkedElement element = elementOf(verdict, finding.name, 0);
+    Verdict root = verdict;
+    if (msgType == nullptr) root.kind = VerdictKind::Unjudged;
+    WalkedElement element = elementOf(root, finding.name, 0);
     element.depth = 0;
     element.finding = &finding;
     finding.position = places_->at(msgType == nullptr ? 0 : msgType->begin);
