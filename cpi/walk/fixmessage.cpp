@@ -107,7 +107,7 @@ std::uint64_t wordAt(std::string_view text, std::size_t at) noexcept {
 }
 
 // Values are short: eight bytes at a time beat a call.
-std::size_t findByte(std::string_view text, std::size_t from, char byte) noexcept {
+inline std::size_t findByte(std::string_view text, std::size_t from, char byte) noexcept {
   if constexpr (std::endian::native == std::endian::little) {
     const std::uint64_t pattern = 0x0101010101010101 * static_cast<unsigned char>(byte);
     for (; from + sizeof pattern <= text.size(); from += sizeof pattern) {
@@ -208,7 +208,9 @@ inline void FixMessage::readTag(const FixModel& model, FixField& field) const no
   field.valueBegin = field.begin;
   if (at == begin || at == stop || *at != '=') return;
   field.number = number;
-  field.row = model.fieldRow(number);
+  const FixModel::Field known = model.field(number);
+  field.row = known.row;
+  field.form = known.form;
   field.valueBegin = field.begin + static_cast<std::uint32_t>(at - begin) + 1;
 }
 
@@ -228,20 +230,20 @@ void FixMessage::parse(const FixModel& model, std::string_view text, FixDelimite
   const auto size = static_cast<std::uint32_t>(text.size());
   const auto width = static_cast<std::uint32_t>(widthOf(delimiter));
   for (std::uint32_t at = 0; at < size;) {
-    FixField& field = fields_.emplace_back();
+    FixField field;
     field.begin = at;
     readTag(model, field);
     field.end = findDelimiter(field.valueBegin);
-    if (field.row >= 0 && model.form(field.row) == FixForm::Data) takeData(model, field);
+    if (field.form == FixForm::Data) takeData(field);
+    fields_.push_back(field);
     at = field.end + width;
   }
 }
 
 // Data may hold delimiters; the field before it says how many bytes it has.
-void FixMessage::takeData(const FixModel& model, FixField& field) const {
-  if (fields_.size() < 2) return;
-  const FixField& before = fields_[fields_.size() - 2];
-  if (before.row < 0 || model.form(before.row) != FixForm::Length) return;
+void FixMessage::takeData(FixField& field) const {
+  if (fields_.empty() || fields_.back().form != FixForm::Length) return;
+  const FixField& before = fields_.back();
   const std::int32_t length = fixNumberOf(value(before));
   const std::size_t end = std::size_t{field.valueBegin} + static_cast<std::uint32_t>(length);
   field.hasWrongLength = length < 0 || end > text_.size() || !isDelimiter(end);

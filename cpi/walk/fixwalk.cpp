@@ -29,6 +29,15 @@ class FixWalk::Cursor : public StdDictionaryIterator {
     positionStack.back() = positionAt(member);
     positionStackSaved = false;
   }
+  void repeat() {
+    positionStack.back().pathBasedInfoIndex = kNone;  // as if its limit had been asked for
+    ++positionStack.back().repeatIndex;
+    positionStackSaved = false;
+  }
+  void leave() {
+    positionStack.pop_back();
+    positionStackSaved = false;
+  }
 
  private:
   DictionaryPosition positionAt(std::int32_t member) const noexcept {
@@ -127,7 +136,7 @@ void FixWalk::place(const FixField& field) {
   if (field.row == kNone) return placeUnknown(field);
   if (level().awaited != kNone && !awaitGroup(field)) return placeInside(field);
   Level& here = level();
-  if (field.row == here.delimiter && here.hadChild) {
+  if (field.row == here.delimiter && here.fields > 0) {
     if (isOutOfTurn(field)) return;
     beginInstance(here, field);
   }
@@ -141,8 +150,7 @@ void FixWalk::place(const FixField& field) {
 
 bool FixWalk::move(Level& level, const FixField& field, std::int32_t member) {
   if (level.isFlat) {
-    level.hadChild ? at_->standOn(member) : at_->enter(member);
-    level.hadChild = true;
+    level.ahead = member;
     return true;
   }
   if (!level.isOpen || !moveByTag(level, field.number)) return false;
@@ -155,17 +163,24 @@ bool FixWalk::moveByTag(Level& level, std::int32_t tagId) {
   const bool isMoved = level.hadChild ? at_->moveToNextSiblingTagId(tagId, false, true)
                                       : at_->moveToFirstChildTagId(tagId, false, true);
   level.hadChild |= isMoved;
+  messageHadChild_ |= isMoved;
   return isMoved;
 }
 
-// The iterator stands on the field.
+// Only the last of the fields of a flat level is one from which the iterator moves on.
+void FixWalk::catchUp(Level& level) {
+  if (level.ahead == kNone) return;
+  level.hadChild ? at_->standOn(level.ahead) : at_->enter(level.ahead);
+  level.hadChild = true;
+  level.ahead = kNone;
+}
+
 void FixWalk::settle(Level& level, const FixField& field, std::int32_t member) {
   wasMisplaced_ = false;
-  messageHadChild_ = true;
   see(level, member);
   await(level, field, member);
   reportMember(field, member);
-  checkValue(field);
+  if (isChecking_) checkValue(field);
 }
 
 // Behind a count field its group is awaited.
@@ -180,6 +195,7 @@ void FixWalk::enterSection(std::size_t section, const FixField& field) {
   closeTo(section_);
   Level& before = level();
   closeAwaited(before);
+  catchUp(before);
   if (before.tagId != 0) moveOut(before);
   section_ = section;
   current_ = section;
@@ -189,17 +205,8 @@ void FixWalk::enterSection(std::size_t section, const FixField& field) {
   if (level.tagId == 0) return;
   moveByTag(level, level.tagId);
   level.hadChild = false;
-  messageHadChild_ = true;
+  level.isFlat = isFlatAt(level);
   reportStructure(level, field);
-}
-
-std::int32_t FixWalk::see(Level& level, std::int32_t member) noexcept {
-  Seen& seen = seen_[static_cast<std::size_t>(member)];
-  if (seen.stamp == level.stamp) return ++seen.count;
-  seen = {level.stamp, 1};
-  ++level.fields;
-  level.requiredSeen += model_->isRequired(member) ? 1 : 0;
-  return 1;
 }
 
 // Stamps are used once; when they run out, none that was given counts any more.
@@ -249,8 +256,13 @@ void FixWalk::openGroup(const FixField& field) {
   group.isOpen = true;
   group.delimiter = model_->firstTag(row.toTypeIndex);
   around.awaited = kNone;
-  moveByTag(around, group.tagId);
-  group.isFlat = isDirect_ && at_->memberIndex() == group.member && model_->isFlat(group.typeIndex);
+  if (around.isFlat) {
+    around.ahead = group.member;
+    catchUp(around);
+  } else {
+    moveByTag(around, group.tagId);
+  }
+  group.isFlat = isFlatAt(group);
   levels_.push_back(group);
   current_ = levels_.size() - 1;
   beginInstance(level(), field);
@@ -259,7 +271,11 @@ void FixWalk::openGroup(const FixField& field) {
 void FixWalk::beginInstance(Level& level, const FixField& field) {
   if (level.instances > 0) {
     endInstance(level);
-    at_->moveToNextSiblingTagId(level.tagId, false, true);
+    if (levels_[outward(current_)].isFlat) {
+      at_->repeat();
+    } else {
+      at_->moveToNextSiblingTagId(level.tagId, false, true);
+    }
   }
   ++level.instances;
   level.stamp = newStamp();
@@ -277,10 +293,12 @@ void FixWalk::endInstance(Level& level) {
 
 void FixWalk::closeGroup() {
   endInstance(level());
-  const Level closed = level();
+  const FixField* const count = level().count;
+  const std::int32_t instances = level().instances;
+  const std::int32_t delimiter = level().delimiter;
   levels_.pop_back();
   current_ = outward(current_);
-  if (closed.count != nullptr) checkCount(*closed.count, closed.instances, closed.delimiter);
+  if (count != nullptr) checkCount(*count, instances, delimiter);
 }
 
 // Closes the groups inside a level around the current one.
@@ -299,8 +317,19 @@ void FixWalk::closeAwaited(Level& level) {
 
 // From a field up to the section or group that it is in.
 void FixWalk::moveOut(Level& level) {
-  if (level.hadChild) at_->moveToParent();
+  level.ahead = kNone;
+  if (!level.hadChild) return;
   level.hadChild = false;
+  if (level.isFlat) {
+    at_->leave();
+  } else {
+    at_->moveToParent();
+  }
+}
+
+// Whether moves need no search below the section or group on which the iterator stands.
+bool FixWalk::isFlatAt(const Level& level) const {
+  return isDirect_ && at_->memberIndex() == level.member && model_->isFlat(level.typeIndex);
 }
 
 }  // namespace cpi

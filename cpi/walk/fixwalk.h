@@ -61,10 +61,11 @@ class FixWalk final : private WalkTrail {
     std::uint32_t stamp = 0;         // of this level alone, see Seen
     std::int32_t fields = 0;         // different ones that came
     std::int32_t requiredSeen = 0;
-    std::int32_t garbled = 0;  // fields that could not be read
-    bool hadChild = false;     // the iterator stands on a child
-    bool isOpen = false;       // of a section with a tag: the iterator is inside
-    bool isFlat = false;       // the iterator is inside, and a move there needs no search
+    std::int32_t garbled = 0;    // fields that could not be read
+    bool hadChild = false;       // the iterator stands on a child
+    bool isOpen = false;         // of a section with a tag: the iterator is inside
+    bool isFlat = false;         // the same, and a move there needs no search
+    std::int32_t ahead = kNone;  // of a flat one: the member that the iterator has yet to come to
     // A count field came, and the next field tells whether its group does.
     std::int32_t awaited = kNone;            // member of the group's instances
     const FixField* awaitedCount = nullptr;  // the count field; null: it counts for nothing
@@ -89,6 +90,8 @@ class FixWalk final : private WalkTrail {
   void place(const FixField& field);
   bool move(Level& level, const FixField& field, std::int32_t member);
   bool moveByTag(Level& level, std::int32_t tagId);
+  void catchUp(Level& level);
+  bool isFlatAt(const Level& level) const;
   void settle(Level& level, const FixField& field, std::int32_t member);
   void await(Level& level, const FixField& field, std::int32_t member);
   void enterSection(std::size_t section, const FixField& field);
@@ -97,7 +100,14 @@ class FixWalk final : private WalkTrail {
     return seen_[static_cast<std::size_t>(member)].stamp == level.stamp;
   }
   // Counts an occurrence; returns how many there are.
-  std::int32_t see(Level& level, std::int32_t member) noexcept;
+  std::int32_t see(Level& level, std::int32_t member) noexcept {
+    Seen& seen = seen_[static_cast<std::size_t>(member)];
+    if (seen.stamp == level.stamp) return ++seen.count;
+    seen = {level.stamp, 1};
+    ++level.fields;
+    level.requiredSeen += model_->isRequired(member) ? 1 : 0;
+    return 1;
+  }
   std::uint32_t newStamp() noexcept;
 
   // Groups.

@@ -258,7 +258,7 @@ std::vector<Expected> FixWalk::expectedAround() const {
 
 Expected FixWalk::expectedNumber(std::int32_t number) const {
   Expected item;
-  const std::int32_t row = model_->fieldRow(number);
+  const std::int32_t row = model_->field(number).row;
   item.name = row == kNone ? std::to_string(number) : nameOfTag(row);
   item.owed = 1;
   return item;
