@@ -215,10 +215,10 @@ inline void FixMessage::readTag(const FixModel& model, FixField& field) const no
 }
 
 // The end of the text when there is none.
-inline std::uint32_t FixMessage::findDelimiter(std::uint32_t from) const noexcept {
-  std::size_t at = findByte(text_, from, firstOf(delimiter_));
+inline std::uint32_t FixMessage::findDelimiter(std::uint32_t from, char mark) const noexcept {
+  std::size_t at = findByte(text_, from, mark);
   while (delimiter_ == FixDelimiter::Caret && at < text_.size() && !isDelimiter(at)) {
-    at = findByte(text_, at + 1, firstOf(delimiter_));
+    at = findByte(text_, at + 1, mark);
   }
   return static_cast<std::uint32_t>(at);
 }
@@ -229,21 +229,23 @@ void FixMessage::parse(const FixModel& model, std::string_view text, FixDelimite
   fields_.clear();
   const auto size = static_cast<std::uint32_t>(text.size());
   const auto width = static_cast<std::uint32_t>(widthOf(delimiter));
+  const char mark = firstOf(delimiter);
   for (std::uint32_t at = 0; at < size;) {
-    FixField field;
+    // Written where it stays: a copy of what was written piece by piece is slow.
+    FixField& field = fields_.emplace_back();
     field.begin = at;
     readTag(model, field);
-    field.end = findDelimiter(field.valueBegin);
+    field.end = findDelimiter(field.valueBegin, mark);
     if (field.form == FixForm::Data) takeData(field);
-    fields_.push_back(field);
     at = field.end + width;
   }
 }
 
 // Data may hold delimiters; the field before it says how many bytes it has.
 void FixMessage::takeData(FixField& field) const {
-  if (fields_.empty() || fields_.back().form != FixForm::Length) return;
-  const FixField& before = fields_.back();
+  if (fields_.size() < 2) return;
+  const FixField& before = fields_[fields_.size() - 2];
+  if (before.form != FixForm::Length) return;
   const std::int32_t length = fixNumberOf(value(before));
   const std::size_t end = std::size_t{field.valueBegin} + static_cast<std::uint32_t>(length);
   field.hasWrongLength = length < 0 || end > text_.size() || !isDelimiter(end);

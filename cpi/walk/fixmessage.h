@@ -76,7 +76,7 @@ class FixMessage {
  private:
   void readTag(const FixModel& model, FixField& field) const noexcept;
   void takeData(FixField& field) const;
-  std::uint32_t findDelimiter(std::uint32_t from) const noexcept;
+  std::uint32_t findDelimiter(std::uint32_t from, char mark) const noexcept;
   bool isDelimiter(std::size_t at) const noexcept;
 
   std::string_view text_;

@@ -195,8 +195,11 @@ void FixWalk::enterSection(std::size_t section, const FixField& field) {
   closeTo(section_);
   Level& before = level();
   closeAwaited(before);
-  catchUp(before);
-  if (before.tagId != 0) moveOut(before);
+  if (before.tagId != 0) {
+    moveOut(before);
+  } else {
+    catchUp(before);
+  }
   section_ = section;
   current_ = section;
   Level& level = levels_[section];

@@ -179,6 +179,10 @@ class FixWalk final : private WalkTrail {
   void reportIncomplete(std::vector<Expected> missing);
   void report(const FixField& field, const Verdict& verdict);
   void count(const Verdict& verdict) noexcept;
+  void countMember() noexcept {
+    ++summary_->elements;
+    ++summary_->placed[static_cast<std::size_t>(Placement::Member)];
+  }
   Finding findingOf(const Verdict& verdict, const FixField* field);
   WalkedElement elementOf(const Verdict& verdict, std::string_view name, std::size_t offset) const;
   std::vector<Expected> expected(const Level& level, bool isOwedOnly) const;

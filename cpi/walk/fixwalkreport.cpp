@@ -90,9 +90,9 @@ void FixWalk::reportUnjudged(const FixField& field) {
 // Header, trailer or an instance of a group, in front of its first field.
 void FixWalk::reportStructure(const Level& level, const FixField& field) {
   if (level.tagId == 0) return;
+  if (visitor_ == nullptr) return countMember();
   const Verdict verdict = memberVerdict(level.member, std::max(level.instances, 1));
   count(verdict);
-  if (visitor_ == nullptr) return;
   const std::string name = nameOfTag(verdict.tagIndex);
   WalkedElement element = elementOf(verdict, name, field.begin);
   element.depth = depth() - 1;
@@ -100,11 +100,7 @@ void FixWalk::reportStructure(const Level& level, const FixField& field) {
 }
 
 void FixWalk::reportMember(const FixField& field, std::int32_t member) {
-  if (visitor_ == nullptr && &field != early_) {
-    ++summary_->elements;
-    ++summary_->placed[static_cast<std::size_t>(Placement::Member)];
-    return;
-  }
+  if (visitor_ == nullptr && &field != early_) return countMember();
   Verdict verdict = memberVerdict(member, 1);
   if (&field == early_) {
     verdict.kind = VerdictKind::OutOfOrder;
