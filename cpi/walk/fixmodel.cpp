@@ -225,7 +225,23 @@ void FixModel::readMessage(std::int32_t row, const SMD_TAG_DEFINITION& tag) {
       message.trailerMember = first + i;
     }
   }
+  message.isPlain = isPlain(message);
   messages_.try_emplace(toUtf8(textView(value->Value.Text)), std::move(message));
+}
+
+bool FixModel::isPlain(const FixMessageModel& message) const {
+  const SMD_TYPE_DEFINITION* const type = dictionary_->types().find(message.typeIndex);
+  if (type == nullptr || type->LogicalType > 0) return false;
+  if (type->Composition != TYPE_SEQUENCE && type->Composition != TYPE_ORDERED) return false;
+  std::int32_t before = kNone;
+  for (const std::int32_t member :
+       {message.headerMember, message.bodyMember, message.trailerMember}) {
+    if (member == kNone) continue;
+    if (member < before || !isFlat(dictionary_->typeMembers().row(member).toTypeIndex))
+      return false;
+    before = member;
+  }
+  return true;
 }
 
 const FixMessageModel* FixModel::message(std::string_view msgType) const {

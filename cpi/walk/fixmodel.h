@@ -37,6 +37,8 @@ struct FixMessageModel {
   std::int32_t headerMember = kNone;
   std::int32_t bodyMember = kNone;
   std::int32_t trailerMember = kNone;
+  // The parts follow one another, and each is flat: a move to one of them needs no search.
+  bool isPlain = false;
 };
 
 // The part of a tag's or type's text that names it, UTF-8.
@@ -174,6 +176,7 @@ class FixModel {
   void readGroup(std::int32_t type);
   bool addSlot(const Type& type, std::int32_t tagRow, std::int32_t member);
   void readMessage(std::int32_t row, const SMD_TAG_DEFINITION& tag);
+  bool isPlain(const FixMessageModel& message) const;
 
   const StdDictionaryInfo* dictionary_;
   std::int64_t rowsRead_ = 0;

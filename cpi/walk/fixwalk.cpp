@@ -38,6 +38,11 @@ class FixWalk::Cursor : public StdDictionaryIterator {
     positionStack.pop_back();
     positionStackSaved = false;
   }
+  // Stands on a member of the message.
+  void begin(std::int32_t member) {
+    positionStack.erase(positionStack.begin() + 1, positionStack.end());
+    enter(member);
+  }
 
  private:
   DictionaryPosition positionAt(std::int32_t member) const noexcept {
@@ -148,11 +153,7 @@ void FixWalk::place(const FixField& field) {
   }
 }
 
-bool FixWalk::move(Level& level, const FixField& field, std::int32_t member) {
-  if (level.isFlat) {
-    level.ahead = member;
-    return true;
-  }
+bool FixWalk::moveBySearch(Level& level, const FixField& field, std::int32_t member) {
   if (!level.isOpen || !moveByTag(level, field.number)) return false;
   const bool isThere = at_->memberIndex() == member;
   level.isFlat = isThere && isDirect_ && model_->isFlat(level.typeIndex);
@@ -175,41 +176,31 @@ void FixWalk::catchUp(Level& level) {
   level.ahead = kNone;
 }
 
-void FixWalk::settle(Level& level, const FixField& field, std::int32_t member) {
-  wasMisplaced_ = false;
-  see(level, member);
-  await(level, field, member);
-  reportMember(field, member);
-  if (isChecking_) checkValue(field);
-}
-
-// Behind a count field its group is awaited.
-void FixWalk::await(Level& level, const FixField& field, std::int32_t member) {
-  const std::int32_t group = model_->groupMember(member);
-  if (group == kNone) return;
-  level.awaited = group;
-  level.awaitedCount = &field;
-}
-
 void FixWalk::enterSection(std::size_t section, const FixField& field) {
   closeTo(section_);
+  closeAwaited(level());
   Level& before = level();
-  closeAwaited(before);
-  if (before.tagId != 0) {
-    moveOut(before);
-  } else {
-    catchUp(before);
-  }
+  Level& level = levels_[section];
   section_ = section;
   current_ = section;
-  Level& level = levels_[section];
   level.isOpen = true;
+  if (isDirect_ && messageModel_->isPlain) {
+    at_->begin(level.member);
+    level.isFlat = true;
+  } else {
+    moveToSection(before, level);
+  }
+  reportStructure(level, field);
+}
+
+// A body without a tag is entered with its first field.
+void FixWalk::moveToSection(Level& before, Level& level) {
+  if (before.tagId != 0) moveOut(before);
   level.hadChild = messageHadChild_;
   if (level.tagId == 0) return;
   moveByTag(level, level.tagId);
   level.hadChild = false;
   level.isFlat = isFlatAt(level);
-  reportStructure(level, field);
 }
 
 // Stamps are used once; when they run out, none that was given counts any more.

@@ -88,13 +88,31 @@ class FixWalk final : private WalkTrail {
 
   // Placing.
   void place(const FixField& field);
-  bool move(Level& level, const FixField& field, std::int32_t member);
+  bool move(Level& level, const FixField& field, std::int32_t member) {
+    if (!level.isFlat) return moveBySearch(level, field, member);
+    level.ahead = member;
+    return true;
+  }
+  bool moveBySearch(Level& level, const FixField& field, std::int32_t member);
   bool moveByTag(Level& level, std::int32_t tagId);
   void catchUp(Level& level);
   bool isFlatAt(const Level& level) const;
-  void settle(Level& level, const FixField& field, std::int32_t member);
-  void await(Level& level, const FixField& field, std::int32_t member);
+  void settle(Level& level, const FixField& field, std::int32_t member) {
+    wasMisplaced_ = false;
+    see(level, member);
+    await(level, field, member);
+    reportMember(field, member);
+    if (isChecking_) checkValue(field);
+  }
+  // Behind a count field its group is awaited.
+  void await(Level& level, const FixField& field, std::int32_t member) {
+    const std::int32_t group = model_->groupMember(member);
+    if (group == kNone) return;
+    level.awaited = group;
+    level.awaitedCount = &field;
+  }
   void enterSection(std::size_t section, const FixField& field);
+  void moveToSection(Level& before, Level& level);
   Level& level() noexcept { return levels_[current_]; }
   bool isSeen(const Level& level, std::int32_t member) const noexcept {
     return seen_[static_cast<std::size_t>(member)].stamp == level.stamp;
@@ -171,7 +189,11 @@ class FixWalk final : private WalkTrail {
   void reportRoot(const FixMessageModel& model);
   void reportUnjudged(const FixField& field);
   void reportStructure(const Level& level, const FixField& field);
-  void reportMember(const FixField& field, std::int32_t member);
+  void reportMember(const FixField& field, std::int32_t member) {
+    if (visitor_ == nullptr && &field != early_) return countMember();
+    reportPlaced(field, member);
+  }
+  void reportPlaced(const FixField& field, std::int32_t member);
   // A member of some level, at the place that the walk has come to.
   void reportMisplaced(const FixField& field, Level& level, std::int32_t member, Fault fault);
   void reportRefused(const FixField& field, Fault fault);

@@ -99,8 +99,7 @@ void FixWalk::reportStructure(const Level& level, const FixField& field) {
   visitor_->element(element);
 }
 
-void FixWalk::reportMember(const FixField& field, std::int32_t member) {
-  if (visitor_ == nullptr && &field != early_) return countMember();
+void FixWalk::reportPlaced(const FixField& field, std::int32_t member) {
   Verdict verdict = memberVerdict(member, 1);
   if (&field == early_) {
     verdict.kind = VerdictKind::OutOfOrder;
