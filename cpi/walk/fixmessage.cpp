@@ -264,8 +264,9 @@ void FixMessage::parse(const FixModel& model, std::string_view text, FixDelimite
     // Written where it stays: a copy of what was written piece by piece is slow.
     FixField& field = fields_.emplace_back();
     field.begin = at;
+    // From the tag on, which holds no delimiter: to the next field nothing waits for the tag.
+    field.end = findDelimiter(at, mark);
     readTag(model, field);
-    field.end = findDelimiter(field.valueBegin, mark);
     if (field.form == FixForm::Data) takeData(field);
     at = field.end + width;
   }

@@ -61,6 +61,17 @@ FixWalk::FixWalk(const FixModel& model, bool isChecking)
       balance_(static_cast<std::size_t>(model.dictionary().tags().rowCount())) {}
 FixWalk::~FixWalk() = default;
 
+// A field in the midst of a level that needs no search, as most are. False: it is left to place().
+inline bool FixWalk::placeDirectly(const FixField& field) {
+  Level& here = level();
+  if (!here.isFlat || here.awaited != kNone || field.row == here.delimiter) return false;
+  const std::int32_t member = model_->memberOf(here.typeIndex, field.row);
+  if (member == kNone || isSeen(here, member)) return false;
+  here.ahead = member;
+  settle(here, field, member);
+  return true;
+}
+
 void FixWalk::walk(const FixMessage& message, FixPlaces& places, WalkVisitor* visitor,
                    WalkSummary& summary) {
   message_ = &message;
@@ -80,7 +91,7 @@ void FixWalk::walk(const FixMessage& message, FixPlaces& places, WalkVisitor* vi
   begin(*messageModel_);
   for (const FixField& field : fields) {
     field_ = &field;
-    place(field);
+    if (!placeDirectly(field)) place(field);
   }
   field_ = nullptr;
   end();

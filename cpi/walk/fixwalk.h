@@ -87,6 +87,7 @@ class FixWalk final : private WalkTrail {
   void walkUnknown(const FixField* msgType);
 
   // Placing.
+  bool placeDirectly(const FixField& field);
   void place(const FixField& field);
   bool move(Level& level, const FixField& field, std::int32_t member) {
     if (!level.isFlat) return moveBySearch(level, field, member);
