@@ -18,6 +18,9 @@
 #include <xercesc/util/XMLResourceIdentifier.hpp>
 #include <xercesc/util/XMLUni.hpp>
 #include <xercesc/validators/common/Grammar.hpp>
+#include <xercesc/validators/schema/ComplexTypeInfo.hpp>
+#include <xercesc/validators/schema/SchemaGrammar.hpp>
+#include <xercesc/validators/schema/XSDLocator.hpp>
 
 #include "cpi/compile/sourcefile.h"
 #include "cpi/compile/xmltext.h"
@@ -135,41 +138,68 @@ bool isDoubtful(unsigned int code, std::u16string_view domain) {
          (code >= XMLExcepts::PD_ForbiddenRes1 && code <= XMLExcepts::PD_ForbiddenRes4);
 }
 
+// What the processor names the types without a name, with a number behind.
+constexpr std::u16string_view kUnnamed = u"__Anon";
+
+// The text between the next quotes; empty when there are none.
+std::string takeQuoted(std::string_view& text) {
+  const std::size_t begin = std::min(text.find('\''), text.size() - 1) + 1;
+  const std::size_t end = std::min(text.find('\'', begin), text.size());
+  const std::string quoted(text.substr(begin, end - begin));
+  text.remove_prefix(std::min(end + 1, text.size()));
+  return quoted;
+}
+
 // The doubts in the order met.
 class DoubtList {
  public:
-  DoubtList(const SchemaDocuments& documents, std::vector<Notice>& notices)
-      : documents_(documents), notices_(notices) {}
+  explicit DoubtList(std::vector<Notice>& notices) : notices_(notices) {}
 
   void add(Notice notice) { notices_.push_back(std::move(notice)); }
-  // One notice for all pairs of particles of one type, which the text names in its first quotes.
-  // The processor does not tell its place.
-  void addAmbiguity(const std::string& text) {
-    const std::size_t begin = text.find('\'') + 1;
-    const std::string type = text.substr(begin, text.find('\'', begin) - begin);
-    const auto [entry, isNew] = ambiguities_.emplace(type, notices_.size());
+  // One notice for all pairs of particles of one type. `text` quotes the type and the pair; their
+  // place it does not tell.
+  void addAmbiguity(std::string_view text) {
+    const std::string type = takeQuoted(text);
+    const auto [entry, isNew] = ambiguities_.emplace(toUtf16(type), notices_.size());
     if (!isNew) {
       ++notices_[entry->second].count;
       return;
     }
-    Notice notice{"the content model is ambiguous: " + text, documents_.documents().front().path};
-    for (const SchemaDocument& document : documents_.documents()) {
-      const auto scan = std::ranges::find(document.scan.components,
-                                          ComponentName{ComponentKind::Type, toUtf16(type)},
-                                          &ComponentScan::name);
-      if (scan == document.scan.components.end()) continue;
-      notice.file = document.path;
-      notice.line = scan->place.line;
-      notice.column = scan->place.column;
-      break;
+    const bool isUnnamed = entry->first.starts_with(kUnnamed);
+    const std::string whose = isUnnamed ? "a type without name" : "type '" + type + "'";
+    const std::string one = takeQuoted(text);
+    add({"the content model of " + whose + " is ambiguous: an element may be taken for '" + one +
+             "' and for '" + takeQuoted(text) + "'",
+         {}});
+  }
+
+  // Once the types are known, the places of those that are ambiguous. Of several with the same
+  // name the processor does not tell which it meant.
+  void placeAmbiguities(xercesc::XMLGrammarPool& pool) {
+    auto grammars = pool.getGrammarEnumerator();
+    while (grammars.hasMoreElements() && !ambiguities_.empty()) {
+      auto& grammar = static_cast<xercesc::SchemaGrammar&>(grammars.nextElement());
+      xercesc::RefHashTableOfEnumerator<xercesc::ComplexTypeInfo> types(
+          grammar.getComplexTypeRegistry());
+      while (types.hasMoreElements()) place(types.nextElement());
     }
-    add(std::move(notice));
   }
 
  private:
-  const SchemaDocuments& documents_;
+  void place(const xercesc::ComplexTypeInfo& type) {
+    const auto found = ambiguities_.find(std::u16string(viewOf(type.getTypeLocalName())));
+    const xercesc::XSDLocator* const place = type.getLocator();
+    if (found == ambiguities_.end() || place == nullptr) return;
+    Notice& notice = notices_[found->second];
+    const bool isSecond = notice.line != 0;
+    notice.file = isSecond ? std::string() : toUtf8(viewOf(place->getSystemId()));
+    notice.line = isSecond ? 0 : static_cast<std::int32_t>(place->getLineNumber());
+    notice.column = isSecond ? 0 : static_cast<std::int32_t>(place->getColumnNumber());
+    if (isSecond) ambiguities_.erase(found);
+  }
+
   std::vector<Notice>& notices_;
-  std::map<std::string, std::size_t> ambiguities_;  // notices, by type
+  std::map<std::u16string, std::size_t> ambiguities_;  // notices, by type
 };
 
 class Parser : public xercesc::XercesDOMParser {
@@ -237,7 +267,7 @@ SchemaProcessor::SchemaProcessor(const SchemaDocuments& documents, std::size_t r
                                  SchemaChecking checking) {
   startXmlParser();
   pool_ = std::make_unique<xercesc::XMLGrammarPoolImpl>();
-  DoubtList doubts(documents, doubts_);
+  DoubtList doubts(doubts_);
   Parser parser(pool_.get(), checking == SchemaChecking::Full ? nullptr : &doubts);
   Resolver resolver(documents);
   ErrorList errors(documents.documents().front().path);
@@ -261,6 +291,7 @@ SchemaProcessor::SchemaProcessor(const SchemaDocuments& documents, std::size_t r
     throw std::bad_alloc();
   }
   errors.throwIfAny(documents);
+  doubts.placeAmbiguities(*pool_);
   bool hasChanged = false;
   model_ = pool_->getXSModel(hasChanged);
 }

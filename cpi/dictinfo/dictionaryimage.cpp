@@ -7,6 +7,7 @@
 #include "cpi/dictinfo/dictionaryinfo.h"
 #include "cpi/dictinfo/image/imagereader.h"
 #include "cpi/dictinfo/image/imagewriter.h"
+#include "cpi/dictinfo/image/storage.h"
 
 namespace cpi {
 
@@ -20,17 +21,6 @@ ImageError::ImageError(std::uint64_t offset, const std::string& found, const std
 ImageError::~ImageError() = default;
 
 ExtractSource::~ExtractSource() = default;
-
-namespace {
-
-void swapContents(DictTable& a, DictTable& b) noexcept {
-  std::swap(a.records, b.records);
-  std::swap(a.rowCount, b.rowCount);
-  std::swap(a.size, b.size);
-  std::swap(a.properties, b.properties);
-}
-
-}  // namespace
 
 // Tells each reader anew of the properties of a table. The newest of equal names comes first in
 // the group, and is told last, as when it was created.
@@ -78,6 +68,7 @@ void DictionaryInfo::FromDictionary(const DictionaryInfo& other) {
 
 std::vector<const RecordRules*> DictionaryInfo::allRecordRules() const {
   std::vector<const RecordRules*> rules;
+  rules.reserve(tables().size());
   for (std::size_t slot = 0; slot < tables().size(); ++slot) {
     rules.push_back(recordRules(static_cast<int>(slot)));
   }
@@ -89,13 +80,22 @@ void DictionaryInfo::ToQLBuffer(std::vector<unsigned char>& image) const {
 }
 
 void DictionaryInfo::FromQLBuffer(std::span<const unsigned char> image) {
-  ImageContents contents = decodeImage(image, allRecordRules());
+  replaceTables(decodeImage(image, allRecordRules()));
+}
+
+void DictionaryInfo::FromQLBuffer(std::span<const unsigned char> image,
+                                  std::shared_ptr<const void> keeper) {
+  replaceTables(decodeImage(image, std::move(keeper), allRecordRules()));
+}
+
+void DictionaryInfo::replaceTables(ImageContents contents) {
   const std::vector<DictionaryInfo*> readers = sharers();
   // Nothing fails from here on. The old tables go last, when no reader points at them any more.
   std::swap(msgSetID, contents.msgSetID);
   std::swap(formatID, contents.formatID);
+  std::swap(storage_->image, contents.bytes);
   for (std::size_t slot = 0; slot < contents.tables.size(); ++slot) {
-    swapContents(tables()[slot], contents.tables[slot]);
+    tables()[slot].swapContents(contents.tables[slot]);
     announceTable(readers, tables()[slot]);
   }
   adoptTables();

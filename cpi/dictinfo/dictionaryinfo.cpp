@@ -5,6 +5,8 @@
 #include <stdexcept>
 #include <vector>
 
+#include "cpi/dictinfo/image/storage.h"
+
 namespace cpi {
 
 namespace {
@@ -18,20 +20,6 @@ constexpr unsigned short kStringMember[] = {'S', 't', 'r', 'i', 'n', 'g', 'M',
 
 constinit const unsigned short* const CPI_VLS_TABMBR = kTableMember;
 constinit const unsigned short* const CPI_StringMember = kStringMember;
-
-// The tables, with the dictionaries that share them. The tables' owner is one of these; when it
-// goes, another takes its place.
-struct DictionaryInfo::Storage {
-  explicit Storage(std::size_t slots) : tables(slots) {}
-
-  void setOwner(DictionaryInfo* owner) noexcept {
-    for (DictTable& table : tables) table.owner = owner;
-  }
-
-  std::vector<DictTable> tables;
-  std::vector<DictionaryInfo*> sharers;
-  std::mutex mutex;  // of sharers: copies are made and destroyed by any thread
-};
 
 DictionaryInfo::DictionaryInfo(int tableSlots) {
   if (tableSlots < 0) throw std::length_error("a dictionary cannot have a negative table count");

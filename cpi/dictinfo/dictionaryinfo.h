@@ -69,6 +69,11 @@ class CPI_API DictionaryInfo : public FIHandler {
   // records and texts handed out before are gone. Throws ImageError (dictionaryimage.h) for what
   // is no image of a dictionary of this kind, and std::bad_alloc; all is then as before.
   virtual void FromQLBuffer(std::span<const unsigned char> image);
+  // The same for an image that stays where it is, such as a file mapped read-only: texts and
+  // indexes are used in place, the records, which point at texts, are copied. `keeper` is held as
+  // long as the bytes are used; they must not change until then.
+  virtual void FromQLBuffer(std::span<const unsigned char> image,
+                            std::shared_ptr<const void> keeper);
   // Replaces the contents of `image` by the image of the finished tables. The same events make the
   // same bytes. Throws std::invalid_argument for tables that FromQLBuffer would refuse, and
   // std::bad_alloc; `image` is then as before.
@@ -97,8 +102,9 @@ class CPI_API DictionaryInfo : public FIHandler {
   // What was derived from the tables, for their image to carry: a whole number of 8-byte words, the
   // same for the same tables. The base derives nothing. Throws std::bad_alloc.
   virtual std::vector<unsigned char> derivedBytes() const;
-  // Called, before postProcessDictionary, with the bytes that an image carries. Nothing is known of
-  // them: whoever takes them over has to verify them against the tables. The base does nothing.
+  // Called, before postProcessDictionary, with the bytes that an image carries, aligned to words.
+  // They stay as they are as long as the tables, until the next call of tablesChanged. Nothing is
+  // known of them: whoever uses them has to verify them against the tables. The base does nothing.
   virtual void adoptDerived(std::span<const unsigned char> bytes) noexcept;
   // Announces a new property to this dictionary and to those that share its tables.
   void announceProperty(DictTableRefBase table, StringTableRef strings);
@@ -111,6 +117,7 @@ class CPI_API DictionaryInfo : public FIHandler {
   std::vector<DictionaryInfo*> sharers() const;
   // Calls tablesChanged in all dictionaries that share the tables.
   void announceChange() noexcept;
+  void replaceTables(struct ImageContents contents);
   static void announceTable(std::span<DictionaryInfo* const> readers, DictTable& table);
   DictTable& slotTable(int slot);
   std::vector<const RecordRules*> allRecordRules() const;

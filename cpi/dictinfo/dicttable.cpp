@@ -4,6 +4,7 @@
 #include <limits>
 #include <memory>
 #include <stdexcept>
+#include <utility>
 
 #include "cpi/dictinfo/dictionaryinfo.h"
 #include "cpi/runtime/kelexception.h"
@@ -11,7 +12,25 @@
 
 namespace cpi {
 
-DictTable::~DictTable() { cpFree(records); }
+DictTable::~DictTable() {
+  if (!isBorrowed_) cpFree(records);
+}
+
+void DictTable::setRecords(unsigned char* newRecords, std::uint32_t newSize,
+                           std::int32_t newRowCount, bool isBorrowed) noexcept {
+  records = newRecords;
+  size = newSize;
+  rowCount = newRowCount;
+  isBorrowed_ = isBorrowed;
+}
+
+void DictTable::swapContents(DictTable& other) noexcept {
+  std::swap(records, other.records);
+  std::swap(rowCount, other.rowCount);
+  std::swap(size, other.size);
+  std::swap(isBorrowed_, other.isBorrowed_);
+  std::swap(properties, other.properties);
+}
 
 void DictTable::Create(std::uint32_t recordSize, std::uint32_t newRowCount) {
   const std::uint64_t bytes = std::uint64_t{recordSize} * newRowCount;
@@ -23,9 +42,8 @@ void DictTable::Create(std::uint32_t recordSize, std::uint32_t newRowCount) {
   if (bytes == 0) return;
   void* const block = cpMalloc(bytes);
   std::memset(block, 0, bytes);
-  records = static_cast<unsigned char*>(block);
-  rowCount = static_cast<std::int32_t>(newRowCount);
-  size = static_cast<std::uint32_t>(bytes);
+  setRecords(static_cast<unsigned char*>(block), static_cast<std::uint32_t>(bytes),
+             static_cast<std::int32_t>(newRowCount), false);
 }
 
 StringTableRef DictTable::CreateProperty(const unsigned short* tableMemberName,

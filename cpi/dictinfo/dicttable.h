@@ -34,6 +34,12 @@ class CPI_API DictTable {
   // or 2^31 - 1 rows, std::logic_error when the table has rows already, and std::bad_alloc; the
   // table is then as before.
   void Create(std::uint32_t recordSize, std::uint32_t rowCount);
+  // Gives a table without rows `newRowCount` records of `newSize` bytes together, of cpMalloc. They
+  // are its own from then on, or, with `isBorrowed`, lie elsewhere and outlive it. Never throws.
+  void setRecords(unsigned char* newRecords, std::uint32_t newSize, std::int32_t newRowCount,
+                  bool isBorrowed) noexcept;
+  // Exchanges records and properties, but not the owners.
+  void swapContents(DictTable& other) noexcept;
   // Creates a property with a place for each row, adds it to the group and announces it through
   // MapTableProperty to the owner, and to the dictionaries that share its tables. Throws as
   // StringTable::Create does.
@@ -53,12 +59,13 @@ class CPI_API DictTable {
                       const unsigned short* memberName, std::int64_t value);
 
   DictionaryInfo* owner = nullptr;   // told of every new property; may be null
-  unsigned char* records = nullptr;  // of cpMalloc; null while the table has no rows
+  unsigned char* records = nullptr;  // null while the table has no rows
   std::int32_t rowCount = 0;
   std::uint32_t size = 0;  // bytes of the record block
   StringTableGroup properties;
 
  private:
+  bool isBorrowed_ = false;  // the records; otherwise they are of cpMalloc
   StringTable& property(const unsigned short* tableMemberName, const unsigned short* memberName,
                         const char* operation) const;
 };

@@ -3,9 +3,11 @@
 #include <algorithm>
 #include <cstring>
 #include <limits>
+#include <new>
 #include <stdexcept>
 #include <utility>
 
+#include "cpi/dictinfo/dictionaryinfo.h"
 #include "cpi/runtime/kelexception.h"
 #include "cpi/runtime/memory.h"
 
@@ -31,7 +33,43 @@ bool isNameLess(const std::unique_ptr<StringTable>& table, std::u16string_view m
 
 }  // namespace
 
-StringTable::~StringTable() { cpFree(buffer); }
+KelStringBase propertyName(std::u16string_view name) {
+  static const KelStringBase kTableMember(CPI_VLS_TABMBR);
+  static const KelStringBase kMember(CPI_StringMember);
+  if (name == kMember.view()) return kMember;
+  return name == kTableMember.view() ? kTableMember : KelStringBase(name);
+}
+
+StringTable::~StringTable() {
+  if (!isBorrowed_) cpFree(buffer);
+}
+
+StringTable::OldBuffer StringTable::replaceBuffer(unsigned char* newBuffer,
+                                                  std::uint32_t newSize) noexcept {
+  OldBuffer old(std::exchange(buffer, newBuffer));
+  if (std::exchange(isBorrowed_, false)) static_cast<void>(old.release());
+  bufferSize = newSize;
+  return old;
+}
+
+void StringTable::borrow(unsigned char* values, std::uint32_t used, std::uint32_t rows) noexcept {
+  replaceBuffer(values, used);
+  isBorrowed_ = true;
+  rowCount = rows;
+  bufferUsed = used;
+}
+
+void StringTable::shrink() noexcept {
+  constexpr std::uint32_t kWorthWhile = 64;
+  if (bufferSize - bufferUsed < kWorthWhile) return;
+  try {
+    auto* const block = static_cast<unsigned char*>(cpMalloc(bufferUsed));
+    std::memcpy(block, buffer, bufferUsed);
+    replaceBuffer(block, bufferUsed);
+  } catch (const std::bad_alloc&) {
+    // The larger buffer serves as well.
+  }
+}
 
 void StringTable::Create(const unsigned short* newTableMemberName,
                          const unsigned short* newMemberName, std::int32_t newType,
@@ -39,19 +77,17 @@ void StringTable::Create(const unsigned short* newTableMemberName,
   const std::uint32_t offsets = checkedSize(std::uint64_t{4} * newRowCount);
   // The offsets must fit: they are written and read without a further look at the capacity.
   const std::uint32_t capacity = std::max(offsets, initialSize);
-  KelStringBase tableName(newTableMemberName);
-  KelStringBase name(newMemberName);
+  KelStringBase tableName = propertyName(textView(newTableMemberName));
+  KelStringBase name = propertyName(textView(newMemberName));
   unsigned char* block = nullptr;
   if (capacity != 0) {
     block = static_cast<unsigned char*>(cpMalloc(capacity));
     std::memset(block, 0, capacity);
   }
-  cpFree(buffer);
+  replaceBuffer(block, capacity);
   tableMemberName = std::move(tableName);
   memberName = std::move(name);
   type = newType;
-  buffer = block;
-  bufferSize = capacity;
   rowCount = newRowCount;
   bufferUsed = offsets;
 }
@@ -73,9 +109,7 @@ StringTable::OldBuffer StringTable::reserve(std::uint32_t row, std::int32_t valu
   const std::uint32_t newSize = checkedSize(capacity);
   auto* const block = static_cast<unsigned char*>(cpMalloc(newSize));
   std::memcpy(block, buffer, bufferUsed);
-  OldBuffer old(std::exchange(buffer, block));
-  bufferSize = newSize;
-  return old;
+  return replaceBuffer(block, newSize);
 }
 
 void StringTable::SetValue(std::uint32_t row, const unsigned short* text) {

@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <utility>
 #include <vector>
 
 #include "cpi/runtime/export.h"
@@ -17,6 +18,10 @@
 #include "cpi/runtime/memory.h"
 
 namespace cpi {
+
+// The name of a property. The two names that every text column has take no memory of their own.
+// Throws std::bad_alloc.
+KelStringBase propertyName(std::u16string_view name);
 
 // The kinds of property value.
 enum PropertyType : std::int32_t {
@@ -53,6 +58,12 @@ class CPI_API StringTable {
   }
   // The row's integer, or nothing when it has none or the property holds texts.
   std::optional<std::int64_t> GetIntValue(std::uint32_t row) const noexcept;
+  // Refers to `used` bytes of offsets and values for `rows` rows, which lie elsewhere and outlive
+  // this object. The first value that is set after that makes a copy of them. Never throws.
+  void borrow(unsigned char* values, std::uint32_t used, std::uint32_t rows) noexcept;
+  // Gives back what the buffer has to spare, or most of it; without memory for that all stays as it
+  // is. Pointers from GetValue are then invalid. Never throws.
+  void shrink() noexcept;
   template <Char16 C>
   void SetValue(std::uint32_t row, const C* text) {
     SetValue(row, asUnits(text));
@@ -61,7 +72,7 @@ class CPI_API StringTable {
   KelStringBase tableMemberName;
   KelStringBase memberName;
   std::int32_t type = PTNone;
-  unsigned char* buffer = nullptr;  // of cpMalloc; null when the property has no rows
+  unsigned char* buffer = nullptr;  // null when the property has no rows
   std::uint32_t bufferSize = 0;     // capacity in bytes
   std::uint32_t rowCount = 0;       // rows of the table when the property was created
   std::uint32_t bufferUsed = 0;     // bytes in use, the offsets included
@@ -74,8 +85,12 @@ class CPI_API StringTable {
     void operator()(unsigned char* block) const noexcept { cpFree(block); }
   };
   using OldBuffer = std::unique_ptr<unsigned char, Free>;
+  // Puts another buffer in place of the one that there is; gives that back if it is to be freed.
+  OldBuffer replaceBuffer(unsigned char* newBuffer, std::uint32_t newSize) noexcept;
   // Checks the row and makes room for `needed` more bytes; gives back the buffer that was outgrown.
   OldBuffer reserve(std::uint32_t row, std::int32_t valueType, std::uint64_t needed);
+
+  bool isBorrowed_ = false;  // the buffer; otherwise it is of cpMalloc
 };
 
 // The properties of one table, in ascending order of memberName. Owns them.
@@ -84,6 +99,10 @@ class CPI_API StringTableGroup {
   // Inserts `table` before those of an equal memberName and takes it over. Throws std::bad_alloc,
   // `table` is then destroyed.
   void AddTable(std::unique_ptr<StringTable> table);
+  // Takes all tables over in place of those that it has; they are in ascending order of memberName.
+  void assign(std::vector<std::unique_ptr<StringTable>> tables) noexcept {
+    tables_ = std::move(tables);
+  }
   // The first property with both names, or null. A null `tableMemberName` takes the first with
   // an equal or greater memberName. Never throws.
   StringTable* FindTable(const unsigned short* tableMemberName,

@@ -179,8 +179,15 @@ void ExtractParser::openValues(const Frame& owner) {
 
 // Nearly all of a file is in columns of plain values. The parser sees the rest.
 void ExtractParser::takePlainValues() {
+  const ELogicalType type = textType();
   for (JsonSource::PlainValue value; source_.takePlain(value);) {
-    sendItem(value.isText ? valueOf(value.text) : PWFData(value.number, false));
+    if (value.isText) {
+      text_.assign(value.text.begin(), value.text.end());  // of ASCII characters
+      checkLength();
+      sendItem(textValue(type));
+    } else {
+      sendItem(PWFData(value.number, false));
+    }
   }
 }
 

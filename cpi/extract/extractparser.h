@@ -93,6 +93,8 @@ class ExtractParser {
   PWFData textValue(ELogicalType type);
   PWFData convertedText(const Scalar& value);
   const std::u16string& decode(std::string_view text);
+  void checkLength() const;
+  ELogicalType textType() const;
   void deliver(const PWFData& value);
   void sendItem(const PWFData& value);
 

@@ -141,11 +141,21 @@ const std::u16string& ExtractParser::decode(std::string_view text) {
     fail(source_.scalar(), "U+0000 in a text", "any other characters");
   }
   text_ = toUtf16(text);
-  if (text_.size() > options_.maximumTextUnits) {
-    fail(source_.scalar(), "a text of " + std::to_string(text_.size()) + " units",
-         "at most " + std::to_string(options_.maximumTextUnits));
-  }
+  checkLength();
   return text_;
+}
+
+void ExtractParser::checkLength() const {
+  if (text_.size() <= options_.maximumTextUnits) return;
+  fail(source_.scalar(), "a text of " + std::to_string(text_.size()) + " units",
+       "at most " + std::to_string(options_.maximumTextUnits));
+}
+
+// What the texts of the open column or raw entry are.
+ELogicalType ExtractParser::textType() const {
+  const Frame& frame = frames_.back();
+  const bool isItem = frame.kind == FrameKind::Values;
+  return isItem && holdsDecimals(names().column(frame.id)) ? LTDecimal : LTString;
 }
 
 PWFData ExtractParser::textValue(ELogicalType type) {
@@ -160,9 +170,7 @@ PWFData ExtractParser::valueOf(const Scalar& value) {
   }
   if (const double* const number = std::get_if<double>(&value)) return PWFData(*number);
   decode(std::get<std::string_view>(value));
-  const Frame& frame = frames_.back();
-  const bool isItem = frame.kind == FrameKind::Values;
-  return textValue(isItem && holdsDecimals(names().column(frame.id)) ? LTDecimal : LTString);
+  return textValue(textType());
 }
 
 void ExtractParser::takeTypedValue(const Scalar& value) {

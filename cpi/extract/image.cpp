@@ -1,11 +1,18 @@
 #include "cpi/extract/image.h"
 
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <cstdint>
 #include <cstring>
 #include <exception>
 #include <fstream>
+#include <span>
+#include <utility>
 #include <vector>
 
 #include "cpi/dictinfo/dictionaryimage.h"
@@ -39,6 +46,47 @@ Image readBytes(std::istream& stream, const std::string& fileName) {
   return image;
 }
 
+[[noreturn]] void failToOpen(const std::string& path) {
+  throw FileError(path, {}, std::string("the file cannot be opened: ") + std::strerror(errno));
+}
+
+// Runs `open`, which takes an image, telling of what file it was.
+template <class Open>
+void openImage(const std::string& fileName, Open open) {
+  try {
+    open();
+  } catch (const ImageError& error) {
+    std::throw_with_nested(FileError(fileName, {},
+                                     error.found() + " at byte " + std::to_string(error.offset()),
+                                     error.expected()));
+  }
+}
+
+// A file, mapped read-only. Empty when it has no bytes that can be.
+class Mapping {
+ public:
+  explicit Mapping(const std::string& path) {
+    const int file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (file < 0) failToOpen(path);
+    struct stat facts = {};
+    const bool isKnown = ::fstat(file, &facts) == 0 && S_ISREG(facts.st_mode) && facts.st_size > 0;
+    const auto size = static_cast<std::size_t>(isKnown ? facts.st_size : 0);
+    void* const start =
+        isKnown ? ::mmap(nullptr, size, PROT_READ, MAP_PRIVATE, file, 0) : MAP_FAILED;
+    ::close(file);
+    if (start != MAP_FAILED) bytes_ = {static_cast<const unsigned char*>(start), size};
+  }
+  Mapping(const Mapping&) = delete;
+  Mapping& operator=(const Mapping&) = delete;
+  ~Mapping() {
+    if (!bytes_.empty()) ::munmap(const_cast<unsigned char*>(bytes_.data()), bytes_.size());
+  }
+  std::span<const unsigned char> bytes() const noexcept { return bytes_; }
+
+ private:
+  std::span<const unsigned char> bytes_;
+};
+
 }  // namespace
 
 void writeImage(const StdDictionaryInfo& dictionary, std::ostream& stream) {
@@ -51,22 +99,21 @@ void writeImage(const StdDictionaryInfo& dictionary, std::ostream& stream) {
 
 std::unique_ptr<StdDictionaryInfo> readImage(std::istream& stream, const std::string& fileName) {
   auto dictionary = std::make_unique<StdDictionaryInfo>(0);
-  try {
-    dictionary->FromQLBuffer(readBytes(stream, fileName));
-  } catch (const ImageError& error) {
-    std::throw_with_nested(FileError(fileName, {},
-                                     error.found() + " at byte " + std::to_string(error.offset()),
-                                     error.expected()));
-  }
+  openImage(fileName, [&] { dictionary->FromQLBuffer(readBytes(stream, fileName)); });
   return dictionary;
 }
 
 std::unique_ptr<StdDictionaryInfo> readImage(const std::string& path) {
   std::ifstream stream(path, std::ios::binary);
-  if (!stream) {
-    throw FileError(path, {}, std::string("the file cannot be opened: ") + std::strerror(errno));
-  }
+  if (!stream) failToOpen(path);
   return readImage(stream, path);
+}
+
+std::unique_ptr<StdDictionaryInfo> mapImage(const std::string& path) {
+  const auto mapping = std::make_shared<const Mapping>(path);
+  auto dictionary = std::make_unique<StdDictionaryInfo>(0);
+  openImage(path, [&] { dictionary->FromQLBuffer(mapping->bytes(), mapping); });
+  return dictionary;
 }
 
 }  // namespace cpi

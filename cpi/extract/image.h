@@ -31,6 +31,12 @@ std::unique_ptr<StdDictionaryInfo> readImage(const std::string& path);
 // no image, or goes on behind one, no more than the image's own size is read.
 std::unique_ptr<StdDictionaryInfo> readImage(std::istream& stream, const std::string& fileName);
 
+// The same for a file that stays mapped read-only while the dictionary, or a copy of it, lives: its
+// texts and indexes are used where they lie, and shared with other processes that map the file. The
+// file must not be changed or cut meanwhile, which would be felt here or end the process; to
+// replace it, write another and rename that.
+std::unique_ptr<StdDictionaryInfo> mapImage(const std::string& path);
+
 }  // namespace cpi
 
 #endif  // CPI_EXTRACT_IMAGE_H

@@ -100,6 +100,8 @@ inline constexpr std::u16string_view kFixHeader = u"StandardHeader";
 inline constexpr std::u16string_view kFixTrailer = u"StandardTrailer";
 inline constexpr std::u16string_view kFixBodyMark = u"^body";  // behind a message's name: its type
 
+inline constexpr std::u16string_view kFixGroupEnd = u".group";  // behind a count field's name
+
 inline constexpr std::u16string_view kAttributesPrefix = u"attributes^";
 
 // The named properties.
@@ -134,7 +136,7 @@ inline std::u16string attributesTagText(std::int32_t typeId) {
 
 // The text of the tag of a repeating group's instances.
 inline std::u16string fixGroupText(std::int32_t number, const std::u16string& countField) {
-  return u"g" + decimalText(number) + kNameMark + countField + u".group";
+  return u"g" + decimalText(number) + kNameMark + countField + std::u16string(kFixGroupEnd);
 }
 
 }  // namespace cpi

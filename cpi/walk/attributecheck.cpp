@@ -24,6 +24,7 @@ AttributeCheck::AttributeCheck(const WalkModel& model, ValueCheck& values)
     std::from_chars(digits.data(), digits.data() + digits.size(), owner);
     if (owner >= 0) contexts_.emplace(owner, tag.ToTypeIndexField);
   }
+  isNeeded_ = !contexts_.empty() || model.properties().hasDerivations();
 }
 
 void AttributeCheck::begin(std::int32_t typeIndex) {

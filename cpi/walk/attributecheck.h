@@ -1,6 +1,7 @@
 // AttributeCheck: holds the attributes of an element against those that its type has.
 //
-// A dictionary that tells no attributes at all says nothing of them: then all are admitted.
+// A dictionary that was not made of a schema and tells no attributes at all says nothing of them:
+// then all are admitted.
 // Thread rule: used by one thread at a time; what it has prepared of a type is kept.
 #ifndef CPI_WALK_ATTRIBUTECHECK_H
 #define CPI_WALK_ATTRIBUTECHECK_H
@@ -30,7 +31,7 @@ class AttributeCheck {
   AttributeCheck(const WalkModel& model, ValueCheck& values);
 
   // Whether anything is judged at all.
-  bool isNeeded() const noexcept { return !contexts_.empty(); }
+  bool isNeeded() const noexcept { return isNeeded_; }
   // An element of a type begins; judge() follows for each of its attributes.
   void begin(std::int32_t typeIndex);
   // What is wrong with one: UnknownAttribute, or what ValueCheck says; and in `tagIndex` the
@@ -64,6 +65,7 @@ class AttributeCheck {
   const WalkModel& model_;
   const StdDictionaryInfo& dictionary_;
   ValueCheck& values_;
+  bool isNeeded_ = false;
   std::unordered_map<std::int32_t, std::int32_t> contexts_;  // Types row, by id of the owner
   std::unordered_map<std::int32_t, Attributes> attributes_;  // by id of the owner
   const Attributes* current_ = nullptr;

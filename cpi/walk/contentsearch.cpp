@@ -8,6 +8,9 @@ namespace {
 
 // Groups that contain one another without an element between them are not followed further.
 constexpr std::size_t kMaxGroups = 64;
+// Members that one search looks at. Groups that share groups unfold to more members than any model
+// has rows; a search that goes on so long ends as if nothing further could come.
+constexpr std::int32_t kMaxVisits = 200'000;
 
 bool isWithinLimit(const SMD_STRUCTURE_ELEMENT_DEFINITION& member, std::int32_t repeat) {
   return member.MaxOccurs < 0 || repeat < member.MaxOccurs;
@@ -125,6 +128,7 @@ class ContentSearch::Lister {
   void visitMember(const ContentStep& step, std::int32_t owed) {
     const auto& member = model_.member(step.memberIndex);
     if (mode_ == Mode::Required && owed == 0) return;
+    isStopped_ = isStopped_ || ++visits_ > kMaxVisits;
     if (isStopped_ || !isWithinLimit(member, step.repeat) || path_.size() >= kMaxGroups) return;
     path_.push_back(step);
     if (model_.isGroup(step.memberIndex)) {
@@ -146,7 +150,8 @@ class ContentSearch::Lister {
   std::int32_t choice_ = 0;
   std::int32_t choices_ = 0;
   bool isOptional_ = false;  // inside a group that need not come
-  bool isStopped_ = false;   // by the visitor
+  std::int32_t visits_ = 0;
+  bool isStopped_ = false;  // by the visitor, or because there were too many visits
 };
 
 // The occurrences of an unordered type's members are counted for the whole element, so the type

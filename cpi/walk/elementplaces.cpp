@@ -127,13 +127,20 @@ std::int64_t ElementPlaces::addPlaces(std::int32_t tagIndex,
     if (places.size() < kMaxKnownPlaces) places.push_back(place);
   };
   if (isGlobal(tagIndex)) add({{}, uri, tagIndex, kNone, kNone});
-  const auto members = rowsWith(membersByTag_, tagIndex,
-                                [&](std::int32_t row) { return model_.member(row).toTagIndex; });
-  for (const std::int32_t member : members) {
+  for (const std::int32_t member : membersWith(tagIndex)) {
     const std::int32_t owner = ownerOf(member);
     add({nameOfType(owner), uri, tagIndex, member, owner});
   }
   return count;
+}
+
+void ElementPlaces::addOwners(std::int32_t tagIndex, std::vector<std::int32_t>& types) const {
+  for (const std::int32_t member : membersWith(tagIndex)) types.push_back(ownerOf(member));
+}
+
+std::span<const std::int32_t> ElementPlaces::membersWith(std::int32_t tagIndex) const {
+  return rowsWith(membersByTag_, tagIndex,
+                  [&](std::int32_t row) { return model_.member(row).toTagIndex; });
 }
 
 // A group that several types share is told by the first of them.

@@ -32,8 +32,11 @@ class ElementPlaces {
   // Appends the places of a tag as long as there are fewer than kMaxKnownPlaces; returns how many
   // it has.
   std::int64_t addPlaces(std::int32_t tagIndex, std::vector<KnownPlace>& places) const;
+  // Appends the Types rows that have the tag as a member.
+  void addOwners(std::int32_t tagIndex, std::vector<std::int32_t>& types) const;
 
  private:
+  std::span<const std::int32_t> membersWith(std::int32_t tagIndex) const;
   std::string nameOfType(std::int32_t typeIndex) const;
   std::int32_t ownerOf(std::int32_t memberRow) const;
 

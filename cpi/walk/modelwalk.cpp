@@ -13,20 +13,16 @@ bool isUnordered(const SMD_TYPE_DEFINITION& type) {
   return type.Composition == TYPE_UNORDERED || type.Composition == TYPE_ALL;
 }
 
-// Rows to count for: none when no type of the dictionary is unordered.
-std::int32_t countedRows(const StdDictionaryInfo& dictionary) {
+bool hasUnorderedType(const StdDictionaryInfo& dictionary) {
   for (std::int32_t row = 0; row < dictionary.types().rowCount(); ++row) {
-    if (isUnordered(dictionary.types().row(row))) return dictionary.typeMembers().rowCount();
+    if (isUnordered(dictionary.types().row(row))) return true;
   }
-  return 0;
-}
-
-bool isBeyondLimit(const SMD_STRUCTURE_ELEMENT_DEFINITION& member, std::int32_t repeatIndex) {
-  return member.MaxOccurs >= 0 && repeatIndex >= member.MaxOccurs;
+  return false;
 }
 
 VerdictKind kindOfRepeat(const SMD_STRUCTURE_ELEMENT_DEFINITION& member, std::int32_t repeatIndex) {
-  return isBeyondLimit(member, repeatIndex) ? VerdictKind::BeyondLimit : VerdictKind::Placed;
+  const bool isBeyondLimit = member.MaxOccurs >= 0 && repeatIndex >= member.MaxOccurs;
+  return isBeyondLimit ? VerdictKind::BeyondLimit : VerdictKind::Placed;
 }
 
 VerdictKind kindOf(Placement placement) {
@@ -49,7 +45,8 @@ bool admitsNonMember(const StdDictionaryIterator& at, EWhereDefined where) {
 ModelWalk::ModelWalk(const WalkModel& model, bool isChecking)
     : model_(&model),
       isChecking_(isChecking),
-      counter_(countedRows(model.dictionary())),
+      hasUnordered_(hasUnorderedType(model.dictionary())),
+      counter_(hasUnordered_ ? model.dictionary().typeMembers().rowCount() : 0),
       structure_(model, counter_) {}
 ModelWalk::~ModelWalk() = default;
 
@@ -62,9 +59,8 @@ void ModelWalk::restart() noexcept {
   faults_ = 0;
 }
 
-Verdict ModelWalk::enter(const unsigned short* name, const KelStringBase& namespaceURI,
-                         std::u16string_view typeKey) {
-  const Name asked{name, namespaceURI};
+Verdict ModelWalk::enter(const ElementName& name, std::int32_t key, std::u16string_view typeKey) {
+  const Name asked{name, key};
   if (open_.empty()) return enterRoot(asked, typeKey);
   switch (open_.back().judge) {
     case Judge::Model:
@@ -78,7 +74,7 @@ Verdict ModelWalk::enter(const unsigned short* name, const KelStringBase& namesp
 
 void ModelWalk::setNil(bool isTold) {
   open_.back().isNil = true;
-  open_.back().isNilTold = isTold;
+  open_.back().isTold = isTold;
 }
 
 bool ModelWalk::isIncomplete() {
@@ -100,8 +96,7 @@ std::vector<GroupStep> ModelWalk::groups() const {
 // element itself, ready for the next sibling.
 void ModelWalk::leave() {
   assert(!open_.empty());
-  const OpenElement element = open_.back();
-  open_.pop_back();
+  const OpenElement& element = open_.back();
   if (isChecking_) structure_.close(scopeOf(element));
   counter_.forget(element.countsMark);
   if (element.hasLevel) {
@@ -109,6 +104,7 @@ void ModelWalk::leave() {
   } else if (element.hadChild) {
     cursor().moveToParent();
   }
+  open_.pop_back();
 }
 
 Verdict ModelWalk::enterRoot(const Name& name, std::u16string_view typeKey) {
@@ -130,6 +126,7 @@ Verdict ModelWalk::enterRoot(const Name& name, std::u16string_view typeKey) {
 
 Verdict ModelWalk::enterChild(const Name& name, std::u16string_view typeKey) {
   OpenElement& parent = open_.back();
+  if (typeKey.empty() && isMember(parent, name)) return enterMember(parent);
   const std::int32_t parentType = parent.typeIndex;
   ProcessContents contents{};
   const Move move = place(parent, name, contents);
@@ -140,6 +137,20 @@ Verdict ModelWalk::enterChild(const Name& name, std::u16string_view typeKey) {
     verdict = enterPlaced(name, move, model_->hiddenTag(typeKey), contents);
   }
   if (verdict.reason == Reason::NotAllowed) classify(verdict, parentType, name);
+  return verdict;
+}
+
+// The common case, in which the index alone tells where the child belongs.
+inline bool ModelWalk::isMember(const OpenElement& parent, const Name& name) {
+  return !hasWildcardFor(parent, name) && goTo(cursor(), parent, name);
+}
+
+inline Verdict ModelWalk::enterMember(OpenElement& parent) {
+  parent.hadChild = true;
+  Verdict verdict;
+  readMember(cursor(), verdict);
+  countUnordered(cursor(), parent, verdict);
+  open(Judge::Model, false, verdict.typeIndex);
   return verdict;
 }
 
@@ -171,25 +182,25 @@ Verdict ModelWalk::enterChecked(const Name& name, std::u16string_view typeKey) {
     return enterUnmodelled(Placement::Unjudged, Judge::Nobody, Reason::None);
   }
   const std::int32_t hiddenTag = model_->hiddenTag(typeKey);
-  if (parent.isNil) {
-    const bool isConsequence = std::exchange(parent.isNilTold, true);
-    Verdict verdict = enterUnmodelled(Placement::Refused, Judge::Nobody, Reason::InNil);
-    verdict.isConsequence = isConsequence;
-    return verdict;
-  }
+  if (parent.isNil) return enterForbidden(Reason::InNil);
   ProcessContents contents{};
   const Move move = place(parent, name, contents);
   if (move != Move::Failed && isAccepted(parent)) {
     return enterPlaced(name, move, hiddenTag, contents);
   }
-  if (!isChecked(parent)) {
-    return enterUnmodelled(Placement::Refused, Judge::Nobody, refusalUnder(parent));
-  }
-  return enterAnew(name, hiddenTag);
+  return isChecked(parent) ? enterAnew(name, hiddenTag) : enterForbidden(refusalUnder(parent));
+}
+
+// A child of an element that may have none: one fault, however many there are.
+Verdict ModelWalk::enterForbidden(Reason reason) {
+  const bool isConsequence = std::exchange(open_.back().isTold, true);
+  Verdict verdict = enterUnmodelled(Placement::Refused, Judge::Nobody, reason);
+  verdict.isConsequence = isConsequence;
+  return verdict;
 }
 
 bool ModelWalk::isAccepted(const OpenElement& parent) {
-  const DictionaryPosition& position = *cursor().getCurrentPosition();
+  const DictionaryPosition& position = cursor().position();
   if (position.memberIndex < 0) return admitsNonMember(cursor(), position.whereDefined());
   cursor().readPath(parent.height, path_);
   return structure_.accept(scopeOf(parent), path_);
@@ -238,12 +249,14 @@ Verdict ModelWalk::enterRefused(const StructureCheck::Outcome& outcome, std::int
   pushLevel(contextTag);
   takeContext(verdict);
   open(Judge::Model, true, verdict.typeIndex);
+  // Elements in one that has a simple value elsewhere only show that another is meant.
+  open_.back().isTold = outcome.kind == VerdictKind::KnownElsewhere;
   return verdict;
 }
 
 // The content is judged by the tag that the innermost level starts from.
 void ModelWalk::takeContext(Verdict& verdict) {
-  const DictionaryPosition& context = *cursor().getCurrentPosition();
+  const DictionaryPosition& context = cursor().position();
   verdict.typeIndex = context.typeIndex;
   verdict.contentTagIndex = context.tagIndex;
 }
@@ -285,11 +298,16 @@ Verdict ModelWalk::enterUnmodelled(Placement placement, Judge judge, Reason reas
   return verdict;
 }
 
-void ModelWalk::open(Judge judge, bool hasLevel, std::int32_t typeIndex) {
-  open_.push_back({judge, hasLevel, false, typeIndex, ++elements_, counter_.mark()});
+inline void ModelWalk::open(Judge judge, bool hasLevel, std::int32_t typeIndex) {
+  OpenElement& element = open_.emplace_back();
+  element.judge = judge;
+  element.hasLevel = hasLevel;
+  element.typeIndex = typeIndex;
+  element.number = ++elements_;
+  element.countsMark = counter_.mark();
   if (!isChecking_) return;
-  open_.back().height = judge == Judge::Model ? cursor().height() : 0;
-  open_.back().pathBegin = structure_.open();
+  element.height = judge == Judge::Model ? cursor().height() : 0;
+  element.pathBegin = structure_.open();
 }
 
 // An element that takes another type than the declared one is walked on a level of its own.
@@ -330,6 +348,7 @@ ModelWalk::Move ModelWalk::place(const OpenElement& parent, const Name& name,
 }
 
 bool ModelWalk::placeByName(Cursor& at, const OpenElement& parent, const Name& name) const {
+  if (goTo(at, parent, name)) return true;
   return parent.hadChild ? at.moveToNextSiblingTagName(name.local, name.namespaceURI, true, true)
                          : at.moveToFirstChildTagName(name.local, name.namespaceURI, true, true);
 }
@@ -349,8 +368,9 @@ bool ModelWalk::placeByWildcard(Cursor& at, const OpenElement& parent, const Nam
   return false;
 }
 
-bool ModelWalk::hasWildcardFor(const OpenElement& parent, const Name& name) const noexcept {
+inline bool ModelWalk::hasWildcardFor(const OpenElement& parent, const Name& name) const noexcept {
   const std::span<const std::int32_t> numbers = model_->wildcardsOf(parent.typeIndex);
+  if (numbers.empty()) return false;  // nearly always
   return std::any_of(numbers.begin(), numbers.end(), [&](std::int32_t number) {
     return model_->wildcard(number).admits(name.namespaceURI.view());
   });
@@ -361,24 +381,35 @@ Reason ModelWalk::refusalUnder(const OpenElement& parent) const {
   return type != nullptr && type->LogicalType > 0 ? Reason::InSimpleType : Reason::NotAllowed;
 }
 
-void ModelWalk::countUnordered(const Cursor& at, const OpenElement& parent, Verdict& verdict) {
-  if (!at.isInUnorderedType()) return;
+inline void ModelWalk::countUnordered(const Cursor& at, const OpenElement& parent,
+                                      Verdict& verdict) {
+  if (!hasUnordered_ || !at.isInUnorderedType()) return;
   verdict.occurrence = counter_.count(parent.number, verdict.memberIndex);
   verdict.kind = kindOfRepeat(*at.getMemberDef(), verdict.occurrence - 1);
 }
 
+// False when the iterator stands on no member.
+inline bool ModelWalk::readMember(const Cursor& at, Verdict& verdict) const {
+  const DictionaryPosition& position = at.position();
+  const auto& members = model_->dictionary().typeMembers();
+  if (!members.contains(position.memberIndex)) return false;
+  verdict.placement = Placement::Member;
+  verdict.kind = kindOfRepeat(members.records()[position.memberIndex], position.repeatIndex);
+  verdict.occurrence = position.repeatIndex + 1;
+  verdict.memberIndex = position.memberIndex;
+  verdict.tagIndex = verdict.contentTagIndex = position.tagIndex;
+  verdict.typeIndex = position.typeIndex;
+  return true;
+}
+
 Verdict ModelWalk::verdictAt(const Cursor& at) const {
-  const DictionaryPosition& position = *at.getCurrentPosition();
   Verdict verdict;
+  if (readMember(at, verdict)) return verdict;
+  const DictionaryPosition& position = at.position();
   verdict.tagIndex = verdict.contentTagIndex = position.tagIndex;
   verdict.typeIndex = position.typeIndex;
   const EWhereDefined where = position.whereDefined();
-  if (const SMD_STRUCTURE_ELEMENT_DEFINITION* const member = at.getMemberDef(); member != nullptr) {
-    verdict.placement = Placement::Member;
-    verdict.memberIndex = position.memberIndex;
-    verdict.occurrence = position.repeatIndex + 1;
-    verdict.kind = kindOfRepeat(*member, position.repeatIndex);
-  } else if (!admitsNonMember(at, where)) {
+  if (!admitsNonMember(at, where)) {
     verdict.placement = Placement::Refused;
     verdict.kind = VerdictKind::Refused;
     verdict.reason = Reason::NotAllowed;

@@ -51,10 +51,22 @@ class ModelWalk {
   // element itself asks for (see WalkModel::hiddenTag); an empty or unknown one counts as none.
   // Throws KelParserException when the dictionary makes no sense to the navigator.
   Verdict enter(const unsigned short* name, const KelStringBase& namespaceURI,
-                std::u16string_view typeKey);
+                std::u16string_view typeKey) {
+    return enter({name, namespaceURI}, keyOf(name, namespaceURI), typeKey);
+  }
+  // The same for a name whose key is known. Whoever keeps the keys of names spares each further
+  // element the search for the text of its name.
+  Verdict enter(const ElementName& name, std::int32_t key, std::u16string_view typeKey);
+  std::int32_t keyOf(const unsigned short* name, const KelStringBase& namespaceURI) const noexcept {
+    return WalkCursor::keyOfName(model_->dictionary(), name, namespaceURI);
+  }
   // Says that the innermost open element is nil: it is complete, and nothing may stand in it. With
   // `isTold` it is known that something does, so that it is no fault again.
   void setNil(bool isTold = false);
+  // Says that what stands in the innermost open element is not to be judged, since that would only
+  // repeat in other words what is wrong with the element itself.
+  void setUnjudged() noexcept { open_.back().judge = Judge::Nobody; }
+  bool hasChild() const noexcept { return open_.back().hadChild; }
   // Whether the innermost open element lacks required members as it stands (only when checking).
   bool isIncomplete();
   // The end of the innermost open element, which must exist.
@@ -62,7 +74,7 @@ class ModelWalk {
 
   // What there is to say of the last verdict that was a fault, or of isIncomplete(). The caller
   // may move the lists out.
-  StructureCheck::Fault& fault() noexcept { return structure_.fault(); }
+  StructureFault& fault() noexcept { return structure_.fault(); }
   // The anonymous groups around the innermost open element, outermost first.
   std::vector<GroupStep> groups() const;
 
@@ -70,7 +82,9 @@ class ModelWalk {
   std::size_t depth() const noexcept { return open_.size(); }
 
  private:
-  using Name = ElementName;
+  struct Name : ElementName {
+    std::int32_t key;
+  };
   using Cursor = WalkCursor;
   // What judges the children of an open element.
   enum class Judge : std::uint8_t {
@@ -79,8 +93,8 @@ class ModelWalk {
     Nobody,   // nothing: a refused element without definition
   };
   struct OpenElement {
-    Judge judge;
-    bool hasLevel;  // its children are walked by an iterator of their own
+    Judge judge = Judge::Nobody;
+    bool hasLevel = false;  // its children are walked by an iterator of their own
     bool hadChild = false;
     std::int32_t typeIndex = kNone;
     std::int64_t number = 0;     // in document order, from 1
@@ -88,7 +102,7 @@ class ModelWalk {
     std::size_t height = 0;      // of the iterator; see WalkCursor
     std::size_t pathBegin = 0;   // see StructureCheck::Scope
     bool isNil = false;
-    bool isNilTold = false;
+    bool isTold = false;  // that it has children though it may have none
   };
   struct Level {
     std::unique_ptr<Cursor> at;
@@ -105,12 +119,19 @@ class ModelWalk {
   Verdict enterAnew(const Name& name, std::int32_t hiddenTag);
   Verdict enterRefused(const StructureCheck::Outcome& outcome, std::int32_t hiddenTag);
   Verdict enterWildcard(const Name& name, std::int32_t hiddenTag, ProcessContents contents);
+  Verdict enterForbidden(Reason reason);
   Verdict enterUnmodelled(Placement placement, Judge judge, Reason reason);
   void open(Judge judge, bool hasLevel, std::int32_t typeIndex);
   void openByModel(Verdict& verdict, std::int32_t hiddenTag);
   void pushLevel(std::int32_t contextTag);
 
   Move place(const OpenElement& parent, const Name& name, ProcessContents& contents);
+  static bool goTo(Cursor& at, const OpenElement& parent, const Name& name) {
+    return parent.hadChild ? at.goToNextSibling(name.key) : at.goToFirstChild(name.key);
+  }
+  bool isMember(const OpenElement& parent, const Name& name);
+  Verdict enterMember(OpenElement& parent);
+  bool readMember(const Cursor& at, Verdict& verdict) const;
   bool placeByName(Cursor& at, const OpenElement& parent, const Name& name) const;
   bool placeByWildcard(Cursor& at, const OpenElement& parent, const Name& name,
                        ProcessContents& contents) const;
@@ -129,6 +150,7 @@ class ModelWalk {
 
   const WalkModel* model_;
   bool isChecking_;
+  bool hasUnordered_;  // some type of the dictionary is
   std::vector<Level> levels_;
   std::size_t levelCount_ = 0;  // those in use; the others wait to be used again
   std::vector<OpenElement> open_;

@@ -1,20 +1,15 @@
 #include "cpi/walk/structurecheck.h"
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 #include "cpi/walk/elementplaces.h"
 
 namespace cpi {
-namespace {
-
-// Longer lists of what is expected or missing are cut off.
-constexpr std::size_t kMaxListed = 200;
-
-}  // namespace
 
 StructureCheck::StructureCheck(const WalkModel& model, const OccurrenceCounter& counter)
-    : model_(model), counter_(counter) {}
+    : model_(model), counter_(counter), finder_(model) {}
 
 void StructureCheck::restart() noexcept {
   trail_.clear();
@@ -34,10 +29,10 @@ bool StructureCheck::accept(const Scope& scope, const ContentPath& next) {
 
 StructureCheck::Outcome StructureCheck::judge(const Scope& scope, const ElementName& name) {
   fault_ = {};
-  if (find(searchFrom(scope, path(scope)), name, false)) return placed(scope);
+  if (find(searchFrom(scope, path(scope)), name)) return placed(scope);
   Trouble* const trouble = troubleOf(scope);
   if (trouble != nullptr && trouble->hasBookmark &&
-      find(searchFrom(scope, trouble->bookmark), name, false)) {
+      find(searchFrom(scope, trouble->bookmark), name)) {
     return placed(scope);
   }
   if (Outcome ahead = judgeAhead(scope, name); ahead.isPlaced) return ahead;
@@ -48,12 +43,11 @@ StructureCheck::Outcome StructureCheck::judge(const Scope& scope, const ElementN
 bool StructureCheck::isIncomplete(const Scope& scope) {
   const ContentSearch search = searchFrom(scope, path(scope));
   if (search.completes()) return false;
-  fault_ = {};
-  Trouble* const trouble = troubleOf(scope);
-  listMissing(search, {}, trouble);
-  if (fault_.missing.empty() || (trouble != nullptr && owedCount() <= trouble->strays))
-    return false;
+  const Trouble* const trouble = troubleOf(scope);
+  const ToldMembers* const told = trouble == nullptr ? nullptr : &trouble->told;
+  if (countMissing(search, {}, told) <= (trouble == nullptr ? 0 : trouble->strays)) return false;
   explain(scope);
+  fault_.missing = listMissing(model_.content(), search, {}, told);
   return true;
 }
 
@@ -76,13 +70,13 @@ StructureCheck::Outcome StructureCheck::judgeRefused(std::int32_t typeIndex,
   fault_ = {};
   const Scope scope{0, typeIndex, trail_.size()};
   const ContentSearch search = searchFrom(scope, {});
-  if (find(search, name, true)) {
+  if (findAhead(search, name, nullptr)) {
     Outcome outcome;
     outcome.kind = VerdictKind::OutOfOrder;
     outcome.reason = Reason::NotAllowed;
     return outcome;
   }
-  const std::int32_t leaf = otherNamespace(search, name);
+  const std::int32_t leaf = finder_.otherNamespace(search, name);
   return leaf == kNone ? judgeByName(name) : wrongNamespace(leaf);
 }
 
@@ -109,9 +103,9 @@ void StructureCheck::settle(const Scope& scope, ContentSearch::Path next) {
   trail_.insert(trail_.end(), next.begin(), next.end());
   Trouble* const trouble = troubleOf(scope);
   if (trouble == nullptr) return;
-  if (!isInAnyOrder(scope)) trouble->strays = 0;
+  if (!isInAnyOrder(scope) && !isStillOwed(next.back())) trouble->strays = 0;
   trouble->aside.clear();
-  trouble->strayType = kNone;
+  trouble->strayTypes.clear();
   if (trouble->hasBookmark) trouble->told.insert(next.back().memberIndex);
 }
 
@@ -121,52 +115,22 @@ bool StructureCheck::isInAnyOrder(const Scope& scope) const {
   return type != nullptr && (type->Composition == TYPE_UNORDERED || type->Composition == TYPE_ALL);
 }
 
-bool StructureCheck::isTaken(std::int32_t leaf, const ElementName& name) const {
-  const StdDictionaryInfo& dictionary = model_.dictionary();
-  const SMD_STRUCTURE_ELEMENT_DEFINITION& member = model_.content().member(leaf);
-  if (const Wildcard* const wildcard = model_.wildcardOfType(member.toTypeIndex);
-      wildcard != nullptr && member.toTagIndex == kNone) {
-    return wildcard->admits(name.namespaceURI.view());
-  }
-  const SMD_TAG_DEFINITION* const tag = dictionary.tags().find(member.toTagIndex);
-  return tag != nullptr && elementNameOf(*tag) == textView(name.local) &&
-         dictionary.isInNamespace(tag->namespaceIndex, name.namespaceURI);
+// A member of which more has to come: one may be among the elements without a place.
+bool StructureCheck::isStillOwed(const ContentStep& step) const {
+  return model_.content().isRequired(step.memberIndex) &&
+         step.repeat + 1 < model_.content().member(step.memberIndex).MinOccurs;
 }
 
-// Beyond what may come next a wildcard takes only what is foreign to this content: a misspelt
-// element would else be sent to the first wildcard that is ahead.
-bool StructureCheck::find(const ContentSearch& search, const ElementName& name, bool isLenient) {
-  found_.clear();
-  const bool hasWildcards = !isLenient || isForeign(search, name);
-  search.forEachNext(isLenient, [&](const ContentLeaf& leaf) {
-    const std::int32_t row = leaf.path.back().memberIndex;
-    if (!hasWildcards && model_.content().member(row).toTagIndex == kNone) return false;
-    if (!isTaken(row, name)) return false;
-    found_ = leaf.path;
-    return true;
-  });
+bool StructureCheck::find(const ContentSearch& search, const ElementName& name) {
+  found_ = finder_.next(search, name);
   return !found_.empty();
 }
 
-void StructureCheck::findAnywhere(const ContentSearch& search, const ElementName& name) {
-  found_.clear();
-  search.forEachLeaf([&](const ContentLeaf& leaf) {
-    if (!isTaken(leaf.path.back().memberIndex, name)) return false;
-    found_ = leaf.path;
-    return true;
-  });
-}
-
-bool StructureCheck::isForeign(const ContentSearch& search, const ElementName& name) const {
-  bool isForeign = true;
-  search.forEachLeaf([&](const ContentLeaf& leaf) {
-    const std::int32_t tagIndex = model_.content().member(leaf.path.back().memberIndex).toTagIndex;
-    const auto* const tag = model_.dictionary().tags().find(tagIndex);
-    isForeign = tag == nullptr ||
-                !model_.dictionary().isInNamespace(tag->namespaceIndex, name.namespaceURI);
-    return !isForeign;
-  });
-  return isForeign;
+bool StructureCheck::findAhead(const ContentSearch& search, const ElementName& name,
+                               const ToldMembers* told) {
+  found_ = finder_.ahead(
+      search, name, [&](const ContentPath& place) { return countMissing(search, place, told); });
+  return !found_.empty();
 }
 
 // At found_.
@@ -181,26 +145,30 @@ StructureCheck::Outcome StructureCheck::placed(const Scope& scope) {
 // An element that may come later: what it skips is missing, unless that was told before or stands
 // there under a wrong name.
 StructureCheck::Outcome StructureCheck::judgeAhead(const Scope& scope, const ElementName& name) {
-  Trouble* const known = troubleOf(scope);
+  const Trouble* const known = troubleOf(scope);
+  const ToldMembers* const told = known == nullptr ? nullptr : &known->told;
   if (known != nullptr && known->hasBookmark) {
     const ContentSearch early = searchFrom(scope, known->bookmark);
-    if (find(early, name, true)) {
-      listMissing(early, found_, known);
-      if (fault_.missing.empty()) return placed(scope);
+    if (findAhead(early, name, told) && countMissing(early, found_, told) == 0) {
+      return placed(scope);
     }
   }
   const ContentSearch search = searchFrom(scope, path(scope));
-  if (!find(search, name, true)) return {};
-  listMissing(search, found_, known);
-  const bool isFault = owedCount() > (known == nullptr ? 0 : known->strays);
+  if (!findAhead(search, name, told)) return {};
+  const bool isFault = countMissing(search, found_, told) > (known == nullptr ? 0 : known->strays);
   if (isFault && isOneMore(scope, name)) return {};
   if (isFault) explain(scope);
+  fault_.missing = listMissing(model_.content(), search, found_, told);
   Trouble& trouble = addTrouble(scope);
-  tellMissing(trouble);
-  if (!isFault) {
-    fault_ = {};
-    return placed(scope);
-  }
+  for (const Expected& missing : fault_.missing) trouble.told.insert(missing.memberIndex);
+  if (isFault) return judgeSkip(scope);
+  fault_ = {};
+  return placed(scope);
+}
+
+// The walk goes on from found_, and can go back to where it is now.
+StructureCheck::Outcome StructureCheck::judgeSkip(const Scope& scope) {
+  Trouble& trouble = addTrouble(scope);
   const ContentSearch::Path last = path(scope);
   trouble.bookmark.assign(last.begin(), last.end());
   trouble.hasBookmark = true;
@@ -215,65 +183,73 @@ StructureCheck::Outcome StructureCheck::judgeAhead(const Scope& scope, const Ele
 // next repeat of a group around both would lack something.
 bool StructureCheck::isOneMore(const Scope& scope, const ElementName& name) const {
   const ContentSearch::Path last = path(scope);
-  return !last.empty() && isTaken(last.back().memberIndex, name);
+  return !last.empty() && finder_.isTaken(last.back().memberIndex, name);
 }
 
 // An element of this content that may no longer come.
 StructureCheck::Outcome StructureCheck::judgeBehind(const Scope& scope, const ElementName& name) {
-  Trouble* const known = troubleOf(scope);
-  const bool isInRun = known != nullptr && !known->aside.empty() &&
-                       find(searchFrom(scope, known->aside), name, false);
-  const ContentSearch search = searchFrom(scope, path(scope));
-  if (!isInRun) findAnywhere(search, name);
+  const Trouble* const known = troubleOf(scope);
+  const bool isInRun =
+      known != nullptr && !known->aside.empty() && find(searchFrom(scope, known->aside), name);
+  if (!isInRun) found_ = finder_.anywhere(searchFrom(scope, path(scope)), name);
   Outcome outcome;
   if (found_.empty()) return outcome;
   Trouble& trouble = addTrouble(scope);
   trouble.aside = found_;
   outcome.leaf = found_.back().memberIndex;
-  const SMD_STRUCTURE_ELEMENT_DEFINITION& member = model_.content().member(outcome.leaf);
-  outcome.content = member.toTagIndex;
+  outcome.content = model_.content().member(outcome.leaf).toTagIndex;
   outcome.kind = VerdictKind::OutOfOrder;
   outcome.reason = Reason::PlacePassed;
   outcome.isConsequence = isInRun || trouble.told.contains(outcome.leaf);
-  if (outcome.isConsequence) return outcome;
-  fault_.missing.clear();
+  if (!outcome.isConsequence) classifyBehind(scope, name, outcome);
+  return outcome;
+}
+
+// Why it may no longer come.
+void StructureCheck::classifyBehind(const Scope& scope, const ElementName& name, Outcome& outcome) {
   explain(scope);
   const ContentSearch::Path last = path(scope);
   const bool isLast = !last.empty() && last.back().memberIndex == outcome.leaf;
   fault_.groups = groupsOf(model_.content(), isLast ? last : ContentSearch::Path(found_));
-  if (const std::int32_t limit = exhausted(scope); limit != kNone) {
+  if (isExhausted(scope, name)) {
     outcome.kind = VerdictKind::BeyondLimit;
     outcome.reason = Reason::None;
-    fault_.atMost = limit;
-  } else if (search.isOtherAlternative(found_)) {
+  } else if (searchFrom(scope, last).isOtherAlternative(found_)) {
     outcome.kind = VerdictKind::Refused;
     outcome.reason = Reason::OtherAlternative;
   }
-  return outcome;
 }
 
-// The limit that keeps found_ from coming: of the element itself or of a repeating group around
-// it; kNone: it is none.
-std::int32_t StructureCheck::exhausted(const Scope& scope) const {
+// Whether a limit keeps found_ from coming, of the element itself or of a group around it: whether
+// it might come if the last child, or a group around that, stood there once less.
+bool StructureCheck::isExhausted(const Scope& scope, const ElementName& name) {
   const ContentSearch::Path last = path(scope);
-  const std::int32_t leaf = found_.back().memberIndex;
-  const auto& member = model_.content().member(leaf);
-  if (!last.empty() && last.back().memberIndex == leaf) return member.MaxOccurs;
-  if (counter_.countedFor(scope.number, leaf) > 0) return member.MaxOccurs;
-  for (std::size_t level = 0; level + 1 < std::min(last.size(), found_.size()); ++level) {
-    if (last[level].memberIndex != found_[level].memberIndex) break;
-    const std::int32_t limit = model_.content().member(last[level].memberIndex).MaxOccurs;
-    if (limit > 1) return limit;
+  ContentPath once(last.begin(), last.end());
+  for (std::size_t level = last.size(); level-- > 0;) {
+    fault_.atMost = model_.content().member(last[level].memberIndex).MaxOccurs;
+    if (fault_.atMost <= 1) continue;
+    --once[level].repeat;
+    ContentPath beyond = finder_.next(searchFrom(scope, once), name);
+    ++once[level].repeat;
+    if (beyond.size() <= level || beyond[level].memberIndex != last[level].memberIndex) continue;
+    ++beyond[level].repeat;
+    fault_.groups = groupsOf(model_.content(), beyond);
+    return true;
   }
-  return kNone;
+  const bool isOneMore =
+      (!last.empty() && last.back().memberIndex == found_.back().memberIndex) ||
+      counter_.countedFor(scope.number, found_.back().memberIndex) > 0;
+  fault_.atMost = isOneMore ? model_.content().member(found_.back().memberIndex).MaxOccurs : kNone;
+  return isOneMore;
 }
 
 StructureCheck::Outcome StructureCheck::judgeUnknown(const Scope& scope, const ElementName& name) {
-  fault_.missing.clear();
   explain(scope);
+  const ContentSearch search = searchFrom(scope, path(scope));
+  fault_.groups = openGroups(model_.content(), search, path(scope));
   Trouble& trouble = addTrouble(scope);
   ++trouble.strays;
-  const std::int32_t leaf = otherNamespace(searchFrom(scope, path(scope)), name);
+  const std::int32_t leaf = finder_.otherNamespace(search, name);
   if (leaf == kNone) return judgeStray(trouble, name);
   trouble.told.insert(leaf);
   return wrongNamespace(leaf);
@@ -282,15 +258,11 @@ StructureCheck::Outcome StructureCheck::judgeUnknown(const Scope& scope, const E
 // Elements side by side that another type has are one fault: their parent is missing.
 StructureCheck::Outcome StructureCheck::judgeStray(Trouble& trouble, const ElementName& name) {
   Outcome outcome = judgeByName(name);
-  const auto isOfStrayType = [&](const KnownPlace& place) {
-    return place.parentTypeIndex != kNone && place.parentTypeIndex == trouble.strayType;
-  };
-  outcome.isConsequence = std::ranges::any_of(fault_.elsewhere, isOfStrayType);
-  if (outcome.isConsequence) return outcome;
-  trouble.strayType = kNone;
-  for (const KnownPlace& place : fault_.elsewhere) {
-    if (trouble.strayType == kNone) trouble.strayType = place.parentTypeIndex;
-  }
+  std::vector<std::int32_t> owners = typesWith(name);
+  std::vector<std::int32_t> both;
+  std::ranges::set_intersection(owners, trouble.strayTypes, std::back_inserter(both));
+  outcome.isConsequence = !both.empty();
+  trouble.strayTypes = std::move(outcome.isConsequence ? both : owners);
   return outcome;
 }
 
@@ -303,19 +275,17 @@ StructureCheck::Outcome StructureCheck::wrongNamespace(std::int32_t leaf) {
   return outcome;
 }
 
-// The member of this content that has the name in another namespace, or kNone.
-std::int32_t StructureCheck::otherNamespace(const ContentSearch& search,
-                                            const ElementName& name) const {
-  std::int32_t found = kNone;
-  search.forEachLeaf([&](const ContentLeaf& leaf) {
-    const std::int32_t row = leaf.path.back().memberIndex;
-    const auto* const tag =
-        model_.dictionary().tags().find(model_.content().member(row).toTagIndex);
-    if (tag == nullptr || elementNameOf(*tag) != textView(name.local)) return false;
-    found = row;
-    return true;
-  });
-  return found;
+// In order, each once.
+std::vector<std::int32_t> StructureCheck::typesWith(const ElementName& name) const {
+  std::vector<std::int32_t> types;
+  for (const std::int32_t tag : model_.places().tagsNamed(textView(name.local))) {
+    const std::int32_t namespaceIndex = model_.dictionary().tags().row(tag).namespaceIndex;
+    if (!model_.dictionary().isInNamespace(namespaceIndex, name.namespaceURI)) continue;
+    model_.places().addOwners(tag, types);
+  }
+  std::ranges::sort(types);
+  types.erase(std::unique(types.begin(), types.end()), types.end());
+  return types;
 }
 
 // By what the model has of this name, wherever that is. Its content can be judged when there is a
@@ -344,64 +314,12 @@ StructureCheck::Outcome StructureCheck::judgeByName(const ElementName& name) {
   return outcome;
 }
 
-// What the finding of the next outcome has in any case; `missing` stays as it is.
+// What the finding of the next outcome has in any case.
 void StructureCheck::explain(const Scope& scope) {
-  fault_.expected.clear();
-  fault_.elsewhere.clear();
-  fault_.elsewhereCount = 0;
-  fault_.atMost = kNone;
   const ContentSearch::Path last = path(scope);
+  fault_ = {};
   fault_.groups = groupsOf(model_.content(), last);
-  searchFrom(scope, last).forEachNext(false, [&](const ContentLeaf& leaf) {
-    fault_.expected.push_back(expectedOf(leaf));
-    return fault_.expected.size() == kMaxListed;
-  });
-}
-
-// Into fault_.missing, without what was told before.
-void StructureCheck::listMissing(const ContentSearch& search, ContentSearch::Path next,
-                                 const Trouble* trouble) {
-  fault_.missing.clear();
-  search.forEachMissing(next, [&](const ContentLeaf& leaf) {
-    const bool isTold = trouble != nullptr && trouble->told.contains(leaf.path.back().memberIndex);
-    if (!isTold) fault_.missing.push_back(expectedOf(leaf));
-    return fault_.missing.size() == kMaxListed;
-  });
-}
-
-// How many members are missing; alternatives are one.
-std::int32_t StructureCheck::owedCount() const noexcept {
-  std::int32_t count = 0;
-  std::int32_t choice = 0;
-  for (const Expected& missing : fault_.missing) {
-    if (missing.choice == 0 || missing.choice != choice) ++count;
-    choice = missing.choice;
-  }
-  return count;
-}
-
-void StructureCheck::tellMissing(Trouble& trouble) const {
-  for (const Expected& missing : fault_.missing) trouble.told.insert(missing.memberIndex);
-}
-
-Expected StructureCheck::expectedOf(const ContentLeaf& leaf) const {
-  const StdDictionaryInfo& dictionary = model_.dictionary();
-  Expected expected;
-  expected.memberIndex = leaf.path.back().memberIndex;
-  expected.owed = leaf.owed;
-  expected.atMost = leaf.atMost < 0 ? kUnbounded : leaf.atMost;
-  expected.choice = leaf.choice;
-  expected.groups = groupsOf(model_.content(), leaf.path);
-  const auto& member = model_.content().member(expected.memberIndex);
-  if (const auto* const tag = dictionary.tags().find(member.toTagIndex); tag != nullptr) {
-    expected.name = toUtf8(elementNameOf(*tag));
-    expected.namespaceURI = toUtf8(dictionary.namespaceText(tag->namespaceIndex));
-  } else if (const auto* const type = dictionary.types().find(member.toTypeIndex)) {
-    expected.isWildcard = true;
-    const std::u16string_view text = textView(type->Identifier);
-    expected.name = toUtf8(text.substr(std::min(text.find(u' ') + 1, text.size())));
-  }
-  return expected;
+  fault_.expected = listExpected(model_.content(), searchFrom(scope, last));
 }
 
 }  // namespace cpi

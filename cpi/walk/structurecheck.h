@@ -15,20 +15,15 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <unordered_set>
 #include <vector>
 
-#include "cpi/runtime/kelstring.h"
 #include "cpi/walk/contentsearch.h"
+#include "cpi/walk/memberfinder.h"
+#include "cpi/walk/structurefault.h"
 #include "cpi/walk/verdict.h"
 #include "cpi/walk/walkmodel.h"
 
 namespace cpi {
-
-struct ElementName {
-  const unsigned short* local;
-  const KelStringBase& namespaceURI;
-};
 
 class StructureCheck {
  public:
@@ -47,16 +42,6 @@ class StructureCheck {
     std::int32_t leaf = kNone;     // the member row that it was taken for
     std::int32_t content = kNone;  // the Tags row by which its content may be judged
   };
-  // What a Finding has to say about the structure.
-  struct Fault {
-    std::vector<Expected> missing;
-    std::vector<Expected> expected;
-    std::vector<GroupStep> groups;
-    std::vector<KnownPlace> elsewhere;
-    std::int64_t elsewhereCount = 0;
-    std::int32_t atMost = kNone;
-  };
-
   // Neither is owned; both must outlive this.
   StructureCheck(const WalkModel& model, const OccurrenceCounter& counter);
 
@@ -82,7 +67,7 @@ class StructureCheck {
   Outcome judgeRefused(std::int32_t typeIndex, const ElementName& name);
 
   // Of the last outcome that was a fault, or the last end that was.
-  Fault& fault() noexcept { return fault_; }
+  StructureFault& fault() noexcept { return fault_; }
 
  private:
   // What a faulty element has to remember.
@@ -90,11 +75,11 @@ class StructureCheck {
     std::int64_t number = 0;  // of its scope
     ContentPath bookmark;     // where it stood before something came too early
     bool hasBookmark = false;
-    std::int32_t strays = 0;                // elements without a place, since the last with one, or
-                                            // in all where the order does not matter
-    ContentPath aside;                      // where the last one out of place would stand
-    std::int32_t strayType = kNone;         // the Types row that has the last one without a place
-    std::unordered_set<std::int32_t> told;  // members known to be missing or misplaced
+    std::int32_t strays = 0;               // elements without a place, since the last with one, or
+                                           // in all where the order does not matter
+    ContentPath aside;                     // where the last one out of place would stand
+    std::vector<std::int32_t> strayTypes;  // Types rows that have all of the last ones without one
+    ToldMembers told;
   };
 
   ContentSearch searchFrom(const Scope& scope, ContentSearch::Path last) const;
@@ -102,32 +87,30 @@ class StructureCheck {
   Trouble& addTrouble(const Scope& scope);
   void settle(const Scope& scope, ContentSearch::Path next);
   bool isInAnyOrder(const Scope& scope) const;
-  bool isTaken(std::int32_t leaf, const ElementName& name) const;
-  bool find(const ContentSearch& search, const ElementName& name, bool isLenient);
-  void findAnywhere(const ContentSearch& search, const ElementName& name);
-  bool isForeign(const ContentSearch& search, const ElementName& name) const;
+  bool isStillOwed(const ContentStep& step) const;
+  bool find(const ContentSearch& search, const ElementName& name);
+  bool findAhead(const ContentSearch& search, const ElementName& name, const ToldMembers* told);
   Outcome placed(const Scope& scope);
   Outcome judgeAhead(const Scope& scope, const ElementName& name);
+  Outcome judgeSkip(const Scope& scope);
   bool isOneMore(const Scope& scope, const ElementName& name) const;
   Outcome judgeBehind(const Scope& scope, const ElementName& name);
+  void classifyBehind(const Scope& scope, const ElementName& name, Outcome& outcome);
   Outcome judgeUnknown(const Scope& scope, const ElementName& name);
-  std::int32_t otherNamespace(const ContentSearch& search, const ElementName& name) const;
+  std::vector<std::int32_t> typesWith(const ElementName& name) const;
   Outcome judgeByName(const ElementName& name);
   Outcome judgeStray(Trouble& trouble, const ElementName& name);
   Outcome wrongNamespace(std::int32_t leaf);
   void explain(const Scope& scope);
-  void listMissing(const ContentSearch& search, ContentSearch::Path next, const Trouble* trouble);
-  std::int32_t owedCount() const noexcept;
-  void tellMissing(Trouble& trouble) const;
-  std::int32_t exhausted(const Scope& scope) const;
-  Expected expectedOf(const ContentLeaf& leaf) const;
+  bool isExhausted(const Scope& scope, const ElementName& name);
 
   const WalkModel& model_;
   const OccurrenceCounter& counter_;
+  MemberFinder finder_;
   ContentPath trail_;              // the paths of all open scopes, one behind the other
-  ContentPath found_;              // by find()
+  ContentPath found_;              // by the last search that did
   std::vector<Trouble> troubles_;  // of the open scopes that have any, outermost first
-  Fault fault_;
+  StructureFault fault_;
 };
 
 }  // namespace cpi

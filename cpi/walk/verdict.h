@@ -69,7 +69,7 @@ enum class Reason : std::uint8_t {
   NotInValueSet,     // (Value, Attribute)
   TooShort,          // (Value, Attribute)
   TooLong,           // (Value, Attribute)
-  WrongForm,         // not what a value of the logical type looks like (Value, Attribute)
+  WrongForm,         // not what a value of the type looks like (Value, Attribute, Nil)
   NotFixedValue,     // the model fixes another value (Value, Attribute)
   MissingAttribute,  // (Attribute)
   UnknownAttribute,  // (Attribute)

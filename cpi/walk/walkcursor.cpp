@@ -8,10 +8,12 @@ bool WalkCursor::isMemberWithinLimit() const {
 }
 
 bool WalkCursor::isInUnorderedType() const {
-  const SMD_TYPE_DEFINITION* const type = getDictionaryInfo()->types().find(getParentTypeIndex());
-  if (type == nullptr) return false;
-  if (type->Composition != TYPE_UNORDERED && type->Composition != TYPE_ALL) return false;
+  if (positionStack.size() < 2) return false;
   const auto parent = positionStack.rbegin() + 1;
+  const auto& types = getDictionaryInfo()->types();
+  if (!types.contains(parent->typeIndex)) return false;
+  const std::int32_t composition = types.records()[parent->typeIndex].Composition;
+  if (composition != TYPE_UNORDERED && composition != TYPE_ALL) return false;
   if (!isGroup(*parent)) return true;
   const SMD_STRUCTURE_ELEMENT_DEFINITION* const group =
       getDictionaryInfo()->typeMembers().find(parent->memberIndex);

@@ -14,10 +14,17 @@ class WalkCursor : public StdDictionaryIterator {
  public:
   explicit WalkCursor(const StdDictionaryInfo& dictionary) { setDictionaryInfo(&dictionary); }
 
+  using StdDictionaryIterator::goToFirstChild;
+  using StdDictionaryIterator::goToNextSibling;
+  using StdDictionaryIterator::keyOfName;
+
+  // The current entry; there must be one.
+  const DictionaryPosition& position() const noexcept { return positionStack.back(); }
   // Whether it stands on a member that is within its limit.
   bool isMemberWithinLimit() const;
-  // Whether the current element's occurrences may be scattered over the enclosing element: it is
-  // a member of an unordered type, which is the element's own or that of a group that occurs once.
+  // Whether the occurrences of the current element, a member, may be scattered over the enclosing
+  // element: it is a member of an unordered type, which is the element's own or that of a group
+  // that occurs once.
   bool isInUnorderedType() const;
 
   // Identifies an element as long as it is open: what stands behind it leads to a child.

@@ -177,13 +177,6 @@ void WalkModel::listWildcardsOfTypes() {
   firstOfType_.back() = listed_.size();
 }
 
-std::span<const std::int32_t> WalkModel::wildcardsOf(std::int32_t typeIndex) const noexcept {
-  if (!dictionary_->types().contains(typeIndex)) return {};
-  const auto slot = static_cast<std::size_t>(typeIndex);
-  return std::span(listed_).subspan(firstOfType_[slot],
-                                    firstOfType_[slot + 1] - firstOfType_[slot]);
-}
-
 std::int32_t WalkModel::globalTag(const unsigned short* name,
                                   const KelStringBase& namespaceURI) const {
   std::int32_t tagId = 0;
@@ -191,7 +184,7 @@ std::int32_t WalkModel::globalTag(const unsigned short* name,
   return found && tagId > 0 ? tagId : 0;
 }
 
-std::int32_t WalkModel::hiddenTag(std::u16string_view key) const noexcept {
+std::int32_t WalkModel::findHiddenTag(std::u16string_view key) const noexcept {
   const auto found = hiddenTags_.find(key);
   return found == hiddenTags_.end() ? 0 : found->second;
 }

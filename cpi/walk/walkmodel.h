@@ -63,7 +63,12 @@ class WalkModel {
   const ElementPlaces& places() const;
   // The wildcards directly in the content of a type or in its anonymous groups, as numbers for
   // wildcard(). Empty when there are none or `typeIndex` is no row.
-  std::span<const std::int32_t> wildcardsOf(std::int32_t typeIndex) const noexcept;
+  std::span<const std::int32_t> wildcardsOf(std::int32_t typeIndex) const noexcept {
+    if (listed_.empty() || !dictionary_->types().contains(typeIndex)) return {};
+    const auto slot = static_cast<std::size_t>(typeIndex);
+    return std::span(listed_).subspan(firstOfType_[slot],
+                                      firstOfType_[slot + 1] - firstOfType_[slot]);
+  }
   const Wildcard& wildcard(std::int32_t number) const noexcept {
     return wildcards_[static_cast<std::size_t>(number)];
   }
@@ -74,7 +79,9 @@ class WalkModel {
   // The id of the tag of a global element, or 0.
   std::int32_t globalTag(const unsigned short* name, const KelStringBase& namespaceURI) const;
   // The id of the hidden tag of a named type, or 0. `key` is the type's name, '^', its namespace.
-  std::int32_t hiddenTag(std::u16string_view key) const noexcept;
+  std::int32_t hiddenTag(std::u16string_view key) const noexcept {
+    return key.empty() ? 0 : findHiddenTag(key);
+  }
   // The Tags row of the hidden tag of the type in a row; kNone: it has none, or there is no such
   // row.
   std::int32_t hiddenTagOfType(std::int32_t typeIndex) const noexcept;
@@ -87,6 +94,7 @@ class WalkModel {
     }
   };
 
+  std::int32_t findHiddenTag(std::u16string_view key) const noexcept;
   void readWildcards();
   void readHiddenTags();
   void listWildcardsOfTypes();

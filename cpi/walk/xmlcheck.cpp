@@ -1,6 +1,7 @@
 #include "cpi/walk/xmlcheck.h"
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 #include "cpi/extract/modelconventions.h"
@@ -16,6 +17,7 @@ constexpr std::size_t kMaxShown = 80;
 constexpr std::size_t kMaxKeptTypes = 65536;
 
 constexpr std::string_view kInstance = "http://www.w3.org/2001/XMLSchema-instance";
+constexpr std::string_view kKnownToAll[] = {"type", "schemaLocation", "noNamespaceSchemaLocation"};
 constexpr std::string_view kSpace = " \t\r\n";
 
 std::string_view trimmed(std::string_view text) {
@@ -45,17 +47,6 @@ void forEachAttribute(const XmlStartTag& tag, Visit visit) {
   }
 }
 
-// The value of an attribute of the schema language's instance namespace; empty: there is none.
-std::string_view instanceAttribute(const XmlStartTag& tag, std::string_view name) {
-  std::string_view value;
-  forEachAttribute(tag, [&](const XmlAttribute& attribute) {
-    const bool isIt = attribute.namespaceURI == kInstance && attribute.name == name;
-    if (isIt) value = attribute.value;
-    return !isIt;
-  });
-  return value;
-}
-
 }  // namespace
 
 FindingSink::~FindingSink() = default;
@@ -67,23 +58,20 @@ void XmlCheck::start(const XmlStartTag& tag, std::u16string_view typeKey) {
   const Verdict& verdict = frame.verdict;
   if (verdict.reason == Reason::InNil) trail_.parent()->isNil = false;  // that was told just now
   if (verdict.typeIndex == kNone) return;
-  if (!typeKey.empty()) checkType(frame, tag, typeKey);
-  const SchemaProperties& properties = model_.properties();
-  const bool isAbstract = properties.controlOfTag(verdict.tagIndex).isAbstract ||
-                          properties.controlOfType(verdict.typeIndex).isAbstract;
-  if (isAbstract && verdict.isGood()) {
-    sink_.add(findingOf(frame, VerdictKind::Type, Reason::AbstractType), nullptr);
+  if (!isOfRightType(frame, tag, typeKey)) {
+    walk_.setUnjudged();
+    return;
   }
-  if (tag.attributeCount > 0) checkNil(frame, tag);
+  if (tag.attributeCount > 0) checkInstance(frame, tag);
   if (attributes_.isNeeded()) checkAttributes(frame, tag);
   const SMD_TAG_DEFINITION* const content = contentTag(frame);
   const SMD_TYPE_DEFINITION* const type = dictionary_.types().find(verdict.typeIndex);
-  if (content == nullptr || type == nullptr || frame.isNil) return;
+  if (content == nullptr || type == nullptr || frame.isNil || frame.isWronglyNil) return;
   frame.hasNoText = type->LogicalType < 1 && content->MaxLength == kNoText;
   frame.hasValue = values_.isNeeded(verdict.contentTagIndex);
 }
 
-void XmlCheck::text(std::string_view piece, const XmlPushParser& parser) {
+void XmlCheck::text(std::string_view piece, const XmlEventParser& parser) {
   if (trail_.isEmpty()) return;
   XmlFrame& frame = trail_.top();
   if (frame.hasNoText || frame.isNil) checkText(frame, piece, parser);
@@ -93,7 +81,9 @@ void XmlCheck::text(std::string_view piece, const XmlPushParser& parser) {
 }
 
 void XmlCheck::end() {
-  if (const XmlFrame& frame = trail_.top(); frame.hasValue && isWhole_) checkValue(frame);
+  const XmlFrame& frame = trail_.top();
+  if (frame.hasValue && isWhole_) checkValue(frame);
+  if (frame.hasWrongText && !walk_.hasChild()) walk_.setUnjudged();  // it is there instead
   text_.clear();
   isWhole_ = false;  // what follows is text of the enclosing element, behind a child
 }
@@ -102,16 +92,25 @@ const SMD_TAG_DEFINITION* XmlCheck::contentTag(const XmlFrame& frame) const {
   return dictionary_.tags().find(frame.verdict.contentTagIndex);
 }
 
-void XmlCheck::checkType(const XmlFrame& frame, const XmlStartTag& tag,
-                         std::u16string_view typeKey) {
+// What is wrong with the type is told, and then the type says nothing of what the element has.
+bool XmlCheck::isOfRightType(const XmlFrame& frame, const XmlStartTag& tag,
+                             std::u16string_view typeKey) {
   const Verdict& verdict = frame.verdict;
-  const bool isKnown = model_.hiddenTag(typeKey) != 0;
-  const Reason reason = isKnown ? judgeType(verdict.tagIndex, verdict.typeIndex)
-                                : judgeUnknownType(verdict.tagIndex, typeKey);
-  if (reason == Reason::None) return;
+  Reason reason = Reason::None;
+  if (!typeKey.empty()) {
+    const bool isKnown = model_.hiddenTag(typeKey) != 0;
+    reason = isKnown ? judgeType(verdict.tagIndex, verdict.typeIndex)
+                     : judgeUnknownType(verdict.tagIndex, typeKey);
+  }
+  const SchemaProperties& properties = model_.properties();
+  const bool isAbstract = properties.controlOfTag(verdict.tagIndex).isAbstract ||
+                          properties.controlOfType(verdict.typeIndex).isAbstract;
+  if (reason == Reason::None && isAbstract && verdict.isGood()) reason = Reason::AbstractType;
+  if (reason == Reason::None) return true;
   Finding finding = findingOf(frame, VerdictKind::Type, reason);
-  finding.value = shown(trimmed(tag.type));
+  if (reason != Reason::AbstractType) finding.value = shown(trimmed(tag.type));
   sink_.add(std::move(finding), nullptr);
+  return false;
 }
 
 // Kept for each pair, since the way from a type to another may be long.
@@ -168,21 +167,46 @@ void XmlCheck::addAttribute(const XmlFrame& frame, const XmlAttribute& attribute
   sink_.add(std::move(finding), nullptr);
 }
 
-void XmlCheck::checkNil(XmlFrame& frame, const XmlStartTag& tag) {
-  const std::string_view value = trimmed(instanceAttribute(tag, "nil"));
-  if (value != "true" && value != "1") return;
+// The attributes that the schema language has for all elements.
+void XmlCheck::checkInstance(XmlFrame& frame, const XmlStartTag& tag) {
+  forEachAttribute(tag, [&](const XmlAttribute& attribute) {
+    if (attribute.namespaceURI != kInstance) return true;
+    if (attribute.name == "nil") {
+      checkNil(frame, attribute.value);
+    } else if (attributes_.isNeeded() &&
+               std::ranges::find(kKnownToAll, attribute.name) == std::end(kKnownToAll)) {
+      addAttribute(frame, attribute, Reason::UnknownAttribute, kNone);
+    }
+    return true;
+  });
+}
+
+// A value of false may not stand either where the element may not be nil.
+void XmlCheck::checkNil(XmlFrame& frame, std::string_view value) {
   const auto* const declared = dictionary_.tags().find(frame.verdict.tagIndex);
   if (declared == nullptr) return;
-  if (!declared->NullPermitted) {
-    sink_.add(findingOf(frame, VerdictKind::Nil, Reason::NotNillable), nullptr);
-    return;
+  value = trimmed(value);
+  const bool isTrue = value == "true" || value == "1";
+  if (!isTrue && value != "false" && value != "0") {
+    addNil(frame, Reason::WrongForm, value);
+  } else if (!declared->NullPermitted) {
+    addNil(frame, Reason::NotNillable, {});
+    frame.isWronglyNil = isTrue;
+    if (isTrue) walk_.setUnjudged();
+  } else if (isTrue) {
+    frame.isNil = true;
+    walk_.setNil();
   }
-  frame.isNil = true;
-  walk_.setNil();
+}
+
+void XmlCheck::addNil(const XmlFrame& frame, Reason reason, std::string_view value) {
+  Finding finding = findingOf(frame, VerdictKind::Nil, reason);
+  finding.value = shown(value);
+  sink_.add(std::move(finding), nullptr);
 }
 
 // Once for each element.
-void XmlCheck::checkText(XmlFrame& frame, std::string_view piece, const XmlPushParser& parser) {
+void XmlCheck::checkText(XmlFrame& frame, std::string_view piece, const XmlEventParser& parser) {
   const std::size_t first =
       frame.isNil ? (piece.empty() ? piece.npos : 0) : piece.find_first_not_of(kSpace);
   if (first == piece.npos) return;
@@ -190,6 +214,7 @@ void XmlCheck::checkText(XmlFrame& frame, std::string_view piece, const XmlPushP
                                 : findingOf(frame, VerdictKind::Text, Reason::NotAllowed);
   finding.value = shown(trimmed(piece.substr(first)));
   if (frame.isNil) walk_.setNil(true);
+  frame.hasWrongText = !frame.isNil;
   const WalkPosition position = parser.textPosition(piece.substr(first));
   frame.hasNoText = frame.isNil = false;
   sink_.add(std::move(finding), &position);

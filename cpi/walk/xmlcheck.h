@@ -13,7 +13,7 @@
 #include "cpi/walk/attributecheck.h"
 #include "cpi/walk/modelwalk.h"
 #include "cpi/walk/valuecheck.h"
-#include "cpi/walk/xmlpushparser.h"
+#include "cpi/walk/xmleventparser.h"
 #include "cpi/walk/xmltrail.h"
 
 namespace cpi {
@@ -39,20 +39,22 @@ class XmlCheck {
 
   // The innermost element has begun, and its frame has its verdict. `typeKey` as ModelWalk has it.
   void start(const XmlStartTag& tag, std::u16string_view typeKey);
-  void text(std::string_view piece, const XmlPushParser& parser);
+  void text(std::string_view piece, const XmlEventParser& parser);
   // The innermost element is about to end.
   void end();
 
  private:
   const SMD_TAG_DEFINITION* contentTag(const XmlFrame& frame) const;
-  void checkType(const XmlFrame& frame, const XmlStartTag& tag, std::u16string_view typeKey);
+  bool isOfRightType(const XmlFrame& frame, const XmlStartTag& tag, std::u16string_view typeKey);
   Reason judgeType(std::int32_t tagIndex, std::int32_t typeIndex);
   Reason judgeUnknownType(std::int32_t tagIndex, std::u16string_view typeKey) const;
   void checkAttributes(const XmlFrame& frame, const XmlStartTag& tag);
   void addAttribute(const XmlFrame& frame, const XmlAttribute& attribute, Reason reason,
                     std::int32_t tagIndex);
-  void checkNil(XmlFrame& frame, const XmlStartTag& tag);
-  void checkText(XmlFrame& frame, std::string_view piece, const XmlPushParser& parser);
+  void checkInstance(XmlFrame& frame, const XmlStartTag& tag);
+  void checkNil(XmlFrame& frame, std::string_view value);
+  void addNil(const XmlFrame& frame, Reason reason, std::string_view value);
+  void checkText(XmlFrame& frame, std::string_view piece, const XmlEventParser& parser);
   void checkValue(const XmlFrame& frame);
   Finding findingOf(const XmlFrame& frame, VerdictKind kind, Reason reason) const;
 

@@ -1,21 +1,13 @@
 #include "cpi/walk/xmlnames.h"
 
 #include <algorithm>
-#include <bit>
+#include <utility>
 
 namespace cpi {
 namespace {
 
 std::string_view viewOf(const unsigned char* text) noexcept {
   return text == nullptr ? std::string_view() : reinterpret_cast<const char*>(text);
-}
-
-// Both addresses count: one local name may stand in several namespaces.
-std::size_t hashOf(const char* local, const char* uri) noexcept {
-  constexpr std::uint64_t kFactor = 0x9E3779B97F4A7C15;
-  const auto first = static_cast<std::uint64_t>(reinterpret_cast<std::uintptr_t>(local));
-  const auto second = static_cast<std::uint64_t>(reinterpret_cast<std::uintptr_t>(uri));
-  return static_cast<std::size_t>(((first * kFactor) ^ std::rotl(second, 32)) * kFactor >> 20);
 }
 
 std::string_view trimmed(std::string_view text) noexcept {
@@ -27,12 +19,13 @@ std::string_view trimmed(std::string_view text) noexcept {
 
 }  // namespace
 
-const XmlName& XmlNames::find(const char* local, const char* uri) {
-  if (const Slot& slot = slotOf(local, uri); slot.local != nullptr) return *slot.name;
+XmlName& XmlNames::add(const char* local, const char* uri) {
   if (names_.size() * 2 >= slots_.size()) grow();
-  const XmlName& name = names_.emplace_back(
-      XmlName{KelStringBase::fromUtf8(local), KelStringBase::fromUtf8(uri == nullptr ? "" : uri),
-              static_cast<std::int32_t>(names_.size())});
+  KelStringBase text = KelStringBase::fromUtf8(local);
+  const unsigned short* const units = text.getText();
+  XmlName& name = names_.emplace_back(XmlName{std::move(text),
+                                              KelStringBase::fromUtf8(uri == nullptr ? "" : uri),
+                                              units, static_cast<std::int32_t>(names_.size())});
   slotOf(local, uri) = {local, uri, &name};
   return name;
 }
@@ -40,15 +33,6 @@ const XmlName& XmlNames::find(const char* local, const char* uri) {
 void XmlNames::clear() noexcept {
   std::fill(slots_.begin(), slots_.end(), Slot{});
   names_.clear();
-}
-
-XmlNames::Slot& XmlNames::slotOf(const char* local, const char* uri) noexcept {
-  const std::size_t mask = slots_.size() - 1;
-  std::size_t at = hashOf(local, uri) & mask;
-  while (slots_[at].local != nullptr && (slots_[at].local != local || slots_[at].uri != uri)) {
-    at = (at + 1) & mask;
-  }
-  return slots_[at];
 }
 
 void XmlNames::grow() {
@@ -59,21 +43,16 @@ void XmlNames::grow() {
   }
 }
 
-void XmlNamespaces::enter(const unsigned char** declarations, int count) {
-  marks_.push_back(bindings_.size());
+void XmlNamespaces::add(const unsigned char** declarations, int count) {
   for (int pair = 0; pair < count; ++pair) {
-    bindings_.push_back({viewOf(declarations[2 * pair]), viewOf(declarations[2 * pair + 1])});
+    bindings_.push_back(
+        {viewOf(declarations[2 * pair]), viewOf(declarations[2 * pair + 1]), depth_});
   }
-}
-
-void XmlNamespaces::leave() noexcept {
-  bindings_.resize(marks_.back());
-  marks_.pop_back();
 }
 
 void XmlNamespaces::clear() noexcept {
   bindings_.clear();
-  marks_.clear();
+  depth_ = 0;
 }
 
 std::string_view XmlNamespaces::find(std::string_view prefix) const noexcept {

@@ -1,11 +1,12 @@
-// The names of one message in the form that the dictionary's iterator takes.
+// The names of messages in the form that the dictionary's iterator takes.
 //
-// The parser interns names: equal names have one address as long as it parses. So each pair of
+// The parser interns names: equal names have one address until it forgets them. So each pair of
 // local name and namespace is converted to UTF-16 once, and found by its two addresses from then
 // on.
 #ifndef CPI_WALK_XMLNAMES_H
 #define CPI_WALK_XMLNAMES_H
 
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <deque>
@@ -20,9 +21,13 @@ namespace cpi {
 
 // The converted name of an element; an empty namespace stands for none.
 struct XmlName {
+  static constexpr std::int32_t kUnresolved = -2;
+
   KelStringBase local;
   KelStringBase namespaceURI;
-  std::int32_t number;  // from 0, in order of first use
+  const unsigned short* text;      // that of `local`
+  std::int32_t number;             // from 0, in order of first use
+  std::int32_t key = kUnresolved;  // as ModelWalk has it, once it was asked for
 };
 
 class XmlNames {
@@ -30,7 +35,10 @@ class XmlNames {
   XmlNames() : slots_(kFirstSlots) {}
 
   // The converted name, valid until clear(). `local` and `uri` (null: none) are interned.
-  const XmlName& find(const char* local, const char* uri);
+  XmlName& find(const char* local, const char* uri) {
+    const Slot& slot = slotOf(local, uri);
+    return slot.local != nullptr ? *slot.name : add(local, uri);
+  }
   void clear() noexcept;
   std::size_t size() const noexcept { return names_.size(); }
 
@@ -39,10 +47,25 @@ class XmlNames {
   struct Slot {
     const char* local = nullptr;  // null: free
     const char* uri = nullptr;
-    const XmlName* name = nullptr;
+    XmlName* name = nullptr;
   };
 
-  Slot& slotOf(const char* local, const char* uri) noexcept;
+  // Both addresses count: one local name may stand in several namespaces.
+  static std::size_t hashOf(const char* local, const char* uri) noexcept {
+    constexpr std::uint64_t kFactor = 0x9E3779B97F4A7C15;
+    const std::uint64_t first = reinterpret_cast<std::uintptr_t>(local);
+    const std::uint64_t second = reinterpret_cast<std::uintptr_t>(uri);
+    return static_cast<std::size_t>((first + std::rotl(second, 20)) * kFactor >> 32);
+  }
+  Slot& slotOf(const char* local, const char* uri) noexcept {
+    const std::size_t mask = slots_.size() - 1;
+    std::size_t at = hashOf(local, uri) & mask;
+    while (slots_[at].local != nullptr && (slots_[at].local != local || slots_[at].uri != uri)) {
+      at = (at + 1) & mask;
+    }
+    return slots_[at];
+  }
+  XmlName& add(const char* local, const char* uri);
   void grow();
 
   std::vector<Slot> slots_;
@@ -54,8 +77,14 @@ class XmlNamespaces {
  public:
   // `declarations` holds `count` pairs of prefix (null: default) and URI, which stay valid until
   // the element is left.
-  void enter(const unsigned char** declarations, int count);
-  void leave() noexcept;
+  void enter(const unsigned char** declarations, int count) {
+    ++depth_;
+    if (count > 0) add(declarations, count);
+  }
+  void leave() noexcept {
+    while (!bindings_.empty() && bindings_.back().depth == depth_) bindings_.pop_back();
+    --depth_;
+  }
   void clear() noexcept;
   // The URI of a prefix, empty when it has none.
   std::string_view find(std::string_view prefix) const noexcept;
@@ -64,10 +93,13 @@ class XmlNamespaces {
   struct Binding {
     std::string_view prefix;
     std::string_view uri;
+    std::int32_t depth;  // of the element that declares it
   };
 
+  void add(const unsigned char** declarations, int count);
+
   std::vector<Binding> bindings_;
-  std::vector<std::size_t> marks_;  // per open element: the number of bindings around it
+  std::int32_t depth_ = 0;  // of the innermost open element
 };
 
 // Turns the qualified names in xsi:type attributes into keys of WalkModel::hiddenTag; each

@@ -23,9 +23,11 @@ struct XmlFrame {
   std::int64_t number = 0;      // no other element of the message has it
   std::size_t countsMark = 0;   // see OccurrenceCounter
   Verdict verdict;
-  bool hasNoText = false;  // only white space may stand in it, and nothing else has yet
-  bool hasValue = false;   // its text is a value to be judged
+  bool hasNoText = false;     // only white space may stand in it, and nothing else has yet
+  bool hasValue = false;      // its text is a value to be judged
+  bool hasWrongText = false;  // that was told
   bool isNil = false;
+  bool isWronglyNil = false;  // it says so and may not be
 };
 
 class XmlTrail : public WalkTrail {

@@ -6,8 +6,8 @@
 
 #include "cpi/walk/messagefile.h"
 #include "cpi/walk/xmlcheck.h"
+#include "cpi/walk/xmleventparser.h"
 #include "cpi/walk/xmlnames.h"
-#include "cpi/walk/xmlpushparser.h"
 #include "cpi/walk/xmltrail.h"
 
 namespace cpi {
@@ -21,13 +21,15 @@ constexpr std::size_t kReadSize = std::size_t{1} << 16;
 class XmlWalker::Walk : public XmlEvents, public FindingSink {
  public:
   Walk(const WalkModel& model, const WalkOptions& options)
-      : model_(&model), walk_(model, options.isChecking), trail_(walk_) {
+      : model_(&model),
+        walk_(model, options.isChecking),
+        trail_(walk_),
+        parser_(*this, options.isChecking) {
     if (options.isChecking) check_.emplace(model, walk_, trail_, *this);
   }
 
   void begin(WalkVisitor* visitor) {
     walk_.restart();
-    names_.clear();
     scope_.clear();
     trail_.clear();
     summary_ = {};
@@ -38,14 +40,14 @@ class XmlWalker::Walk : public XmlEvents, public FindingSink {
   WalkSummary text(std::string_view text, const std::string& name);
 
   void startElement(const XmlStartTag& tag) override;
-  void text(std::string_view piece) override { check_->text(piece, *parser_); }
+  void text(std::string_view piece) override { check_->text(piece, parser_); }
   void endElement() override;
+  void forgetNames() override { names_.clear(); }
 
  private:
-  WalkSummary finish(XmlPushParser& parser) {
-    parser.finish();
-    parser_ = nullptr;
-    summary_.notFetched = parser.notFetched();
+  WalkSummary parse(const std::string& name, const XmlEventParser::Read& read) {
+    parser_.parse(name, read);
+    summary_.notFetched = parser_.notFetched();
     return summary_;
   }
   void count(const Verdict& verdict) noexcept {
@@ -74,34 +76,29 @@ class XmlWalker::Walk : public XmlEvents, public FindingSink {
   XmlTypeKeys typeKeys_;
   WalkSummary summary_;
   WalkVisitor* visitor_ = nullptr;
-  const XmlPushParser* parser_ = nullptr;
+  XmlEventParser parser_;
   std::vector<char> buffer_;
 };
 
 WalkSummary XmlWalker::Walk::file(const std::string& path) {
   MessageFile file(path);
-  XmlPushParser parser(*this, path, check_.has_value());
-  parser_ = &parser;
   buffer_.resize(kReadSize);
-  while (const std::size_t size = file.read(buffer_)) {
-    parser.feed({buffer_.data(), size});
-  }
-  return finish(parser);
+  return parse(path, [&] { return std::string_view(buffer_.data(), file.read(buffer_)); });
 }
 
 WalkSummary XmlWalker::Walk::text(std::string_view text, const std::string& name) {
-  XmlPushParser parser(*this, name, check_.has_value());
-  parser_ = &parser;
-  parser.feed(text);
-  return finish(parser);
+  return parse(name, [&text] { return std::exchange(text, {}); });
 }
 
 void XmlWalker::Walk::startElement(const XmlStartTag& tag) {
   scope_.enter(tag.declarations, tag.declarationCount);
-  const XmlName& name = names_.find(tag.local, tag.uri);
+  XmlName& name = names_.find(tag.local, tag.uri);
   const std::u16string_view typeKey =
       tag.type.empty() ? std::u16string_view() : typeKeys_.find(tag.type, scope_);
-  const Verdict verdict = walk_.enter(name.local.getText(), name.namespaceURI, typeKey);
+  if (name.key == XmlName::kUnresolved) {
+    name.key = walk_.keyOf(name.text, name.namespaceURI);
+  }
+  const Verdict verdict = walk_.enter({name.text, name.namespaceURI}, name.key, typeKey);
   count(verdict);
   if (isFollowed()) follow(verdict, name, tag, typeKey);
 }
@@ -145,7 +142,7 @@ void XmlWalker::Walk::endElement() {
 
 // Of the last structural fault of the walk.
 Finding XmlWalker::Walk::structureFinding(const Verdict& verdict) {
-  StructureCheck::Fault& fault = walk_.fault();
+  StructureFault& fault = walk_.fault();
   Finding finding;
   finding.verdict = verdict;
   finding.missing = std::move(fault.missing);
@@ -164,7 +161,7 @@ Finding XmlWalker::Walk::structureFinding(const Verdict& verdict) {
 
 void XmlWalker::Walk::complete(Finding& finding, const WalkPosition* position) const {
   finding.path = trail_.path();
-  finding.position = position == nullptr ? parser_->position() : *position;
+  finding.position = position == nullptr ? parser_.position() : *position;
   if (finding.name.empty()) {
     finding.name = finding.path.back().name;
     finding.namespaceURI = finding.path.back().namespaceURI;
@@ -190,7 +187,7 @@ void XmlWalker::Walk::report(const Verdict& verdict, const XmlStartTag& tag,
   element.depth = static_cast<std::int32_t>(walk_.depth()) - 1;
   element.name = tag.local;
   if (tag.uri != nullptr) element.namespaceURI = tag.uri;
-  element.position = parser_->position();
+  element.position = parser_.position();
   element.member = dictionary.typeMembers().find(verdict.memberIndex);
   element.tag = dictionary.tags().find(verdict.tagIndex);
   element.type = dictionary.types().find(verdict.typeIndex);

@@ -87,7 +87,8 @@ TEST(WalkCheck, SequenceTellsEachFaultOnce) {
        {"<a/><o:b/><d/><d/>", "namespace /r/b =b in r"},
        {"<a/><b/><x/><y/><d/><d/>", "unknown /r/x =c d*2; unknown /r/y =c d*2"},
        {"<a/>text<b/><d/>more<d/>", "text /r 'text'"},
-       {"<a/><b><x/></b><d/><d/>", "refused /r/b/x"}});
+       {"<a/><b><x/><x/></b><d/><d/>", "refused /r/b/x"},
+       {"<a/><b/><dd/><d/>", "unknown /r/dd =c d*2"}});
 }
 
 TEST(WalkCheck, GroupsChoicesAndTheirRepeats) {
@@ -104,6 +105,17 @@ TEST(WalkCheck, GroupsChoicesAndTheirRepeats) {
                   {"<b/><k/><v/><k/><v/>", "order /r/k -c =c"},
                   {"<a/><b/><c/><k/><v/><k/><v/>", "refused /r/b =k"},
                   {"<a/><k/><v/><k/><v/><k/><v/><k/><v/>", "too-many /r/k[4] max 3"}});
+  expectFindings(rootOf("<xs:choice><xs:sequence>" + element("a") + element("k") + element("z") +
+                        "</xs:sequence><xs:sequence>" + element("b", "minOccurs='0'") +
+                        element("k") + element("z") + "</xs:sequence><xs:sequence>" + element("c") +
+                        "<xs:element ref='t:h' " + "maxOccurs='2'/><xs:sequence maxOccurs='2'>" +
+                        element("v") + element("w", "minOccurs='0'") +
+                        "</xs:sequence></xs:sequence></xs:choice>") +
+                     element("h") + element("i", "substitutionGroup='t:h'"),
+                 {{"<z/><k/>", "order /r/z -k =a|b|k|c"},
+                  {"<c/><i/><h/><i/><v/>", "too-many /r/i[2] =v max 2"},
+                  {"<c/><h/><v/><w/><v/><w/><v/><w/>", "too-many /r/v[3] max 2"},
+                  {"<c/><h/><v/><v/><v/><w/>", "too-many /r/v[3] =w max 2"}});
 }
 
 TEST(WalkCheck, UnorderedContent) {
@@ -127,6 +139,14 @@ TEST(WalkCheck, WildcardsAreResolvedExactly) {
                  {{"<a/><a/>", ""},
                   {"<a/><a/><a/><o:x/>", ""},
                   {"<a/><a/><a/>", "incomplete /r -##any =##any"}});
+  expectFindings(rootOf("<xs:sequence>" + element("a") + element("b") +
+                        "<xs:any processContents='lax'/>" + element("c") + "</xs:sequence>") +
+                     element("g"),
+                 {{"<a/><bb/><g/><c/>", "unknown /r/bb =b"},
+                  {"<a/><o:b/><g/><c/>", "namespace /r/b =b in r"},
+                  {"<a/><g/><c/>", "order /r/g -b =b"},
+                  {"<a/><b/><g/><x/><c/>", "unknown /r/x =c"},
+                  {"<a/><b/><g/><o:c/>", "namespace /r/c =c in r"}});
 }
 
 TEST(WalkCheck, ElementsOfOtherPlacesKeepTheirContent) {
@@ -134,11 +154,13 @@ TEST(WalkCheck, ElementsOfOtherPlacesKeepTheirContent) {
       rootOf("<xs:sequence><xs:element name='list' minOccurs='0'><xs:complexType><xs:sequence>"
              "<xs:element name='item' type='t:Item' maxOccurs='unbounded'/></xs:sequence>"
              "</xs:complexType></xs:element></xs:sequence>") +
-          "<xs:complexType name='Item'><xs:sequence>" + element("k") + element("v") +
-          "</xs:sequence></xs:complexType>",
+          "<xs:complexType name='Pair'><xs:sequence>" + element("v") + element("u") +
+          "</xs:sequence></xs:complexType><xs:complexType name='Item'><xs:sequence>" +
+          element("k") + element("v") + "</xs:sequence></xs:complexType>",
       {{"<list><item><k/><v/></item></list>", ""},
        {"<item><k/></item>", "elsewhere /r/item =list in list; incomplete /r/item -v =v"},
-       {"<list><k/><v/></list>", "elsewhere /r/list/k =item in Item"}});
+       {"<list><k/><v/></list>", "elsewhere /r/list/k =item in Item"},
+       {"<list><v/><u/></list>", "elsewhere /r/list/v =item in Item"}});
 }
 
 TEST(WalkCheck, Values) {
@@ -214,6 +236,8 @@ TEST(WalkCheck, AttributesAndFixedValues) {
        {"<a q='1' o:q='1' Q='1'/>", "attribute /r/a@q '1'; attribute /r/a@Q '1'"},
        {"<w z='1'/><v>no</v><v x='1'/>",
         "attribute /r/w@z '1'; value /r/v 'no'; attribute /r/v[2]@x '1'"}});
+  expectFindings(rootOf("<xs:sequence>" + element("a") + "</xs:sequence>"),
+                 {{"<a x='1'/>", "attribute /r/a@x '1'"}});
 }
 
 TEST(WalkCheck, TypesAndNil) {
@@ -229,10 +253,14 @@ TEST(WalkCheck, TypesAndNil) {
           element("x") + "</xs:sequence></xs:complexType>",
       {{"<a xsi:type='B'><x/><y/></a><n xsi:nil='true'/>", ""},
        {"<a xsi:type='B'><x/></a>", "incomplete /r/a -y =y"},
-       {"<a xsi:type='Z'><x/></a>", "type /r/a 'Z'"},
-       {"<a xsi:type='C'><x/></a>", "type /r/a 'C'"},
+       {"<a xsi:type='Z' q='1'><zz/></a>", "type /r/a 'Z'"},
+       {"<a xsi:type='C'>text</a>", "type /r/a 'C'"},
        {"<a xsi:type='xs:int'><x/></a>", "type /r/a 'xs:int'"},
-       {"<a xsi:nil='true'><x/></a>", "nil /r/a"},
+       {"<a xsi:nil='true'/>", "nil /r/a"},
+       {"<a xsi:nil='0'><x/></a>", "nil /r/a"},
+       {"<n xsi:nil='maybe'><x/></n>", "nil /r/n 'maybe'"},
+       {"<n xsi:foo='1' q='1'><x/></n>", "attribute /r/n@foo '1'; attribute /r/n@q '1'"},
+       {"<a>text</a>", "text /r/a 'text'"},
        {"<n xsi:nil='1'>t<x/></n>", "nil /r/n 't'"},
        {"<n xsi:nil='1'><x/><x/> </n>", "refused /r/n/x"}});
 }

@@ -210,6 +210,23 @@ TEST(XsdChecking, DoubtsAreReportedAndRefusedByFullChecking) {
   EXPECT_EQ(errorOf({file}, {.checking = SchemaChecking::Basic}), "compiled");
 }
 
+TEST(XsdChecking, AmbiguousTypesAreToldByTheirPlaces) {
+  const TemporaryDirectory directory;
+  const std::string content =
+      "><xs:sequence><xs:element name='a' minOccurs='0'/><xs:element name='a'/></xs:sequence>"
+      "</xs:complexType>";
+  const std::string file = directory.write(
+      "s.xsd", schemaText("\n<xs:complexType name='T'" + content +
+                          "\n<xs:element name='e'><xs:complexType" + content + "</xs:element>"));
+  XsdReport report;
+  compileXsd({file}, {}, report);
+  ASSERT_EQ(report.notices.size(), 2U);
+  EXPECT_EQ(report.notices[0].line, 2);
+  EXPECT_THAT(report.notices[0].text, HasSubstr("type 'T' is ambiguous"));
+  EXPECT_EQ(report.notices[1].line, 3);
+  EXPECT_THAT(report.notices[1].text, HasSubstr("a type without name"));
+}
+
 // Schemas that need a deep stack, and limits of occurrence that no automaton can unfold.
 TEST(XsdChecking, LargeSchemasCompile) {
   const TemporaryDirectory directory;

@@ -1,4 +1,5 @@
 #include "tools/stddict/definitions.h"
+#include "cpi/extract/modelconventions.h"
 
 #include <cmath>
 
@@ -62,12 +63,27 @@ Json membersFacts(const Dictionary& dictionary, std::int32_t typeIndex) {
   return members;
 }
 
+// By the count field, and the field that begins each repeat: there is no name for it in messages.
+std::string fixGroupWords(const cpi::StdDictionaryInfo& dictionary,
+                          const cpi::SMD_TAG_DEFINITION& tag) {
+  std::u16string_view name = comparedName(tag.TextIdentifier);
+  name.remove_suffix(cpi::kFixGroupEnd.size());
+  const MemberRows rows = membersOf(dictionary, tag.ToTypeIndexField);
+  const auto* const first = dictionary.typeMembers().find(rows.begin);
+  if (rows.begin == rows.end || first == nullptr) return "a repeat of " + shown(name);
+  const auto* const field = dictionary.tags().find(first->toTagIndex);
+  const std::string begin =
+      field == nullptr ? std::string() : ", from " + shown(comparedName(field->TextIdentifier));
+  return "a repeat of " + shown(name) + begin;
+}
+
 }  // namespace
 
 std::string memberWords(const cpi::StdDictionaryInfo& dictionary,
                         const cpi::SMD_STRUCTURE_ELEMENT_DEFINITION& member) {
   if (const auto* const tag = dictionary.tags().find(member.toTagIndex); tag != nullptr) {
-    return shown(comparedName(tag->TextIdentifier));
+    return isFixGroup(tag->TextIdentifier) ? fixGroupWords(dictionary, *tag)
+                                           : shown(comparedName(tag->TextIdentifier));
   }
   const auto* const type = dictionary.types().find(member.toTypeIndex);
   if (isGroup(member, type)) return "(" + compositionWord(type->Composition) + ")";

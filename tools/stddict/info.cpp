@@ -14,9 +14,10 @@ constexpr const char* kFooter = R"(Examples:
   stddict info order.json
   stddict info order.image --json
 
-Bytes of a table are those it takes in memory: records, texts and other properties. Messages are the
-tags of class M; when there are none, the global tags (without '^' in the name) that no type has as a
-member. Which of the two it was is told.)";
+Bytes of a table are those it takes in memory: records, texts and other properties. Index bytes are
+those of what is derived from all tables to answer faster. Messages are the tags of class M; when
+there are none, the global tags (without '^' in the name) that no type has as a member. Which of the
+two it was is told.)";
 
 struct Options {
   std::string dictionary;
@@ -148,6 +149,7 @@ Json infoFacts(const cpi::StdDictionaryInfo& dictionary, const std::string& path
   facts["fileBytes"] = fileSize(path);
   Json tables = tablesFacts(dictionary);
   facts["totalBytes"] = totalBytes(tables);
+  facts["indexBytes"] = dictionary.lookupIndexBytes();
   facts["tables"] = std::move(tables);
   Json namespaces = Json::array();
   for (const Json& uri :

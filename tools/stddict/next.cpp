@@ -27,6 +27,8 @@ Listed are, in the order of the model, the first children that the element at th
 have and what may come after it, each with its occurrence and the groups in which it would stand.
 What is owed has to come before the element, or the one around it, may end. A member that is owed in
 any order may have come before the path's last element; that is for the message to tell.
+The repeats of a FIX group have the name of its count field with .group behind it in a path:
+/NewOrderSingle/NoAllocs.group[2]/AllocQty.
 Exit code: 0 when the path leads to an element, 1 when not, 2 when the file cannot be read or the
 path is none.)";
 

@@ -194,6 +194,15 @@ std::string typeSentence(const Finding& finding) {
   }
 }
 
+std::string nilSentence(const Finding& finding) {
+  const std::string value = "'" + printable(finding.value) + "'";
+  switch (finding.verdict.reason) {
+    case Reason::NotNillable: return "may not be nil, and may not say whether it is";
+    case Reason::WrongForm: return "xsi:nil must be true or false: " + value;
+    default: return "is nil, but has text: " + value;
+  }
+}
+
 }  // namespace
 
 std::string_view wordOf(cpi::Placement placement) noexcept {
@@ -229,10 +238,7 @@ std::string sentenceOf(const Finding& finding) {
     case VerdictKind::Attribute:
       return "attribute " + printable(finding.name) + ": " + valueSentence(finding);
     case VerdictKind::Type: return typeSentence(finding);
-    case VerdictKind::Nil:
-      return finding.verdict.reason == Reason::NotNillable
-                 ? "may not be nil"
-                 : "is nil, but has text: '" + printable(finding.value) + "'";
+    case VerdictKind::Nil: return nilSentence(finding);
     default: return elementSentence(finding);
   }
 }

@@ -91,6 +91,14 @@ bool isMarked(const unsigned short* text) noexcept {
   return cpi::textView(text).find(cpi::kNameMark) != std::u16string_view::npos;
 }
 
+bool isFixGroup(const unsigned short* text) noexcept {
+  const std::u16string_view whole = cpi::textView(text);
+  const std::size_t mark = whole.find(cpi::kNameMark);
+  return mark != whole.npos && mark > 1 && whole.front() == u'g' &&
+         whole.substr(1, mark - 1).find_first_not_of(u"0123456789") == whole.npos &&
+         whole.ends_with(cpi::kFixGroupEnd);
+}
+
 bool isGroup(const cpi::SMD_STRUCTURE_ELEMENT_DEFINITION& member,
              const cpi::SMD_TYPE_DEFINITION* type) noexcept {
   return member.toTagIndex == cpi::kNone && type != nullptr && type->LogicalType == 0;

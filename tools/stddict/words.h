@@ -23,6 +23,8 @@ std::string occursText(std::int32_t minOccurs, std::int32_t maxOccurs);
 std::u16string_view comparedName(const unsigned short* text) noexcept;
 // Whether the text is what the compiler gives to definitions that no element is named after.
 bool isMarked(const unsigned short* text) noexcept;
+// Whether it is that of a repeating group of a FIX message.
+bool isFixGroup(const unsigned short* text) noexcept;
 
 // A member that stands for the members inside it: no tag, and a type without values.
 bool isGroup(const cpi::SMD_STRUCTURE_ELEMENT_DEFINITION& member,

@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <memory>
 #include <span>
 #include <vector>
 
@@ -19,7 +20,7 @@ namespace cpi {
 inline constexpr std::array<unsigned char, 8> kImageMagic = {
     kImageFirstByte, 'C', 'P', 'I', '\r', '\n', 0x1A, '\n'};
 inline constexpr std::uint32_t kImageByteOrder = 0x01020304;
-inline constexpr std::uint32_t kImageVersion = 2;
+inline constexpr std::uint32_t kImageVersion = 3;
 inline constexpr std::uint64_t kImageAlignment = 8;
 // As many as a load admits. It also bounds the cost of putting them in order.
 inline constexpr std::uint32_t kMaximumImageProperties = 1024;
@@ -62,22 +63,34 @@ inline constexpr std::uint64_t paddedSize(std::uint64_t size) noexcept {
 
 // Of a whole number of 8-byte words: the sum of each eighth word, and the sum of these sums as they
 // grow, so that a change of a word changes its sum, and an exchange of words the other. It goes
-// through the bytes as fast as they come.
-inline std::uint64_t imageChecksum(std::span<const unsigned char> bytes) noexcept {
+// through the bytes as fast as they come. `copy`, if not null, gets the bytes on the way.
+inline std::uint64_t imageChecksum(std::span<const unsigned char> bytes,
+                                   unsigned char* copy = nullptr) noexcept {
   using Pair [[gnu::vector_size(16)]] = std::uint64_t;
   constexpr std::uint64_t kFactor = 0x9E3779B97F4A7C15;  // odd, with well-mixed bits
   constexpr std::size_t kPairs = 4;
   Pair sums[kPairs] = {};
   Pair totals[kPairs] = {};
   std::size_t done = 0;
-  for (; bytes.size() - done >= sizeof sums; done += sizeof sums) {
+  const auto addBlocks = [&](auto keep) {
+    for (; bytes.size() - done >= sizeof sums; done += sizeof sums) {
 #pragma GCC unroll 4
-    for (std::size_t i = 0; i < kPairs; ++i) {  // in registers, which a plain loop would not use
-      Pair words;
-      std::memcpy(&words, bytes.data() + done + i * sizeof words, sizeof words);
-      sums[i] += words;
-      totals[i] += sums[i];
+      for (std::size_t i = 0; i < kPairs; ++i) {  // in registers, which a plain loop would not use
+        Pair words;
+        std::memcpy(&words, bytes.data() + done + i * sizeof words, sizeof words);
+        keep(words, done + i * sizeof words);
+        sums[i] += words;
+        totals[i] += sums[i];
+      }
     }
+  };
+  if (copy == nullptr) {
+    addBlocks([](const Pair&, std::size_t) {});
+  } else {
+    addBlocks([copy](const Pair& words, std::size_t place) {
+      std::memcpy(copy + place, &words, sizeof words);
+    });
+    std::memcpy(copy + done, bytes.data() + done, bytes.size() - done);
   }
   std::uint64_t state = bytes.size();
   const auto mix = [&state](std::uint64_t word) {
@@ -101,8 +114,9 @@ struct ImageContents {
 
   KelStringBase msgSetID;
   KelStringBase formatID;
+  std::shared_ptr<const void> bytes;  // that the following refers to
   std::vector<DictTable> tables;
-  std::span<const unsigned char> derived;  // in the image; not looked into
+  std::span<const unsigned char> derived;  // not looked into
 };
 
 // The rules of each slot's records; null where there are none.

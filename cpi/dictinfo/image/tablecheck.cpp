@@ -61,20 +61,24 @@ std::optional<Fault> findEndFault(const StringTable& property, std::uint64_t sta
 }
 
 // Whether the texts lie one behind the other in row order, as a load leaves them: each offset then
-// lies behind the one before, with a terminator in front of it.
-bool areTextsInOrder(const StringTable& property, std::uint64_t start) {
+// lies behind the one before, with a terminator in front of it. One pass without a way out, for
+// sound columns are what there is.
+bool areTextsInOrder(const StringTable& property, std::uint64_t textStart) {
   const auto* const offsets = reinterpret_cast<const std::uint32_t*>(property.buffer);
-  std::uint32_t previous = 0;
+  const auto start = static_cast<std::uint32_t>(textStart);
+  const std::uint32_t used = property.bufferUsed;
+  std::uint32_t previous = start - 1;
+  bool isInOrder = true;
   for (std::uint32_t row = 0; row < property.rowCount; ++row) {
     const std::uint32_t offset = offsets[row];
-    if (offset == 0) continue;
-    if (offset <= previous || offset >= property.bufferUsed || offset % kUnitBytes != 0) {
-      return false;
-    }
-    if (previous == 0 ? offset < start : unitAt(property, offset - kUnitBytes) != 0) return false;
-    previous = offset;
+    const bool isText = offset != 0;
+    const bool isInside = (offset > previous) & (offset < used) & (offset % kUnitBytes == 0);
+    const unsigned short before = unitAt(property, (isInside ? offset : start) - kUnitBytes);
+    // In front of the first text stand offsets.
+    isInOrder &= !isText | (isInside & ((before == 0) | (previous < start)));
+    previous = isText ? offset : previous;
   }
-  return true;
+  return isInOrder;
 }
 
 std::optional<Fault> findTextFault(const StringTable& property, std::uint64_t start) {
@@ -107,14 +111,16 @@ std::optional<Fault> findSizeFault(std::uint32_t recordSize, std::uint32_t rowCo
   constexpr std::uint64_t kMaximumBytes = std::numeric_limits<std::uint32_t>::max();
   const std::uint64_t low = rules == nullptr ? 0 : rules->minimumRows;
   const std::uint64_t high = rules == nullptr ? kMaximumRows : rules->maximumRows;
-  const std::string found = number(rowCount) + " rows of " + number(recordSize) + " bytes";
-  if (rowCount < low || rowCount > high) return Fault{0, found, bounds(low, high) + " rows"};
+  const auto fault = [&](const std::string& expected) {
+    return Fault{0, number(rowCount) + " rows of " + number(recordSize) + " bytes", expected};
+  };
+  if (rowCount < low || rowCount > high) return fault(bounds(low, high) + " rows");
   if ((recordSize == 0) != (rowCount == 0) ||
       std::uint64_t{recordSize} * rowCount > kMaximumBytes) {
-    return Fault{0, found, "neither, or both and at most 4 GiB"};
+    return fault("neither, or both and at most 4 GiB");
   }
   if (rules == nullptr || rowCount == 0 || recordSize == rules->recordSize) return std::nullopt;
-  return Fault{0, found, "records of " + number(rules->recordSize) + " bytes"};
+  return fault("records of " + number(rules->recordSize) + " bytes");
 }
 
 std::optional<Fault> findKindFault(std::int32_t type, std::uint32_t propertyRows,

@@ -83,9 +83,7 @@ void StdDictionaryInfo::endMessage(WorkerInfoPtr worker) {
   KelOperation operation(nullptr, "StdDictionaryInfo::endMessage");
   handle([&](StdDictionaryHandler& handler) {
     handler.endMessage(worker);
-    handler.finish();
-    loadHandler_.reset();
-    freeze();
+    endLoad();
   });
 }
 
@@ -118,10 +116,11 @@ void StdDictionaryInfo::data(const PWFData& value, WorkerInfoPtr worker) {
 }
 
 void StdDictionaryInfo::MapTableProperty(DictTableRefBase table, StringTableRef strings) {
+  static const KelStringBase kNone;
   const bool hasStrings = strings.strings != nullptr;
   KelOperation operation(nullptr, "StdDictionaryInfo::MapTableProperty",
-                         hasStrings ? strings.strings->tableMemberName : KelStringBase(),
-                         hasStrings ? strings.strings->memberName : KelStringBase());
+                         hasStrings ? strings.strings->tableMemberName : kNone,
+                         hasStrings ? strings.strings->memberName : kNone);
   DictionaryInfo::MapTableProperty(table, strings);
   if (hasStrings && (strings.strings->tableMemberName.view() != textView(CPI_VLS_TABMBR) ||
                      strings.strings->memberName.view() != textView(CPI_StringMember))) {
@@ -145,15 +144,22 @@ const RecordRules* StdDictionaryInfo::recordRules(int slot) const {
 void StdDictionaryInfo::postProcessDictionary() {
   KelOperation operation(nullptr, "StdDictionaryInfo::postProcessDictionary");
   DictionaryInfo::postProcessDictionary();
-  if (loadHandler_ != nullptr) loadHandler_->finish();
+  endLoad();
+}
+
+void StdDictionaryInfo::endLoad() noexcept {
+  if (isLoading()) {
+    loadHandler_->finish();
+    for (DictTable& table : tables()) {
+      for (const auto& property : table.properties.tables()) property->shrink();
+    }
+  }
   loadHandler_.reset();
   freeze();
 }
 
 void StdDictionaryInfo::refreshTexts() noexcept {
-  forEachReference([](auto& reference) {
-    for (std::int32_t row = 0; row < reference.rowCount(); ++row) reference.row(row);
-  });
+  forEachReference([](auto& reference) { reference.refreshAll(); });
 }
 
 void StdDictionaryInfo::freeze() noexcept {

@@ -287,6 +287,8 @@ class CPI_API StdDictionaryInfo : public DictionaryInfo {
   // The handler of the load in progress, made to fill this dictionary; null when no load runs.
   StdDictionaryHandler* loadHandler();
   StdDictionaryHandler* takeLoadOver();
+  // Ends the load in progress, if there is one, and makes the tables ready.
+  void endLoad() noexcept;
   // Refreshes every text field, so that readers find nothing to write, and builds the index unless
   // there is one.
   void freeze() noexcept;

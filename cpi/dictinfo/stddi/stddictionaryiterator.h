@@ -322,6 +322,14 @@ class CPI_API StdDictionaryIterator : public KelOwnedLogSource {
                         bool atStartEntry, bool matchCurrent) const;
   bool isTypeContentMatched(SearchDef const& search) const;
 
+  // For callers who meet the same names again and again: the key of a name, -1 when no tag has it,
+  // and what the move to the next element of that key comes to where an index tells so. False where
+  // none does: nothing has changed, and the move by name is to be made.
+  static std::int32_t keyOfName(const StdDictionaryInfo& dictionary, const unsigned short* name,
+                                const KelStringBase& namespaceURI) noexcept;
+  bool goToFirstChild(std::int32_t key);
+  bool goToNextSibling(std::int32_t key);
+
   bool moveToFirstChild(SearchDef search, bool allowUndefined, bool enforceRequired);
   bool moveToSibling(SearchDef search, bool moveFwd, bool allowUndefined, bool enforceRequired);
   bool moveToNewPosition(SearchDef search, bool matchCurrent, bool moveFwd, bool enforceRequired);
@@ -353,12 +361,11 @@ class CPI_API StdDictionaryIterator : public KelOwnedLogSource {
                           bool moveFwd);
   bool isParentAnonymous() const;
   // By the index alone, where it can tell; to the tag, or to any tag of the key when it is -1.
-  bool goToChild(const Passing& passing, std::int32_t tagIndex);
-  bool goToPeer(const Passing& passing, std::int32_t tagIndex);
+  bool goToChild(Passing passing, std::int32_t tagIndex);
+  bool goToPeer(Passing passing, std::int32_t tagIndex);
   bool goToSame() noexcept;
-  bool goToMember(const Passing& passing, std::int32_t tagIndex, std::int32_t from);
-  bool goToNextRound(const Passing& passing, std::int32_t tagIndex,
-                     const SMD_TYPE_DEFINITION& type);
+  bool goToMember(Passing passing, std::int32_t tagIndex, std::int32_t from);
+  bool goToNextRound(Passing passing, std::int32_t tagIndex, const SMD_TYPE_DEFINITION& type);
   // In these the namespace is the caller's, and that of `search` is not read.
   bool moveToChild(SearchDef& search, const KelStringBase& namespaceURI, Passing passing,
                    bool allowUndefined, bool enforceRequired);

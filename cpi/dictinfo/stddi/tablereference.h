@@ -84,6 +84,8 @@ class TableReference {
   const Record* find(std::int32_t index) const noexcept {
     return contains(index) ? &row(index) : nullptr;
   }
+  // Refreshes all rows, as `row` does for one.
+  void refreshAll() const noexcept;
   // The row's text straight from the string table; null when it has none.
   const unsigned short* text(std::int32_t index) const noexcept {
     return strings_ == nullptr || index < 0 ? nullptr
@@ -109,6 +111,23 @@ class TableReference {
   DictTable* table_ = nullptr;
   const StringTable* strings_ = nullptr;
 };
+
+template <class Record>
+void TableReference<Record>::refreshAll() const noexcept {
+  if (!RecordText<Record>::exists || rowCount() == 0) return;
+  auto* const rows = reinterpret_cast<Record*>(table_->records);
+  const auto count = static_cast<std::uint32_t>(rowCount());
+  const bool hasTexts = strings_ != nullptr;
+  for (std::uint32_t row = 0; row < count; ++row) {
+    const unsigned short** const field = RecordText<Record>::field(rows[row]);
+    if (field == nullptr) continue;
+    const std::atomic_ref<const unsigned short*> cache(*field);
+    const unsigned short* const value = hasTexts ? strings_->GetValue(row) : nullptr;
+    if (cache.load(std::memory_order_relaxed) != value) {
+      cache.store(value, std::memory_order_relaxed);
+    }
+  }
+}
 
 }  // namespace cpi
 

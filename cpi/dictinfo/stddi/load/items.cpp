@@ -129,10 +129,13 @@ void StdDictionaryHandler::storeItem(const Column& column, const PWFData& value)
     case ColumnKind::Integer: {
       unsigned char* const record = recordAt(row_);
       *reinterpret_cast<std::int32_t*>(record + column.offset) = integer(value);
-      quick_ = {section_, field_, &openTable(), current_->recordSize, column.offset};
+      storesTo(column);
       break;
     }
-    case ColumnKind::Text: storeText(row_, value); break;
+    case ColumnKind::Text:
+      storeText(row_, value);
+      storesTo(column);
+      break;
     default: break;  // kept nowhere
   }
 }
@@ -143,6 +146,7 @@ void StdDictionaryHandler::storeClass(const Column& column, const PWFData& value
   const unsigned short* const letters = text(value);
   const std::int32_t code = letters == nullptr ? 0 : letters[0];
   *reinterpret_cast<std::int32_t*>(record + column.offset) = code;
+  storesTo(column);
   if (isTagClass(code)) return;
   throwConfigurationError(site, CP_DICTIONARY_ERROR, "Invalid tag class", {code});
 }
@@ -155,6 +159,38 @@ void StdDictionaryHandler::storeFlag(const Column& column, const PWFData& value,
     throwConfigurationError(site, CP_DICTIONARY_ERROR, "Invalid value for null permitted.", {flag});
   }
   *reinterpret_cast<bool*>(record + column.offset) = flag != 0;
+  storesTo(column);
+}
+
+// Another item of the column that was stored to last.
+bool StdDictionaryHandler::storeLikeLast(const PWFData& value) {
+  if (quick_.kind == ColumnKind::Ignored || quick_.column != field_ ||
+      quick_.section != dataSection_ ||
+      static_cast<std::uint32_t>(row_) >= static_cast<std::uint32_t>(quick_.table->rowCount)) {
+    return false;
+  }
+  unsigned char* const field =
+      quick_.table->records + static_cast<std::size_t>(row_) * quick_.recordSize + quick_.offset;
+  const bool isText = value.getLogicalType() == LTString;
+  operation_ = kDataOperation;
+  switch (quick_.kind) {
+    case ColumnKind::Text:
+      if (isText) storeText(openTable(), row_, value.getStringValue());
+      return isText;
+    case ColumnKind::ClassCode: {
+      const unsigned short* const letters = isText ? value.getStringValue() : nullptr;
+      if (letters == nullptr || !isTagClass(letters[0])) return false;
+      *reinterpret_cast<std::int32_t*>(field) = letters[0];
+      return true;
+    }
+    case ColumnKind::Flag: {
+      const std::int64_t* const flag = value.getSignedValue();
+      if (flag == nullptr || *flag < 0 || *flag > 1) return false;
+      *reinterpret_cast<bool*>(field) = *flag != 0;
+      return true;
+    }
+    default: return false;
+  }
 }
 
 void StdDictionaryHandler::copyFixedText(unsigned short* field, std::u16string_view text,
@@ -173,8 +209,12 @@ void StdDictionaryHandler::storeFixedText(unsigned char* field, const PWFData& v
 
 void StdDictionaryHandler::storeText(std::int32_t row, const PWFData& value) {
   recordAt(row);
-  const unsigned short* const rowText = text(value);
-  guarded([&] { textsOf(openTable()).SetValue(static_cast<std::uint32_t>(row), rowText); });
+  storeText(openTable(), row, text(value));
+}
+
+void StdDictionaryHandler::storeText(DictTable& target, std::int32_t row,
+                                     const unsigned short* rowText) {
+  guarded([&] { textsOf(target).SetValue(static_cast<std::uint32_t>(row), rowText); });
 }
 
 // The property of the table's text column, looked up again when the table has got another one.

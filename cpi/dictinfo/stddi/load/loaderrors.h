@@ -18,6 +18,7 @@ inline constexpr std::int32_t kNullPermittedLine = 494;
 inline constexpr std::int32_t kMemberClassLine = 564;
 inline constexpr std::int32_t kRefusedItemLine = 600;  // bounds that the handler keeps itself
 
+inline constexpr const char* kDataOperation = "StdDictionaryHandler::data";
 inline constexpr const char* kNoIdentificationText = "Identification section not present";
 inline constexpr const char* kReExtractText =
     "File may have been generated with an out of date extractor. Re-extract with new extractor.";

@@ -187,29 +187,30 @@ bool isChecked(const Column& column) {
   }
 }
 
-// Whether all rows have a value that a column of classes or flags may have; false for other
-// columns.
+// Whether all rows have a value that their class and flag columns, one of each at most, may have;
+// one pass for both.
 template <class Record>
-bool isSound(const Column& column, Bytes records) {
-  bool areSound = true;
+bool areClassesAndFlagsSound(std::span<const Column> columns, Bytes records) {
+  const auto classes = std::ranges::find(columns, ColumnKind::ClassCode, &Column::kind);
+  const auto flags = std::ranges::find(columns, ColumnKind::Flag, &Column::kind);
+  const bool hasFlags = flags != columns.end();
+  if (classes == columns.end()) return !hasFlags;
   const unsigned char* const end = records.data() + records.size();
-  if (column.kind == ColumnKind::ClassCode) {
-    for (const auto* row = records.data(); row != end; row += sizeof(Record)) {
-      areSound &= isClass(integerAt(row + column.offset));
-    }
-    return areSound;
-  }
-  if (column.kind != ColumnKind::Flag) return false;
+  bool areSound = true;
   for (const auto* row = records.data(); row != end; row += sizeof(Record)) {
-    areSound &= row[column.offset] <= 1;
+    areSound &= isClass(integerAt(row + classes->offset));
+    if (hasFlags) areSound &= row[flags->offset] <= 1;
   }
   return areSound;
 }
 
 template <TableSlot slot, class Record>
 std::optional<RecordFault> findFault(Bytes records) {
-  for (const Column& column : columnsOf(slot)) {
-    if (!isChecked(column) || isSound<Record>(column, records)) continue;
+  const std::span<const Column> columns = columnsOf(slot);
+  const bool isSound = areClassesAndFlagsSound<Record>(columns, records);
+  for (const Column& column : columns) {
+    const bool isKnown = column.kind == ColumnKind::ClassCode || column.kind == ColumnKind::Flag;
+    if (!isChecked(column) || (isSound && isKnown)) continue;
     for (std::size_t i = column.offset; i < records.size(); i += sizeof(Record)) {
       if (auto fault = findFieldFault(column, records.data() + i, i)) return fault;
     }

@@ -9,7 +9,6 @@ namespace {
 
 constexpr const char* kStartElement = "StdDictionaryHandler::startElement";
 constexpr const char* kEndElement = "StdDictionaryHandler::endElement";
-constexpr const char* kData = "StdDictionaryHandler::data";
 
 }  // namespace
 
@@ -130,16 +129,16 @@ StdDictionaryHandler::DataFunction StdDictionaryHandler::dataFunction(
 }
 
 void StdDictionaryHandler::data(const PWFData& value, const WorkerInfoPtr&) {
-  KelOperation operation(nullptr, kData, value.getDebugString().getStringValue());
+  KelOperation operation(nullptr, kDataOperation, value.getDebugString().getStringValue());
   dispatch(value);
 }
 
 void StdDictionaryHandler::dispatch(const PWFData& value) {
-  operation_ = kData;
+  operation_ = kDataOperation;
   if (const DataFunction function = dataFunction(dataSection_); function != nullptr) {
     (this->*function)(value);
   } else if (KelLog::isOn(LLDebug)) {
-    KelLog::debug(nullptr, kData, kIgnoringTagText, {dataSection_, field_});
+    KelLog::debug(nullptr, kDataOperation, kIgnoringTagText, {dataSection_, field_});
   }
 }
 

@@ -40,7 +40,7 @@ class StdDictionaryHandler final {
     row_ = index;
   }
   void take(const PWFData& value) {
-    if (!storeQuickly(value)) dispatch(value);
+    if (!storeQuickly(value) && !storeLikeLast(value)) dispatch(value);
   }
   void close(std::int32_t id) {
     if (id != field_ || isFiltering_) return closeStructure(id);
@@ -107,12 +107,12 @@ class StdDictionaryHandler final {
   // The named property of the open item; created by the item of row 0.
   StringTable& openProperty(std::int32_t type);
 
-  // Items. They come column by column: what the first item of an integer column has found out
-  // serves those behind it. False when the item needs a closer look.
+  // Items. They come column by column: what the first item of a column has found out serves those
+  // behind it. False when the item needs a closer look; nothing has changed then.
   bool storeQuickly(const PWFData& value) noexcept {
     const bool isOpen = quick_.column == field_ && quick_.section == dataSection_;
     const std::int64_t* const number = value.getSignedValue();
-    if (!isOpen || quick_.table == nullptr || number == nullptr) return false;
+    if (!isOpen || quick_.kind != ColumnKind::Integer || number == nullptr) return false;
     const auto narrow = static_cast<std::int32_t>(*number);
     const auto row = static_cast<std::uint32_t>(row_);
     const auto rows = static_cast<std::uint32_t>(quick_.table->rowCount);
@@ -121,6 +121,7 @@ class StdDictionaryHandler final {
     *reinterpret_cast<std::int32_t*>(record + quick_.offset) = narrow;
     return true;
   }
+  bool storeLikeLast(const PWFData& value);
   void collectText(std::vector<KelStringBase>& list, const PWFData& value);
   void storeItem(const Column& column, const PWFData& value);
   void storeClass(const Column& column, const PWFData& value, const ErrorSite& site);
@@ -128,6 +129,7 @@ class StdDictionaryHandler final {
   void copyFixedText(unsigned short* field, std::u16string_view text, const ItemPlace& place) const;
   void storeFixedText(unsigned char* field, const PWFData& value);
   void storeText(std::int32_t row, const PWFData& value);
+  void storeText(DictTable& target, std::int32_t row, const unsigned short* rowText);
   StringTable& textsOf(DictTable& target);
   void storeCollected(TableSlot slot, std::int32_t column, std::size_t row,
                       const KelStringBase& text);
@@ -147,8 +149,9 @@ class StdDictionaryHandler final {
   template <class Step>
   void guarded(Step step) const;
 
-  // The integer column that was stored to last; no table: none in this section.
+  // The column that was stored to last, unless its kind is Ignored: then none of this section.
   struct QuickColumn {
+    ColumnKind kind = ColumnKind::Ignored;
     std::int32_t section = kNoSection;
     std::int32_t column = kNoColumn;
     const DictTable* table = nullptr;
@@ -164,6 +167,9 @@ class StdDictionaryHandler final {
 
   StdDictionaryInfo* owner_;
   const LoadLimits limits_;
+  void storesTo(const Column& column) noexcept {
+    quick_ = {column.kind, section_, field_, &openTable(), current_->recordSize, column.offset};
+  }
   QuickColumn quick_;
   TextColumn texts_;
   std::int32_t section_ = kNoSection;      // the open table section

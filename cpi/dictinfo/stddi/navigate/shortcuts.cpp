@@ -11,16 +11,10 @@ namespace {
 using Member = SMD_STRUCTURE_ELEMENT_DEFINITION;
 constexpr std::int32_t kNoRow = MemberIndex::kNoRow;
 
-// The type that the members below an entry belong to, or null where the entry says another.
+// The type that the members below an entry belong to; null where no member or tag leads to it.
 const SMD_TYPE_DEFINITION* typeBelow(const MemberIndex& members,
                                      const DictionaryPosition& entry) noexcept {
-  std::int32_t typeIndex = kNone;
-  if (const Member* const member = members.member(entry.memberIndex); member != nullptr) {
-    typeIndex = member->toTypeIndex;
-  } else if (const auto* const tag = members.tag(entry.tagIndex); tag != nullptr) {
-    typeIndex = tag->ToTypeIndexField;
-  }
-  return typeIndex == entry.typeIndex ? members.type(typeIndex) : nullptr;
+  return entry.memberIndex >= 0 || entry.tagIndex >= 0 ? members.type(entry.typeIndex) : nullptr;
 }
 
 // Members follow one another, and none was matched yet: the search goes through all of them.
@@ -154,7 +148,7 @@ Passing StdDictionaryIterator::passingFor(const SearchDef& search) const noexcep
 }
 
 // The first child that is a member of the current type, or of a group in it.
-bool StdDictionaryIterator::goToChild(const Passing& passing, std::int32_t tagIndex) {
+bool StdDictionaryIterator::goToChild(Passing passing, std::int32_t tagIndex) {
   if (positionStack.empty() || positionStack.size() > kMaximumPassingDepth) return false;
   const DictionaryPosition& parent = positionStack.back();
   const SMD_TYPE_DEFINITION* const type = typeBelow(*passing.members, parent);
@@ -180,7 +174,7 @@ bool StdDictionaryIterator::goToChild(const Passing& passing, std::int32_t tagIn
 }
 
 // The current member once more, a member behind it at its level, or one of its group begun again.
-bool StdDictionaryIterator::goToPeer(const Passing& passing, std::int32_t tagIndex) {
+bool StdDictionaryIterator::goToPeer(Passing passing, std::int32_t tagIndex) {
   const std::size_t size = positionStack.size();
   if (size < 2 || size > kMaximumPassingDepth) return false;
   const MemberIndex& members = *passing.members;
@@ -215,8 +209,7 @@ bool StdDictionaryIterator::goToSame() noexcept {
 }
 
 // A member at the level of the current one, or in a group there, from the row `from` on.
-bool StdDictionaryIterator::goToMember(const Passing& passing, std::int32_t tagIndex,
-                                       std::int32_t from) {
+bool StdDictionaryIterator::goToMember(Passing passing, std::int32_t tagIndex, std::int32_t from) {
   const MemberIndex& members = *passing.members;
   DictionaryPosition& current = positionStack.back();
   if (!isBeside(members, from, current.memberIndex)) return false;
@@ -237,7 +230,7 @@ bool StdDictionaryIterator::goToMember(const Passing& passing, std::int32_t tagI
 }
 
 // A member of the repeating group that the current member is in, when nothing is left behind it.
-bool StdDictionaryIterator::goToNextRound(const Passing& passing, std::int32_t tagIndex,
+bool StdDictionaryIterator::goToNextRound(Passing passing, std::int32_t tagIndex,
                                           const SMD_TYPE_DEFINITION& type) {
   const MemberIndex& members = *passing.members;
   const std::size_t size = positionStack.size();
@@ -259,6 +252,28 @@ bool StdDictionaryIterator::goToNextRound(const Passing& passing, std::int32_t t
   ++positionStack.back().repeatIndex;
   route.append(positionStack, dictionaryInfo);
   return true;
+}
+
+std::int32_t StdDictionaryIterator::keyOfName(const StdDictionaryInfo& dictionary,
+                                              const unsigned short* name,
+                                              const KelStringBase& namespaceURI) noexcept {
+  const LookupIndex* const index = dictionary.index();
+  if (index == nullptr || index->members() == nullptr || name == nullptr || *name == 0) {
+    return kNone;
+  }
+  return index->members()->names().keyOf(textView(name), namespaceURI.view());
+}
+
+bool StdDictionaryIterator::goToFirstChild(std::int32_t key) {
+  Passing known = passing();
+  known.key = key;
+  return known.members != nullptr && key != kNone && goToChild(known, kNone);
+}
+
+bool StdDictionaryIterator::goToNextSibling(std::int32_t key) {
+  Passing known = passing();
+  known.key = key;
+  return known.members != nullptr && key != kNone && goToPeer(known, kNone);
 }
 
 bool StdDictionaryIterator::moveToFirstChildTagId(std::int32_t tagId, bool allowUndefined,

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <map>
+#include <utility>
+#include <vector>
 
 namespace cpi {
 
@@ -25,22 +27,26 @@ void sortFirsts(std::vector<Entry>& entries) {
 
 DefinitionIndex::DefinitionIndex(const MemberTable& members, const TypeTable& types,
                                  const OverrideTable& overrides)
-    : DefinitionIndex(members, types, overrides, WithoutKeys()) {
+    : DefinitionIndex(members, overrides, WithoutArrays()) {
+  findRuns();
+  indexLogicalTypes(types);
   indexWideRuns();
   indexOverrides();
 }
 
-DefinitionIndex::DefinitionIndex(const MemberTable& members, const TypeTable& types,
-                                 const OverrideTable& overrides, WithoutKeys)
-    : members_(members), overrides_(overrides) {
-  findRuns();
-  indexLogicalTypes(types);
-}
-
-bool DefinitionIndex::adopt() noexcept {
+bool DefinitionIndex::adopt(const TypeTable& types) noexcept {
   if (!tagsOfRuns_.adopt(members_.rowCount()) || !overrideKeys_.adopt(overrides_.rowCount())) {
     return false;
   }
+  // A run ends behind where it starts, and the last with the table.
+  const std::size_t starts = runStarts_.size();
+  if (starts == 0 || *(runStarts_.end() - 1) != members_.rowCount()) return false;
+  bool isAscending = *runStarts_.begin() == 0;
+  for (std::size_t i = 1; i < starts; ++i) {
+    isAscending &= *(runStarts_.begin() + i) > *(runStarts_.begin() + i - 1);
+  }
+  const auto isType = [&](const LogicalType& type) { return types.contains(type.row); };
+  if (!isAscending || !std::ranges::all_of(logicalTypes_, isType)) return false;
   const auto rows = static_cast<std::uint32_t>(overrides_.rowCount());
   const auto isCount = [rows](std::int32_t count) {
     return static_cast<std::uint32_t>(count) <= rows;
@@ -51,11 +57,13 @@ bool DefinitionIndex::adopt() noexcept {
 
 void DefinitionIndex::findRuns() {
   const auto* const rows = members_.records();
+  std::vector<std::int32_t> starts;
   for (std::int32_t row = 0; row < members_.rowCount(); ++row) {
-    if (row == 0 || rows[row].ParentTypeId != rows[row - 1].ParentTypeId) runStarts_.push_back(row);
+    if (row == 0 || rows[row].ParentTypeId != rows[row - 1].ParentTypeId) starts.push_back(row);
   }
-  runStarts_.push_back(members_.rowCount());
-  runStarts_.shrink_to_fit();
+  starts.push_back(members_.rowCount());
+  starts.shrink_to_fit();
+  runStarts_ = IndexArray<std::int32_t>(std::move(starts));
 }
 
 void DefinitionIndex::indexWideRuns() {
@@ -79,7 +87,10 @@ void DefinitionIndex::indexLogicalTypes(const TypeTable& types) {
     if (logicalType != previous && logicalType != 0) firstRows.emplace(logicalType, row);
     previous = logicalType;
   }
-  logicalTypes_.assign(firstRows.begin(), firstRows.end());
+  std::vector<LogicalType> found;
+  found.reserve(firstRows.size());
+  for (const auto& [code, row] : firstRows) found.push_back({code, row});
+  logicalTypes_ = IndexArray<LogicalType>(std::move(found));
 }
 
 void DefinitionIndex::indexOverrides() {
@@ -94,7 +105,7 @@ void DefinitionIndex::indexOverrides() {
   sortFirsts(entries);
   overrideKeys_ = KeyIndex(entries);
   if (!hasOverrides()) return;
-  overrideCounts_.assign(static_cast<std::size_t>(overrides_.rowCount()), 0);
+  overrideCounts_ = IndexArray<std::int32_t>(static_cast<std::size_t>(overrides_.rowCount()));
   for (std::int32_t row = 0; row < overrides_.rowCount(); ++row) {
     ++overrideCounts_[static_cast<std::size_t>(overrideKeys_.hash().slotOf(keyOfRow(row)).row)];
   }
@@ -120,9 +131,9 @@ std::int32_t DefinitionIndex::firstOfTag(std::int32_t first, std::int32_t tagId)
 }
 
 std::int32_t DefinitionIndex::firstOfLogicalType(std::int32_t logicalType) const noexcept {
-  const auto found = std::ranges::lower_bound(logicalTypes_, logicalType, {},
-                                              [](const auto& pair) { return pair.first; });
-  return found != logicalTypes_.end() && found->first == logicalType ? found->second : kNone;
+  const auto* const found =
+      std::ranges::lower_bound(logicalTypes_, logicalType, {}, &LogicalType::code);
+  return found != logicalTypes_.end() && found->code == logicalType ? found->row : kNone;
 }
 
 DefinitionIndex::Overrides DefinitionIndex::overridesOf(std::int32_t msgId,
@@ -134,9 +145,8 @@ DefinitionIndex::Overrides DefinitionIndex::overridesOf(std::int32_t msgId,
 }
 
 std::size_t DefinitionIndex::bytes() const noexcept {
-  return runStarts_.size() * sizeof(std::int32_t) + tagsOfRuns_.bytes() +
-         logicalTypes_.size() * sizeof(logicalTypes_[0]) + overrideKeys_.bytes() +
-         overrideCounts_.size() * sizeof(std::int32_t);
+  return runStarts_.bytes() + tagsOfRuns_.bytes() + logicalTypes_.bytes() + overrideKeys_.bytes() +
+         overrideCounts_.bytes();
 }
 
 }  // namespace cpi

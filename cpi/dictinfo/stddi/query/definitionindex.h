@@ -7,8 +7,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <utility>
-#include <vector>
 
 #include "cpi/dictinfo/stddi/query/idindex.h"
 #include "cpi/dictinfo/stddi/tablereference.h"
@@ -27,10 +25,10 @@ class DefinitionIndex {
   // Throws std::bad_alloc. The tables are shared by whoever shares the index.
   DefinitionIndex(const MemberTable& members, const TypeTable& types,
                   const OverrideTable& overrides);
-  // Without the costly part, the arrays that visitArrays visits and adopt takes into use.
-  struct WithoutKeys {};
-  DefinitionIndex(const MemberTable& members, const TypeTable& types,
-                  const OverrideTable& overrides, WithoutKeys);
+  // Without the arrays that visitArrays visits and adopt takes into use.
+  struct WithoutArrays {};
+  DefinitionIndex(const MemberTable& members, const OverrideTable& overrides, WithoutArrays)
+      : members_(members), overrides_(overrides) {}
   DefinitionIndex(const DefinitionIndex&) = delete;
   DefinitionIndex& operator=(const DefinitionIndex&) = delete;
 
@@ -47,11 +45,13 @@ class DefinitionIndex {
   // As KeyIndex has them.
   template <class Self, class Visit>
   static void visitArrays(Self& self, Visit&& visit) {
+    visit(self.runStarts_);
+    visit(self.logicalTypes_);
     KeyIndex::visitArrays(self.tagsOfRuns_, visit);
     KeyIndex::visitArrays(self.overrideKeys_, visit);
     visit(self.overrideCounts_);
   }
-  bool adopt() noexcept;
+  bool adopt(const TypeTable& types) noexcept;
 
   struct Overrides {
     std::int32_t first = kNone;
@@ -72,11 +72,15 @@ class DefinitionIndex {
 
   MemberTable members_;
   OverrideTable overrides_;
-  std::vector<std::int32_t> runStarts_;  // ascending, with one behind the last row
-  KeyIndex tagsOfRuns_;                  // start of a wide run, and tag id
-  std::vector<std::pair<std::int32_t, std::int32_t>> logicalTypes_;  // ascending, and first rows
+  IndexArray<std::int32_t> runStarts_;  // ascending, with one behind the last row
+  KeyIndex tagsOfRuns_;                 // start of a wide run, and tag id
+  struct LogicalType {
+    std::int32_t code;
+    std::int32_t row;  // the first
+  };
+  IndexArray<LogicalType> logicalTypes_;  // ascending
   KeyIndex overrideKeys_;
-  std::vector<std::int32_t> overrideCounts_;  // at the first row of each key
+  IndexArray<std::int32_t> overrideCounts_;  // at the first row of each key
 };
 
 }  // namespace cpi

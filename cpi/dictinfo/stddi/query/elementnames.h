@@ -10,7 +10,6 @@
 #include <algorithm>
 #include <cstdint>
 #include <string_view>
-#include <vector>
 
 #include "cpi/dictinfo/stddi/query/nameindex.h"
 #include "cpi/dictinfo/stddi/query/namespacetexts.h"
@@ -34,10 +33,12 @@ class ElementNames {
         spaces_(spaces),
         names_(
             tags.strings(), NameIndex::Ending::Nothing, tags.rowCount(),
-            [&tags](std::int32_t row) -> std::optional<std::u16string_view> {
-              const unsigned short* const text = tags.text(row);
-              if (text == nullptr) return std::nullopt;
-              return elementName(textView(text));
+            [this, &tags](std::int32_t row) -> std::optional<std::u16string_view> {
+              if (tags.text(row) == nullptr) return std::nullopt;
+              const std::u16string_view text = textView(tags.text(row));
+              const std::u16string_view name = elementName(text);
+              arePlain_ &= name.size() == text.size() && !text.ends_with(u' ');
+              return name;
             },
             spaceOf, &keys_) {}
 
@@ -83,15 +84,18 @@ class ElementNames {
   bool answers(std::int32_t tagIndex, std::int32_t key) const noexcept {
     return key >= 0 && keyOfTag(tagIndex) == key;
   }
-  std::size_t bytes() const noexcept {
-    return names_.bytes() + keys_.size() * sizeof(std::int32_t);
-  }
+  // The rows of a name, in any namespace.
+  const NameIndex& names() const noexcept { return names_; }
+  // Whether each name is all of its tag's text and has no space at its end.
+  bool arePlain() const noexcept { return arePlain_; }
+  std::size_t bytes() const noexcept { return names_.bytes() + keys_.bytes(); }
 
  private:
   // As it was indexed; shared by the dictionaries that share the index.
   TableReference<SMD_TAG_DEFINITION> tags_;
   const NamespaceTexts& spaces_;
-  std::vector<std::int32_t> keys_;
+  bool arePlain_ = true;
+  IndexArray<std::int32_t> keys_;
   NameIndex names_;
 };
 

@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <bit>
+#include <limits>
 #include <numeric>
 #include <span>
+#include <utility>
 
 namespace cpi {
 
@@ -59,12 +61,15 @@ class Groups {
 KeyIndex::KeyIndex(const std::vector<Entry>& entries) {
   if (entries.empty()) return;
   // At least two of each, for a shift by 64 bits is none.
-  factors_.assign(std::bit_ceil(std::max(entries.size() / kKeysPerGroup, std::size_t{2})), 0);
-  slots_.assign(entries.size() + entries.size() / 4 + 1, kEmpty);
+  factors_ = IndexArray<std::uint16_t>(
+      std::bit_ceil(std::max(entries.size() / kKeysPerGroup, std::size_t{2})));
+  slots_ = IndexArray<KeyHash::Slot>(entries.size() + entries.size() / 4 + 1, kEmpty);
   setHash();
   if (place(entries)) {
     const KeyHash::Slot any = slotFor(entries.front());
-    std::ranges::replace(slots_, kNone, any, &KeyHash::Slot::row);
+    for (std::size_t i = 0; i < slots_.size(); ++i) {
+      if (slots_[i].row == kNone) slots_[i] = any;
+    }
   } else {
     *this = KeyIndex();
   }
@@ -77,11 +82,13 @@ void KeyIndex::setHash() noexcept {
 
 bool KeyIndex::adopt(std::int32_t rowCount) noexcept {
   if (factors_.empty() && slots_.empty()) return true;
-  const auto isRow = [rowCount](const KeyHash::Slot& slot) {
-    return static_cast<std::uint32_t>(slot.row) < static_cast<std::uint32_t>(rowCount);
-  };
-  if (factors_.size() < 2 || !std::has_single_bit(factors_.size()) || slots_.empty() ||
-      !std::ranges::all_of(slots_, isRow)) {
+  bool areRows = true;
+  for (const KeyHash::Slot& slot : slots_) {
+    areRows &= static_cast<std::uint32_t>(slot.row) < static_cast<std::uint32_t>(rowCount);
+  }
+  constexpr std::size_t kMaximumSlots = std::numeric_limits<std::uint32_t>::max();
+  if (!areRows || slots_.empty() || slots_.size() > kMaximumSlots || factors_.size() < 2 ||
+      !std::has_single_bit(factors_.size())) {
     return false;
   }
   setHash();
@@ -121,6 +128,29 @@ std::uint16_t KeyIndex::placeGroup(std::span<const Entry> group, std::int64_t& t
     for (const Entry& entry : group.first(placed)) slotOf(entry) = kEmpty;
   }
   return 0;
+}
+
+void IdIndex::setLookup() noexcept {
+  if (!range_.empty()) {
+    const auto [low, places] = std::as_const(range_)[0];
+    lookup_ = IdLookup::dense(low, places, rows_.empty() ? nullptr : rows_.data());
+  } else if (keys_.isBuilt()) {
+    lookup_ = IdLookup::sparse(keys_.hash());
+  }
+}
+
+bool IdIndex::adopt(std::int32_t rowCount) noexcept {
+  const auto rows = static_cast<std::uint32_t>(rowCount);
+  // No row, -1, is one less than row 0.
+  bool areRows = true;
+  for (const std::int32_t row : rows_) areRows &= static_cast<std::uint32_t>(row) + 1 <= rows;
+  if (!areRows || range_.size() > 1 || !keys_.adopt(rowCount)) return false;
+  if (!range_.empty()) {
+    const std::uint32_t places = std::as_const(range_)[0].places;
+    if (rows_.empty() ? places > rows : places > rows_.size()) return false;
+  }
+  setLookup();
+  return true;
 }
 
 }  // namespace cpi

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "cpi/dictinfo/stddi/idlookup.h"
+#include "cpi/dictinfo/stddi/query/indexarray.h"
 
 namespace cpi {
 
@@ -40,17 +41,15 @@ class KeyIndex {
   // Takes arrays that were filled in into use. False when a look-up among them would leave them, or
   // lead to a row that a table of `rowCount` rows has not.
   bool adopt(std::int32_t rowCount) noexcept;
-  std::size_t bytes() const noexcept {
-    return slots_.size() * sizeof(KeyHash::Slot) + factors_.size() * sizeof(std::uint16_t);
-  }
+  std::size_t bytes() const noexcept { return slots_.bytes() + factors_.bytes(); }
 
  private:
   void setHash() noexcept;
   bool place(const std::vector<Entry>& entries);
   std::uint16_t placeGroup(std::span<const Entry> group, std::int64_t& tries);
 
-  std::vector<std::uint16_t> factors_;
-  std::vector<KeyHash::Slot> slots_;
+  IndexArray<std::uint16_t> factors_;
+  IndexArray<KeyHash::Slot> slots_;
   KeyHash hash_;
 };
 
@@ -61,20 +60,42 @@ class IdIndex {
   // `idOf(row)` is the id of each of `rowCount` rows. Throws std::bad_alloc.
   template <class IdOf>
   IdIndex(std::int32_t rowCount, IdOf idOf);
+  // Finds nothing until its arrays are filled in.
+  IdIndex() = default;
   IdIndex(const IdIndex&) = delete;
   IdIndex& operator=(const IdIndex&) = delete;
 
   // Valid as long as this object; not built when the column is not indexed.
   const IdLookup& lookup() const noexcept { return lookup_; }
-  std::size_t bytes() const noexcept { return rows_.size() * sizeof(std::int32_t) + keys_.bytes(); }
+  std::size_t bytes() const noexcept { return range_.bytes() + rows_.bytes() + keys_.bytes(); }
+  // As KeyIndex has them.
+  template <class Self, class Visit>
+  static void visitArrays(Self& self, Visit&& visit) {
+    visit(self.range_);
+    visit(self.rows_);
+    KeyIndex::visitArrays(self.keys_, visit);
+  }
+  bool adopt(std::int32_t rowCount) noexcept;
 
  private:
   // A dense array costs as much as a sparse index, at most, up to two places an id.
   static constexpr std::int64_t kPlacesPerId = 2;
 
+  // Ids that stand close: from the first of them on, so many.
+  struct Range {
+    std::int32_t low;
+    std::uint32_t places;
+  };
+  void setDense(std::int32_t low, std::uint32_t places) {
+    range_ = IndexArray<Range>(1, {low, places});
+    setLookup();
+  }
+  void setLookup() noexcept;
+
   IdLookup lookup_;
-  std::vector<std::int32_t> rows_;
-  KeyIndex keys_;
+  IndexArray<Range> range_;        // one or none
+  IndexArray<std::int32_t> rows_;  // of the range; empty when they are the range
+  KeyIndex keys_;                  // when there is no range
 };
 
 template <class IdOf>
@@ -85,13 +106,13 @@ IdIndex::IdIndex(std::int32_t rowCount, IdOf idOf) {
   const std::int32_t low = rowCount == 0 ? 0 : idOf(0);
   const std::int64_t places = rowCount == 0 ? 0 : std::int64_t{idOf(rowCount - 1)} - low + 1;
   if (places == rowCount) {
-    lookup_ = IdLookup::dense(low, static_cast<std::uint32_t>(rowCount), nullptr);
+    setDense(low, static_cast<std::uint32_t>(rowCount));
   } else if (places <= kPlacesPerId * rowCount) {
-    rows_.assign(static_cast<std::size_t>(places), kNone);
+    rows_ = IndexArray<std::int32_t>(static_cast<std::size_t>(places), kNone);
     for (std::int32_t row = 0; row < rowCount; ++row) {
       rows_[static_cast<std::size_t>(std::int64_t{idOf(row)} - low)] = row;
     }
-    lookup_ = IdLookup::dense(low, static_cast<std::uint32_t>(places), rows_.data());
+    setDense(low, static_cast<std::uint32_t>(places));
   } else {
     std::vector<KeyIndex::Entry> entries;
     entries.reserve(static_cast<std::size_t>(rowCount));
@@ -99,7 +120,7 @@ IdIndex::IdIndex(std::int32_t rowCount, IdOf idOf) {
       entries.push_back({static_cast<std::uint32_t>(idOf(row)), row});
     }
     keys_ = KeyIndex(entries);
-    if (keys_.isBuilt()) lookup_ = IdLookup::sparse(keys_.hash());
+    setLookup();
   }
 }
 

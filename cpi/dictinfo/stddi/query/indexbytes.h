@@ -5,7 +5,6 @@
 #ifndef CPI_DICTINFO_STDDI_QUERY_INDEXBYTES_H
 #define CPI_DICTINFO_STDDI_QUERY_INDEXBYTES_H
 
-#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -14,12 +13,14 @@
 #include <utility>
 #include <vector>
 
+#include "cpi/dictinfo/stddi/query/indexarray.h"
+
 namespace cpi {
 
 class IndexWriter {
  public:
   template <class T>
-  void operator()(const std::vector<T>& array) {
+  void operator()(const IndexArray<T>& array) {
     static_assert(std::has_unique_object_representations_v<T>, "padding would get into images");
     const std::uint64_t count = array.size();
     put(&count, sizeof count);
@@ -37,14 +38,14 @@ class IndexWriter {
   std::vector<unsigned char> bytes_;
 };
 
-// Nothing is known of the bytes: an array that they do not hold stays as it is.
+// Nothing is known of the bytes but that they are aligned to words: an array that they do not hold
+// stays as it is, the others lie in them.
 class IndexReader {
  public:
-  explicit IndexReader(std::span<const unsigned char> bytes) : bytes_(bytes) {}
+  explicit IndexReader(std::span<const unsigned char> bytes) noexcept : bytes_(bytes) {}
 
-  // Throws std::bad_alloc.
   template <class T>
-  void operator()(std::vector<T>& array) {
+  void operator()(IndexArray<T>& array) noexcept {
     constexpr std::size_t kWord = sizeof(std::uint64_t);
     std::uint64_t count = 0;
     isWhole_ = isWhole_ && bytes_.size() >= kWord;
@@ -53,10 +54,11 @@ class IndexReader {
     bytes_ = bytes_.subspan(kWord);
     isWhole_ = count <= bytes_.size() / sizeof(T);
     if (!isWhole_) return;
+    const auto* const elements = reinterpret_cast<const T*>(bytes_.data());
+    array.borrow({elements, static_cast<std::size_t>(count)});
     const std::size_t padded = (count * sizeof(T) + kWord - 1) / kWord * kWord;
-    array.resize(count);
-    if (count != 0) std::memcpy(array.data(), bytes_.data(), count * sizeof(T));
-    bytes_ = bytes_.subspan(std::min(padded, bytes_.size()));
+    isWhole_ = padded <= bytes_.size();
+    if (isWhole_) bytes_ = bytes_.subspan(padded);
   }
   // Whether all arrays were there, and nothing else.
   bool isDone() const noexcept { return isWhole_ && bytes_.empty(); }

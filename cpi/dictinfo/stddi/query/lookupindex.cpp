@@ -63,38 +63,39 @@ LookupIndex::LookupIndex(const StdDictionaryInfo& dictionary, const SpaceNumbers
                  idsOf(dictionary.memberIdIndex(), &MemberIdRow::MbrIDToTypeMbrIndexId)),
       definitions_(dictionary.typeMembers(), dictionary.types(), dictionary.pathBasedInfo()),
       spaces_(dictionary.namespaces()),
-      tags_(dictionary.tags().strings(), NameIndex::Ending::Spaces, dictionary.tags().rowCount(),
-            namesOf(dictionary.tags(), trimmedName),
-            spacesOf<SMD_TAG_DEFINITION, &SMD_TAG_DEFINITION::namespaceIndex>(dictionary.tags(),
-                                                                              numbers)),
+      elements_(dictionary.tags(), spaces_,
+                spacesOf<SMD_TAG_DEFINITION, &SMD_TAG_DEFINITION::namespaceIndex>(dictionary.tags(),
+                                                                                  numbers)),
       types_(dictionary.types().strings(), NameIndex::Ending::Spaces, dictionary.types().rowCount(),
              namesOf(dictionary.types(), trimmedTypeName),
              spacesOf<SMD_TYPE_DEFINITION, &SMD_TYPE_DEFINITION::NamespaceIndex>(dictionary.types(),
-                                                                                 numbers)),
-      elements_(dictionary.tags(), spaces_,
-                spacesOf<SMD_TAG_DEFINITION, &SMD_TAG_DEFINITION::namespaceIndex>(dictionary.tags(),
-                                                                                  numbers)) {
+                                                                                 numbers)) {
+  if (!elements_.arePlain()) {
+    tags_ = NameIndex(dictionary.tags().strings(), NameIndex::Ending::Spaces,
+                      dictionary.tags().rowCount(), namesOf(dictionary.tags(), trimmedName),
+                      spacesOf<SMD_TAG_DEFINITION, &SMD_TAG_DEFINITION::namespaceIndex>(
+                          dictionary.tags(), numbers));
+  }
   if (elements_.isComplete()) members_.emplace(dictionary, elements_);
 }
 
 LookupIndex::LookupIndex(const StdDictionaryInfo& dictionary, std::span<const unsigned char> bytes)
-    : tagIds_(dictionary.tags().rowCount(), idsOf(dictionary.tags(), &SMD_TAG_DEFINITION::Id)),
-      typeIds_(dictionary.types().rowCount(),
-               idsOf(dictionary.types(), &SMD_TYPE_DEFINITION::TypeId)),
-      memberIds_(dictionary.memberIdIndex().rowCount(),
-                 idsOf(dictionary.memberIdIndex(), &MemberIdRow::MbrIDToTypeMbrIndexId)),
-      definitions_(dictionary.typeMembers(), dictionary.types(), dictionary.pathBasedInfo(),
-                   DefinitionIndex::WithoutKeys()),
+    : definitions_(dictionary.typeMembers(), dictionary.pathBasedInfo(),
+                   DefinitionIndex::WithoutArrays()),
       spaces_(dictionary.namespaces()),
+      elements_(dictionary.tags(), spaces_),
       tags_(dictionary.tags().strings(), NameIndex::Ending::Spaces),
       types_(dictionary.types().strings(), NameIndex::Ending::Spaces),
-      elements_(dictionary.tags(), spaces_) {
+      members_(std::in_place, dictionary, elements_, MemberIndex::WithoutArrays()) {
   IndexReader reader(bytes);
   visitArrays(*this, reader);
-  isSound_ = reader.isDone() && definitions_.adopt() &&
-             tags_.isSound(dictionary.tags().rowCount()) &&
-             types_.isSound(dictionary.types().rowCount()) && elements_.isSound();
-  if (isSound_) members_.emplace(dictionary, elements_);
+  const std::int32_t tagCount = dictionary.tags().rowCount();
+  const std::int32_t typeCount = dictionary.types().rowCount();
+  isSound_ = reader.isDone() && tagIds_.adopt(tagCount) && typeIds_.adopt(typeCount) &&
+             memberIds_.adopt(dictionary.memberIdIndex().rowCount()) &&
+             definitions_.adopt(dictionary.types()) &&
+             (!tags_.isBuilt() || tags_.isSound(tagCount)) && types_.isSound(typeCount) &&
+             elements_.isSound() && members_->isSound();
 }
 
 std::vector<unsigned char> LookupIndex::keptBytes() const {

@@ -39,7 +39,7 @@ class LookupIndex {
  public:
   // Throws std::bad_alloc.
   explicit LookupIndex(const StdDictionaryInfo& dictionary);
-  // Takes names and keys, the costly part, from the bytes that one of the same tables gave; isSound
+  // Takes its arrays from the bytes that one of the same tables gave, in which they stay; isSound
   // tells whether they fit.
   LookupIndex(const StdDictionaryInfo& dictionary, std::span<const unsigned char> bytes);
   LookupIndex(const LookupIndex&) = delete;
@@ -52,7 +52,10 @@ class LookupIndex {
   const DefinitionIndex& definitions() const noexcept { return definitions_; }
   const NamespaceTexts& spaces() const noexcept { return spaces_; }
   // Each is null when its names were made to collide.
-  const NameIndex* tags() const noexcept { return tags_.isComplete() ? &tags_ : nullptr; }
+  const NameIndex* tags() const noexcept {
+    const NameIndex& names = tags_.isBuilt() ? tags_ : elements_.names();
+    return names.isComplete() ? &names : nullptr;
+  }
   const NameIndex* types() const noexcept { return types_.isComplete() ? &types_ : nullptr; }
   const ElementNames* elements() const noexcept {
     return elements_.isComplete() ? &elements_ : nullptr;
@@ -79,10 +82,14 @@ class LookupIndex {
   LookupIndex(const StdDictionaryInfo& dictionary, const SpaceNumbers& numbers);
   template <class Self, class Visit>
   static void visitArrays(Self& self, Visit&& visit) {
+    IdIndex::visitArrays(self.tagIds_, visit);
+    IdIndex::visitArrays(self.typeIds_, visit);
+    IdIndex::visitArrays(self.memberIds_, visit);
     DefinitionIndex::visitArrays(self.definitions_, visit);
     self.tags_.visitArrays(visit);
     self.types_.visitArrays(visit);
     self.elements_.visitArrays(visit);
+    MemberIndex::visitArrays(*self.members_, visit);
   }
 
   IdIndex tagIds_;
@@ -90,9 +97,9 @@ class LookupIndex {
   IdIndex memberIds_;
   DefinitionIndex definitions_;
   NamespaceTexts spaces_;
-  NameIndex tags_;
-  NameIndex types_;
   ElementNames elements_;
+  NameIndex tags_;  // not built where it would be that of the elements
+  NameIndex types_;
   std::optional<MemberIndex> members_;
   bool isSound_ = true;
 };

@@ -30,17 +30,24 @@ class MemberIndexBuilder {
 
   void build() {
     findRuns();
+    dropRepeatedRuns();
     if (hasGroups_) {
       groupOfType_.assign(index_.typeCount_, kUnseen);
-      index_.hints_.assign(index_.places_.size(), {kNoRow, kNoRow, kNoRow});
       for (std::int32_t row = 0; row < rowCount_; ++row) {
         if (isGroup(row)) analyse(index_.members_[row].toTypeIndex, 0);
       }
+      makePlaces();
     }
-    checkRuns();
-    findHints();
-    index_.slots_.resize(static_cast<std::size_t>(2 * entryCount_ + 1));
-    for (std::int32_t row = 0; row < rowCount_; ++row) addRow(row);
+    for (Run& run : runs_) {
+      if (run.isIndexed) checkRun(run);
+    }
+    index_.slots_ = IndexArray<std::int32_t>(slotCountFor(memberEntries_), kNone);
+    index_.groupSlots_ = IndexArray<MemberIndex::GroupSlot>(slotCountFor(groupEntries_));
+    for (Run& run : runs_) {
+      if (run.isIndexed && hasGroups_) findPlaces(run);
+      if (run.isIndexed) run.isIndexed = addRows(run);
+      if (!run.isIndexed) leaveOut(run);
+    }
   }
 
  private:
@@ -55,8 +62,15 @@ class MemberIndexBuilder {
     std::vector<std::int32_t> keys;  // in ascending order
   };
 
-  MemberIndex::Place& place(std::int32_t row) {
-    return index_.places_[static_cast<std::size_t>(row)];
+  // Members that stand beside one another.
+  struct Run {
+    std::int32_t first;
+    std::int32_t end;
+    bool isIndexed = true;
+  };
+
+  static std::size_t slotCountFor(std::int64_t entries) {
+    return static_cast<std::size_t>(2 * entries + 1);
   }
   std::int32_t& groupOfType(std::int32_t type) {
     return groupOfType_[static_cast<std::size_t>(type)];
@@ -64,25 +78,30 @@ class MemberIndexBuilder {
   const Group& groupAt(std::int32_t row) {
     return groups_[static_cast<std::size_t>(groupOfType(index_.members_[row].toTypeIndex))];
   }
-  bool isGroup(std::int32_t row) const {
-    const Member& member = index_.members_[row];
-    const SMD_TYPE_DEFINITION* const type = index_.type(member.toTypeIndex);
-    return member.toTagIndex == kNone && type != nullptr && type->LogicalType == 0;
-  }
+  bool isGroup(std::int32_t row) const noexcept { return index_.isGroup(row); }
+  std::int32_t parentOf(std::int32_t row) const { return index_.members_[row].ParentTypeId; }
   bool isInRunOf(std::int32_t row, std::int32_t other) const {
-    return row < rowCount_ &&
-           index_.members_[row].ParentTypeId == index_.members_[other].ParentTypeId;
+    return row < rowCount_ && parentOf(row) == parentOf(other);
   }
 
   void findRuns() {
-    index_.places_.resize(static_cast<std::size_t>(rowCount_));
     for (std::int32_t row = 0; row < rowCount_; ++row) {
-      place(row).run = row > 0 && isInRunOf(row, row - 1) ? place(row - 1).run : row;
+      if (row == 0 || !isInRunOf(row, row - 1)) runs_.push_back({row, row});
+      runs_.back().end = row + 1;
+      hasGroups_ |= isGroup(row);
     }
-    for (std::int32_t row = rowCount_; row-- > 0;) {
-      const bool isLast = row + 1 == rowCount_ || place(row + 1).run != place(row).run;
-      place(row).nextGroup = isGroup(row) ? row : isLast ? kNoRow : place(row + 1).nextGroup;
-      hasGroups_ |= place(row).nextGroup == row;
+  }
+
+  // A run is known by its parent type: those that share one are left out.
+  void dropRepeatedRuns() {
+    const auto parent = [this](const Run* run) { return parentOf(run->first); };
+    std::vector<Run*> runs;
+    runs.reserve(runs_.size());
+    for (Run& run : runs_) runs.push_back(&run);
+    if (!std::ranges::is_sorted(runs, {}, parent)) std::ranges::sort(runs, {}, parent);
+    for (std::size_t i = 1; i < runs.size(); ++i) {
+      if (parent(runs[i]) != parent(runs[i - 1])) continue;
+      runs[i]->isIndexed = runs[i - 1]->isIndexed = false;
     }
   }
 
@@ -130,95 +149,145 @@ class MemberIndexBuilder {
     return index_.keyOfTag(index_.members_[row].toTagIndex);
   }
 
-  // Counts the entries, and takes the runs out that lead to something irregular or to too much.
-  void checkRuns() {
-    std::int64_t budget = kKeysPerMember * rowCount_ + 64;
-    for (std::int32_t first = 0; first < rowCount_;) {
-      std::int64_t reach = 0;
-      std::int64_t groupKeys = 0;
-      bool isRegular = true;
-      std::int32_t row = first;
-      for (; isInRunOf(row, first); ++row) {
-        reach += 1;
-        if (place(row).nextGroup != row) continue;
-        if (groupOfType(index_.members_[row].toTypeIndex) < 0) {
-          isRegular = false;
-        } else {
-          reach += groupAt(row).reach;
-          groupKeys += static_cast<std::int64_t>(groupAt(row).keys.size());
-        }
-      }
-      if (!isRegular || reach > kMaximumReach || groupKeys > budget) {
-        dropRun(first);
-      } else {
-        budget -= groupKeys;
-        entryCount_ += row - first + groupKeys;
-      }
-      first = row;
+  // Counts the entries; takes a run out that leads to something irregular or to too much.
+  void checkRun(Run& run) {
+    std::int64_t reach = run.end - run.first;
+    std::int64_t groups = 0;
+    std::int64_t groupKeys = 0;
+    for (std::int32_t row = run.first; hasGroups_ && row < run.end; ++row) {
+      if (!isGroup(row)) continue;
+      run.isIndexed &= groupOfType(index_.members_[row].toTypeIndex) >= 0;
+      if (!run.isIndexed) return;
+      reach += groupAt(row).reach;
+      groupKeys += static_cast<std::int64_t>(groupAt(row).keys.size());
+      ++groups;
     }
+    run.isIndexed = reach <= kMaximumReach && groupKeys <= keysLeft_;
+    if (!run.isIndexed) return;
+    keysLeft_ -= groupKeys;
+    memberEntries_ += run.end - run.first - groups;
+    groupEntries_ += groupKeys;
   }
 
-  void dropRun(std::int32_t first) {
-    for (std::int32_t row = first; isInRunOf(row, first); ++row) place(row).run = kNone;
+  void makePlaces() {
+    if (index_.places_.empty()) index_.places_ = IndexArray<MemberIndex::Place>(asSize(rowCount_));
   }
 
-  void findHints() {
-    for (std::int32_t row = rowCount_; hasGroups_ && row-- > 0;) {
-      if (place(row).run == kNone) continue;
-      auto& hint = index_.hints_[static_cast<std::size_t>(row)];
-      if (isInRunOf(row + 1, row)) hint = index_.hints_[static_cast<std::size_t>(row) + 1];
+  // The last that was seen of each kind, going backwards.
+  void findPlaces(Run& run) {
+    std::int32_t group = kNoRow, required = kNoRow, requiredGroup = kNoRow, openGroup = kNoRow;
+    for (std::int32_t row = run.end; row-- > run.first;) {
       const bool isRequired = index_.members_[row].MinOccurs > 0;
-      if (place(row).nextGroup == row) {
-        if (isRequired) hint.requiredGroup = row;
-        if (groupAt(row).isOpen) hint.openGroup = row;
+      if (isGroup(row)) {
+        group = row;
+        if (isRequired) requiredGroup = row;
+        if (groupAt(row).isOpen) openGroup = row;
       } else if (isRequired) {
-        hint.required = row;
+        required = row;
       }
+      index_.places_[asSize(row)] = {distance(row, group, run), distance(row, required, run),
+                                     distance(row, requiredGroup, run),
+                                     distance(row, openGroup, run)};
     }
   }
 
-  void addRow(std::int32_t row) {
-    if (place(row).run == kNone) return;
-    if (place(row).nextGroup == row) {
-      for (const std::int32_t key : groupAt(row).keys) {
-        if (!add(row, key)) return;
-      }
-    } else if (const std::int32_t key = keyOf(row); key != kNone) {
-      add(row, key);
+  static MemberIndex::Distance distance(std::int32_t row, std::int32_t next, Run& run) {
+    if (next == kNoRow) return MemberIndex::kNowhere;
+    if (next - row >= MemberIndex::kUnindexed) run.isIndexed = false;
+    return static_cast<MemberIndex::Distance>(next - row);
+  }
+
+  void leaveOut(const Run& run) {
+    makePlaces();
+    for (std::int32_t row = run.first; row < run.end; ++row) {
+      index_.places_[asSize(row)] = {.group = MemberIndex::kUnindexed};
     }
   }
 
-  bool add(std::int32_t row, std::int32_t key) {
-    std::size_t slot = index_.slotOf(place(row).run, key);
+  bool addRows(const Run& run) {
+    const std::int64_t number = static_cast<std::uint32_t>(parentOf(run.first));
+    for (std::int32_t row = run.first; row < run.end; ++row) {
+      if (hasGroups_ && isGroup(row)) {
+        for (const std::int32_t key : groupAt(row).keys) {
+          if (!add(index_.groupSlots_, number, key, {row, key})) return false;
+        }
+      } else if (const std::int32_t key = keyOf(row); key != kNone) {
+        if (!add(index_.slots_, number, key, row)) return false;
+      }
+    }
+    return true;
+  }
+
+  template <class Slot>
+  static bool add(IndexArray<Slot>& slots, std::int64_t run, std::int32_t key, const Slot& entry) {
+    std::size_t place = MemberIndex::slotOf(run, key, slots.size());
     for (std::size_t steps = 0; steps < MemberIndex::kMaximumSteps; ++steps) {
-      if (index_.slots_[slot].row == kNone) {
-        index_.slots_[slot] = {row, key};
+      if (MemberIndex::rowOf(slots[place]) == kNone) {
+        slots[place] = entry;
         return true;
       }
-      if (++slot == index_.slots_.size()) slot = 0;
+      if (++place == slots.size()) place = 0;
     }
-    dropRun(place(row).run);
     return false;
   }
+
+  static std::size_t asSize(std::int32_t row) { return static_cast<std::size_t>(row); }
 
   MemberIndex& index_;
   const std::int32_t rowCount_;
   std::int64_t stepsLeft_;
-  std::int64_t entryCount_ = 0;
+  std::int64_t keysLeft_ = kKeysPerMember * rowCount_ + 64;
+  std::int64_t memberEntries_ = 0;
+  std::int64_t groupEntries_ = 0;
   bool hasGroups_ = false;
   std::vector<std::int32_t> groupOfType_;  // by Types row: kUnseen, kIrregular or one of groups_
   std::vector<Group> groups_;
+  std::vector<Run> runs_;
 };
 
 MemberIndex::MemberIndex(const StdDictionaryInfo& dictionary, const ElementNames& names)
+    : MemberIndex(dictionary, names, WithoutArrays()) {
+  MemberIndexBuilder(*this).build();
+}
+
+MemberIndex::MemberIndex(const StdDictionaryInfo& dictionary, const ElementNames& names,
+                         WithoutArrays) noexcept
     : names_(names),
       members_(dictionary.typeMembers().records()),
       types_(dictionary.types().records()),
       tags_(dictionary.tags().records()),
       memberCount_(static_cast<std::uint32_t>(dictionary.typeMembers().rowCount())),
       typeCount_(static_cast<std::uint32_t>(dictionary.types().rowCount())),
-      tagCount_(static_cast<std::uint32_t>(dictionary.tags().rowCount())) {
-  MemberIndexBuilder(*this).build();
+      tagCount_(static_cast<std::uint32_t>(dictionary.tags().rowCount())) {}
+
+bool MemberIndex::isGroup(std::int32_t row) const noexcept {
+  const Member& member = members_[row];
+  if (member.toTagIndex != kNone) return false;
+  const SMD_TYPE_DEFINITION* const found = type(member.toTypeIndex);
+  return found != nullptr && found->LogicalType == 0;
+}
+
+bool MemberIndex::isSound() const noexcept {
+  if (slots_.empty() || groupSlots_.empty()) return false;
+  // A free slot, -1, is one less than row 0.
+  const auto isRow = [this](std::int32_t row) {
+    return static_cast<std::uint32_t>(row) + 1 <= memberCount_;
+  };
+  bool areRows = places_.empty() || places_.size() == memberCount_;
+  for (const std::int32_t slot : slots_) areRows &= isRow(slot);
+  for (const GroupSlot& slot : groupSlots_) areRows &= isRow(slot.row);
+  if (!areRows || places_.empty()) return areRows;
+  for (std::uint32_t row = 0; row < memberCount_; ++row) {
+    const Place& place = places_[row];
+    const std::uint32_t left = memberCount_ - row;  // distances are less, or lead nowhere
+    const auto leadsToRow = [left](Distance distance) {
+      return (distance < left) | (distance >= kUnindexed);
+    };
+    areRows &= leadsToRow(place.group) & leadsToRow(place.required) &
+               leadsToRow(place.requiredGroup) & leadsToRow(place.openGroup);
+    if (place.group == 0) areRows &= isGroup(static_cast<std::int32_t>(row));
+  }
+  return areRows;
 }
 
 }  // namespace cpi

@@ -12,8 +12,8 @@
 #include <cstring>
 #include <optional>
 #include <string_view>
-#include <vector>
 
+#include "cpi/dictinfo/stddi/query/indexarray.h"
 #include "cpi/dictinfo/stddi/query/texthash.h"
 #include "cpi/dictinfo/stddi/records.h"
 #include "cpi/dictinfo/stringtable.h"
@@ -25,7 +25,7 @@ class NameIndex {
   // What may stand behind a name in the text of its row.
   enum class Ending : bool { Nothing, Spaces };
 
-  // Finds nothing.
+  // Not built: not to be asked.
   NameIndex() = default;
   // Indexes rows 0 to `rowCount` - 1 by `nameOf(row)`, an optional view into the texts of
   // `strings`, and by `spaceOf(row)`, the number of the row's namespace. Rows without a name are
@@ -33,7 +33,7 @@ class NameIndex {
   // be null. Throws std::bad_alloc. Stops, see isComplete, when the names were made to collide.
   template <class NameOf, class SpaceOf>
   NameIndex(const StringTable* strings, Ending ending, std::int32_t rowCount, NameOf nameOf,
-            SpaceOf spaceOf, std::vector<std::int32_t>* keys = nullptr);
+            SpaceOf spaceOf, IndexArray<std::int32_t>* keys = nullptr);
 
   // An index that was built from the same table before, once its arrays are filled in.
   NameIndex(const StringTable* strings, Ending ending) : strings_(strings), ending_(ending) {}
@@ -51,6 +51,7 @@ class NameIndex {
   // Whether a look-up among arrays that were filled in stays inside the table and ends.
   bool isSound(std::int32_t rowCount) const noexcept;
 
+  bool isBuilt() const noexcept { return !slots_.empty(); }
   // Whether all rows are in; otherwise the answers are of no use.
   bool isComplete() const noexcept { return isComplete_; }
   // The first row of `name`, or -1. No unit of `name` is 0.
@@ -59,9 +60,7 @@ class NameIndex {
   std::int32_t nextSpace(std::int32_t row) const noexcept {
     return nextSpace_.empty() ? kNone : nextSpace_[static_cast<std::size_t>(row)];
   }
-  std::size_t bytes() const noexcept {
-    return slots_.size() * sizeof(Slot) + nextSpace_.size() * sizeof(std::int32_t);
-  }
+  std::size_t bytes() const noexcept { return slots_.bytes() + nextSpace_.bytes(); }
 
  private:
   struct Slot {
@@ -85,8 +84,8 @@ class NameIndex {
   const StringTable* strings_ = nullptr;
   Ending ending_ = Ending::Nothing;
   bool isComplete_ = true;
-  std::vector<Slot> slots_{1};
-  std::vector<std::int32_t> nextSpace_;  // empty while no name has more than one namespace
+  IndexArray<Slot> slots_;
+  IndexArray<std::int32_t> nextSpace_;  // empty while no name has more than one namespace
 };
 
 inline bool NameIndex::isNamed(const Slot& slot, std::u16string_view name) const noexcept {
@@ -147,8 +146,8 @@ inline NameIndex::Slot& NameIndex::slotOf(std::uint32_t hash, std::u16string_vie
 // Where most rows repeat a name, the slots were too many by far.
 inline void NameIndex::shrink(std::size_t names) {
   if (names > slots_.size() / 2) return;
-  std::vector<Slot> old(slotCountFor(names));
-  old.swap(slots_);
+  IndexArray<Slot> old(slotCountFor(names));
+  std::swap(old, slots_);
   for (const Slot& slot : old) {
     if (slot.row == kNone) continue;
     std::size_t place = placeOf(slot.hash);
@@ -159,12 +158,12 @@ inline void NameIndex::shrink(std::size_t names) {
 
 template <class NameOf, class SpaceOf>
 NameIndex::NameIndex(const StringTable* strings, Ending ending, std::int32_t rowCount,
-                     NameOf nameOf, SpaceOf spaceOf, std::vector<std::int32_t>* keys)
+                     NameOf nameOf, SpaceOf spaceOf, IndexArray<std::int32_t>* keys)
     : strings_(strings), ending_(ending), slots_(slotCountFor(static_cast<std::size_t>(rowCount))) {
   // Names of a hostile dictionary may share one hash. Honest ones need a few steps each.
   constexpr std::size_t kStepsPerRow = 32;
   const std::size_t maximumSteps = 1000 + kStepsPerRow * static_cast<std::size_t>(rowCount);
-  if (keys != nullptr) keys->assign(static_cast<std::size_t>(rowCount), kNone);
+  if (keys != nullptr) *keys = IndexArray<std::int32_t>(static_cast<std::size_t>(rowCount), kNone);
   std::size_t steps = 0;
   std::size_t names = 0;
   for (std::int32_t row = 0; row < rowCount; ++row) {
@@ -181,7 +180,8 @@ NameIndex::NameIndex(const StringTable* strings, Ending ending, std::int32_t row
     }
     while (spaceOf(key) != spaceOf(row)) {
       ++steps;
-      if (nextSpace_.empty()) nextSpace_.assign(static_cast<std::size_t>(rowCount), kNone);
+      if (nextSpace_.empty())
+        nextSpace_ = IndexArray<std::int32_t>(static_cast<std::size_t>(rowCount), kNone);
       std::int32_t& next = nextSpace_[static_cast<std::size_t>(key)];
       if (next == kNone) next = row;
       key = next;

@@ -1,4 +1,4 @@
-#include "cpi/walk/xmlpushparser.h"
+#include "cpi/walk/xmleventparser.h"
 
 #include <libxml/SAX2.h>
 #include <libxml/parser.h>
@@ -8,20 +8,22 @@
 #include <exception>
 #include <functional>
 #include <new>
+#include <span>
 
 namespace cpi {
 namespace {
 
 // The parser compares each attribute of a tag with those before it.
-constexpr std::int64_t kMaxAttributes = 20'000;
+constexpr int kMaxAttributes = 20'000;
+constexpr int kPartsOfAttribute = 5;  // local name, prefix, URI, value, its end
 // Each element's prefix is sought among the declarations in scope.
-constexpr std::int64_t kMaxNamespaces = 4'096;
+constexpr int kMaxNamespaces = 4'096;
 // libxml2 limits what entities expand to only where it builds text of them; here each reference is
 // parsed in place. Bytes of replacement text, with something for each reference itself.
 constexpr std::int64_t kMaxExpansion = 10'000'000;
 constexpr std::int64_t kReferenceCost = 32;
-// The parser takes sizes as int.
-constexpr std::size_t kPiece = std::size_t{1} << 20;
+// Names that the parser keeps for the next message, in bytes.
+constexpr std::size_t kMaxKeptNames = std::size_t{1} << 20;
 // How far back the start of a line is sought for the column of a tag of several lines.
 constexpr std::ptrdiff_t kMaxLookBack = 4'096;
 
@@ -36,32 +38,15 @@ std::string withoutLineEnd(const char* message) {
   return text;
 }
 
-// Counts the attributes of a tag before the parser sees them. An equals sign between '<' and '>'
-// is taken for one; that overrates a tag by what its values contain, for which there is room.
-class AttributeGuard {
- public:
-  bool isWithinLimit(std::string_view bytes) noexcept {
-    for (const char byte : bytes) {
-      if (state_ == State::Open && (byte == '!' || byte == '?')) state_ = State::Outside;
-      if (state_ == State::Open) state_ = State::Inside;
-      if (byte == '<') {
-        state_ = State::Open;
-        attributes_ = 0;
-      } else if (byte == '>') {
-        state_ = State::Outside;
-      } else if (byte == '=' && state_ == State::Inside && ++attributes_ > kMaxAttributes) {
-        return false;
-      }
-    }
-    return true;
-  }
-
- private:
-  enum class State : std::uint8_t { Outside, Open, Inside };
-
-  State state_ = State::Outside;
-  std::int64_t attributes_ = 0;
-};
+// Whether a tag in a text of markup may have too many attributes. An equals sign behind '<' is
+// taken for one; that overrates a tag by what its values and the text behind it contain.
+bool hasLongTag(const xmlChar* begin, const xmlChar* end) noexcept {
+  std::int64_t attributes = 0;
+  return std::any_of(begin, end, [&attributes](xmlChar byte) {
+    if (byte == '<') attributes = 0;
+    return byte == '=' && ++attributes > kMaxAttributes;
+  });
+}
 
 }  // namespace
 
@@ -71,50 +56,27 @@ void XmlEvents::text(std::string_view) {}
 // The parser's C side. Callbacks get the parser context, of the message or of an entity inside
 // it; `_private`, which entities inherit, leads here. No exception may pass through C: the first
 // one is kept and thrown when the parser has returned.
-class XmlPushParser::Context {
+class XmlEventParser::Context {
  public:
-  Context(XmlEvents& events, std::string fileName, bool hasText)
-      : events_(events), fileName_(std::move(fileName)) {
-    // Parsers made in several threads at once would each initialise the library.
-    static const bool isInitialised = (xmlInitParser(), true);
-    static_cast<void>(isInitialised);
-    xmlResetLastError();
-    xmlSAXHandler handler = makeHandler();
-    if (hasText) handler.characters = handler.ignorableWhitespace = handler.cdataBlock = onText;
-    parser_ = xmlCreatePushParserCtxt(&handler, nullptr, nullptr, 0, fileName_.c_str());
-    if (parser_ == nullptr) throw std::bad_alloc();
-    parser_->_private = this;
-    xmlCtxtUseOptions(parser_, XML_PARSE_NONET);
-    type_ = xmlDictLookup(parser_->dict, bytesOf("type"), -1);
-    instance_ =
-        xmlDictLookup(parser_->dict, bytesOf("http://www.w3.org/2001/XMLSchema-instance"), -1);
-    if (type_ != nullptr && instance_ != nullptr) return;
-    xmlFreeParserCtxt(parser_);
-    throw std::bad_alloc();
-  }
-  ~Context() {
-    if (parser_->myDoc != nullptr) xmlFreeDoc(parser_->myDoc);
-    xmlFreeParserCtxt(parser_);
-  }
+  Context(XmlEvents& events, bool hasText) : events_(events), hasText_(hasText) {}
+  ~Context() { close(); }
   Context(const Context&) = delete;
   Context& operator=(const Context&) = delete;
 
-  void feed(std::string_view bytes) {
-    while (!bytes.empty()) {
-      const std::string_view piece = bytes.substr(0, kPiece);
-      bytes.remove_prefix(piece.size());
-      if (!guard_.isWithinLimit(piece)) fail("a tag has too many attributes");
-      xmlParseChunk(parser_, piece.data(), static_cast<int>(piece.size()), 0);
-      throwPending();
+  void parse(const std::string& name, const Read& read) {
+    try {
+      begin(name, read);
+      const xmlDocPtr document =
+          xmlCtxtReadIO(parser_, onRead, nullptr, this, nullptr, nullptr, XML_PARSE_NONET);
+      const bool isParsed = document != nullptr;
+      xmlFreeDoc(document);
+      if (pending_ != nullptr) std::rethrow_exception(pending_);
+      if (lacksMemory()) throw std::bad_alloc();
+      if (!isParsed) fail("not well-formed");
+    } catch (...) {
+      close();  // in whatever state it is
+      throw;
     }
-  }
-
-  void finish() {
-    isAtEnd_ = true;
-    xmlParseChunk(parser_, nullptr, 0, 1);
-    throwPending();
-    if (lacksMemory()) throw std::bad_alloc();
-    if (parser_->wellFormed == 0) fail("not well-formed");
   }
 
   WalkPosition position() const noexcept;
@@ -125,7 +87,21 @@ class XmlPushParser::Context {
   static Context& of(void* parser) noexcept {
     return *static_cast<Context*>(static_cast<xmlParserCtxtPtr>(parser)->_private);
   }
+  void open();
+  void close() noexcept;
+  void begin(const std::string& name, const Read& read);
+  bool isWorthKeeping() const noexcept {
+    return parser_ != nullptr && xmlDictGetUsage(parser_->dict) <= kMaxKeptNames &&
+           !mayHaveLongTag();
+  }
+  // The parser's room for attributes is at most doubled when it is too small.
+  bool mayHaveLongTag() const noexcept {
+    return parser_->maxatts > kPartsOfAttribute * kMaxAttributes / 2;
+  }
+  void checkTag() const;
   static xmlSAXHandler makeHandler();
+  static int onRead(void* self, char* buffer, int size) noexcept;
+  int read(std::span<char> buffer);
   static WalkPosition positionOf(const xmlParserInput& input, const xmlChar* at,
                                  const xmlChar* end) noexcept;
   static void onStart(void* parser, const xmlChar* local, const xmlChar* prefix, const xmlChar* uri,
@@ -167,20 +143,19 @@ class XmlPushParser::Context {
     parser->wellFormed = 0;  // or else the parser would look an entity up by itself
     xmlStopParser(parser);
   }
-  void throwPending() {
-    if (pending_ != nullptr) std::rethrow_exception(pending_);
-  }
   [[noreturn]] void fail(const std::string& message) const {
     const WalkPosition at = position();
-    throw FileError(fileName_, {at.line, at.column}, message);
+    throw FileError(name_, {at.line, at.column}, message);
   }
 
   XmlEvents& events_;
-  std::string fileName_;
+  const bool hasText_;
+  std::string name_;
   xmlParserCtxtPtr parser_ = nullptr;
   const xmlChar* type_ = nullptr;      // interned "type"
   const xmlChar* instance_ = nullptr;  // interned namespace of xsi:type
-  AttributeGuard guard_;
+  const Read* read_ = nullptr;
+  std::string_view unread_;  // of what it gave last
   std::exception_ptr pending_;
   bool isAtEnd_ = false;
   bool hasRoot_ = false;
@@ -189,9 +164,83 @@ class XmlPushParser::Context {
   std::int64_t notFetched_ = 0;
 };
 
+void XmlEventParser::Context::open() {
+  // Parsers made in several threads at once would each initialise the library.
+  static const bool isInitialised = (xmlInitParser(), true);
+  static_cast<void>(isInitialised);
+  parser_ = xmlNewParserCtxt();
+  if (parser_ == nullptr) throw std::bad_alloc();
+  *parser_->sax = makeHandler();
+  if (hasText_) {
+    parser_->sax->characters = parser_->sax->ignorableWhitespace = parser_->sax->cdataBlock =
+        onText;
+  }
+  parser_->_private = this;
+  type_ = xmlDictLookup(parser_->dict, bytesOf("type"), -1);
+  instance_ =
+      xmlDictLookup(parser_->dict, bytesOf("http://www.w3.org/2001/XMLSchema-instance"), -1);
+  if (type_ == nullptr || instance_ == nullptr) throw std::bad_alloc();
+}
+
+void XmlEventParser::Context::close() noexcept {
+  if (parser_ == nullptr) return;
+  if (parser_->myDoc != nullptr) xmlFreeDoc(parser_->myDoc);
+  xmlFreeParserCtxt(parser_);
+  parser_ = nullptr;
+}
+
+void XmlEventParser::Context::begin(const std::string& name, const Read& read) {
+  xmlResetLastError();
+  if (!isWorthKeeping()) {
+    close();
+    events_.forgetNames();
+    open();
+  }
+  name_ = name;
+  read_ = &read;
+  unread_ = {};
+  pending_ = nullptr;
+  isAtEnd_ = hasRoot_ = false;
+  depth_ = expansion_ = notFetched_ = 0;
+}
+
+// The parser reads on while it is inside a tag, too: there is the chance to end the message before
+// too many attributes are compared with one another. The parser must not be stopped here, which
+// would take away the buffer that it reads into.
+int XmlEventParser::Context::onRead(void* self, char* buffer, int size) noexcept {
+  Context& context = *static_cast<Context*>(self);
+  if (context.pending_ != nullptr) return -1;
+  try {
+    context.checkTag();
+    return context.read({buffer, static_cast<std::size_t>(size)});
+  } catch (...) {
+    context.pending_ = std::current_exception();
+    return -1;
+  }
+}
+
+int XmlEventParser::Context::read(std::span<char> buffer) {
+  if (unread_.empty()) unread_ = (*read_)();
+  const std::size_t count = std::min(unread_.size(), buffer.size());
+  std::copy_n(unread_.data(), count, buffer.data());
+  unread_.remove_prefix(count);
+  isAtEnd_ = count == 0;
+  return static_cast<int>(count);
+}
+
+void XmlEventParser::Context::checkTag() const {
+  const xmlParserInputPtr input = parser_->input;
+  if (input == nullptr) return;
+  if (parser_->nsNr / 2 > kMaxNamespaces) fail("too many namespaces are in scope");
+  if (!mayHaveLongTag()) return;
+  const xmlChar* tag = input->cur;
+  while (tag > input->base && *tag != '<') --tag;
+  if (hasLongTag(tag, input->cur)) fail("a tag has too many attributes");
+}
+
 // Starts from libxml2's own handler, which keeps the entities that the message declares, and
 // takes off all that would build a tree or read anything else.
-xmlSAXHandler XmlPushParser::Context::makeHandler() {
+xmlSAXHandler XmlEventParser::Context::makeHandler() {
   xmlSAXHandler handler{};
   xmlSAXVersion(&handler, 2);
   handler.startElementNs = onStart;
@@ -212,14 +261,15 @@ xmlSAXHandler XmlPushParser::Context::makeHandler() {
   return handler;
 }
 
-void XmlPushParser::Context::onStart(void* parser, const xmlChar* local, const xmlChar*,
-                                     const xmlChar* uri, int declarationCount,
-                                     const xmlChar** declarations, int attributeCount, int,
-                                     const xmlChar** attributes) {
+void XmlEventParser::Context::onStart(void* parser, const xmlChar* local, const xmlChar*,
+                                      const xmlChar* uri, int declarationCount,
+                                      const xmlChar** declarations, int attributeCount, int,
+                                      const xmlChar** attributes) {
   Context& self = of(parser);
   self.guarded(parser, [&] {
     self.hasRoot_ = true;
     if (++self.depth_ > kMaxXmlDepth) self.fail("elements are nested too deeply");
+    if (attributeCount > kMaxAttributes) self.fail("a tag has too many attributes");
     if (self.parser_->nsNr / 2 > kMaxNamespaces) self.fail("too many namespaces are in scope");
     self.events_.startElement({charsOf(local), charsOf(uri), declarations, declarationCount,
                                self.typeAmong(attributes, attributeCount), attributes,
@@ -227,7 +277,7 @@ void XmlPushParser::Context::onStart(void* parser, const xmlChar* local, const x
   });
 }
 
-void XmlPushParser::Context::onEnd(void* parser, const xmlChar*, const xmlChar*, const xmlChar*) {
+void XmlEventParser::Context::onEnd(void* parser, const xmlChar*, const xmlChar*, const xmlChar*) {
   Context& self = of(parser);
   self.guarded(parser, [&] {
     --self.depth_;
@@ -235,7 +285,7 @@ void XmlPushParser::Context::onEnd(void* parser, const xmlChar*, const xmlChar*,
   });
 }
 
-void XmlPushParser::Context::onText(void* parser, const xmlChar* text, int length) {
+void XmlEventParser::Context::onText(void* parser, const xmlChar* text, int length) {
   Context& self = of(parser);
   self.guarded(parser, [&] {
     self.events_.text({charsOf(text), static_cast<std::size_t>(length)});
@@ -243,10 +293,15 @@ void XmlPushParser::Context::onText(void* parser, const xmlChar* text, int lengt
 }
 
 // An entity with a location outside becomes an empty one, so that no reference can lead there.
-void XmlPushParser::Context::onEntity(void* parser, const xmlChar* name, int type,
-                                      const xmlChar* publicId, const xmlChar* systemId,
-                                      xmlChar* content) {
+void XmlEventParser::Context::onEntity(void* parser, const xmlChar* name, int type,
+                                       const xmlChar* publicId, const xmlChar* systemId,
+                                       xmlChar* content) {
   xmlChar nothing[] = {0};
+  if (content != nullptr && hasLongTag(content, content + xmlStrlen(content))) {
+    Context& self = of(parser);
+    self.guarded(parser, [&self] { self.fail("a tag has too many attributes"); });
+    return;
+  }
   if (type == XML_EXTERNAL_GENERAL_PARSED_ENTITY || type == XML_EXTERNAL_PARAMETER_ENTITY) {
     ++of(parser).notFetched_;
     const bool isGeneral = type == XML_EXTERNAL_GENERAL_PARSED_ENTITY;
@@ -262,7 +317,7 @@ void XmlPushParser::Context::onEntity(void* parser, const xmlChar* name, int typ
   if (!isKept) of(parser).guarded(parser, [] { throw std::bad_alloc(); });
 }
 
-xmlEntityPtr XmlPushParser::Context::onReference(void* parser, const xmlChar* name) {
+xmlEntityPtr XmlEventParser::Context::onReference(void* parser, const xmlChar* name) {
   Context& self = of(parser);
   const xmlEntityPtr entity = xmlSAX2GetEntity(parser, name);
   self.guarded(parser, [&] {
@@ -274,13 +329,13 @@ xmlEntityPtr XmlPushParser::Context::onReference(void* parser, const xmlChar* na
   return nullptr;
 }
 
-void XmlPushParser::Context::onExternalSubset(void* parser, const xmlChar*, const xmlChar*,
-                                              const xmlChar* systemId) {
+void XmlEventParser::Context::onExternalSubset(void* parser, const xmlChar*, const xmlChar*,
+                                               const xmlChar* systemId) {
   if (systemId != nullptr) ++of(parser).notFetched_;
 }
 
 // Names in undeclared namespaces are no fatal error to libxml2, but they name nothing.
-void XmlPushParser::Context::onError(void* parser, xmlErrorPtr error) {
+void XmlEventParser::Context::onError(void* parser, xmlErrorPtr error) {
   const bool isOfNamespaces = error->domain == XML_FROM_NAMESPACE;
   if (error->level < (isOfNamespaces ? XML_ERR_ERROR : XML_ERR_FATAL)) return;
   // While it is made, a parser that lacks memory leads nowhere yet.
@@ -288,21 +343,24 @@ void XmlPushParser::Context::onError(void* parser, xmlErrorPtr error) {
   Context& self = of(parser);
   self.guarded(parser, [&] {
     if (error->code == XML_ERR_NO_MEMORY || lacksMemory()) throw std::bad_alloc();
-    throw FileError(self.fileName_, {error->line, error->int2}, self.messageOf(*error));
+    throw FileError(self.name_, {error->line, error->int2}, self.messageOf(*error));
   });
 }
 
-// For a message that ends too early libxml2 has no words of its own.
-std::string XmlPushParser::Context::messageOf(const xmlError& error) const {
-  const bool isShort = isAtEnd_ && error.code == XML_ERR_DOCUMENT_END;
+// For a message that ends too early libxml2 has as many words as there are places to end at. Where
+// nothing is left to read, only a tag that closes another element is a fault of its own.
+std::string XmlEventParser::Context::messageOf(const xmlError& error) const {
+  const bool isShort = isAtEnd_ && parser_->input != nullptr &&
+                       parser_->input->cur >= parser_->input->end &&
+                       error.code != XML_ERR_TAG_NAME_MISMATCH;
   if (isShort && !hasRoot_) return "the message ends before its first element";
   if (isShort && depth_ > 0) return "the message ends inside an element";
   return withoutLineEnd(error.message);
 }
 
-std::string_view XmlPushParser::Context::typeAmong(const xmlChar** attributes,
-                                                   int count) const noexcept {
-  for (int i = 0; i < count; ++i, attributes += 5) {  // local name, prefix, URI, value, its end
+std::string_view XmlEventParser::Context::typeAmong(const xmlChar** attributes,
+                                                    int count) const noexcept {
+  for (int i = 0; i < count; ++i, attributes += kPartsOfAttribute) {
     if (attributes[0] == type_ && attributes[2] == instance_) {
       return {charsOf(attributes[3]), static_cast<std::size_t>(attributes[4] - attributes[3])};
     }
@@ -312,7 +370,7 @@ std::string_view XmlPushParser::Context::typeAmong(const xmlChar** attributes,
 
 // The parser stands at the end of the tag. No value may contain '<', so the last one in front of
 // it begins the tag.
-WalkPosition XmlPushParser::Context::position() const noexcept {
+WalkPosition XmlEventParser::Context::position() const noexcept {
   const xmlParserInputPtr input = parser_->input;
   if (input == nullptr) return {};
   const xmlChar* tag = input->cur;
@@ -323,7 +381,7 @@ WalkPosition XmlPushParser::Context::position() const noexcept {
 // The parser's line is that of the end of the text. It hands out the text in its input, from where
 // it stands on, or a copy of what is in front of there. Text that comes out of an entity, or was
 // converted, is neither: it has the place where the parser stands.
-WalkPosition XmlPushParser::Context::textPosition(std::string_view part) const noexcept {
+WalkPosition XmlEventParser::Context::textPosition(std::string_view part) const noexcept {
   const xmlParserInputPtr input = parser_->input;
   if (input == nullptr) return {};
   const xmlChar* begin = bytesOf(part.data());
@@ -339,8 +397,8 @@ WalkPosition XmlPushParser::Context::textPosition(std::string_view part) const n
 }
 
 // The place of `at`, when the parser's line and column are those of `end`, behind it.
-WalkPosition XmlPushParser::Context::positionOf(const xmlParserInput& input, const xmlChar* at,
-                                                const xmlChar* end) noexcept {
+WalkPosition XmlEventParser::Context::positionOf(const xmlParserInput& input, const xmlChar* at,
+                                                 const xmlChar* end) noexcept {
   WalkPosition place;
   const bool isConverted = input.buf != nullptr && input.buf->encoder != nullptr;
   if (!isConverted) place.offset = static_cast<std::int64_t>(input.consumed) + (at - input.base);
@@ -358,16 +416,17 @@ WalkPosition XmlPushParser::Context::positionOf(const xmlParserInput& input, con
   return place;
 }
 
-XmlPushParser::XmlPushParser(XmlEvents& events, std::string fileName, bool hasText)
-    : context_(std::make_unique<Context>(events, std::move(fileName), hasText)) {}
-XmlPushParser::~XmlPushParser() = default;
+XmlEventParser::XmlEventParser(XmlEvents& events, bool hasText)
+    : context_(std::make_unique<Context>(events, hasText)) {}
+XmlEventParser::~XmlEventParser() = default;
 
-void XmlPushParser::feed(std::string_view bytes) { context_->feed(bytes); }
-void XmlPushParser::finish() { context_->finish(); }
-WalkPosition XmlPushParser::position() const noexcept { return context_->position(); }
-WalkPosition XmlPushParser::textPosition(std::string_view part) const noexcept {
+void XmlEventParser::parse(const std::string& name, const Read& read) {
+  context_->parse(name, read);
+}
+WalkPosition XmlEventParser::position() const noexcept { return context_->position(); }
+WalkPosition XmlEventParser::textPosition(std::string_view part) const noexcept {
   return context_->textPosition(part);
 }
-std::int64_t XmlPushParser::notFetched() const noexcept { return context_->notFetched(); }
+std::int64_t XmlEventParser::notFetched() const noexcept { return context_->notFetched(); }
 
 }  // namespace cpi
