@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstring>
 #include <limits>
-#include <new>
 #include <stdexcept>
 #include <utility>
 
@@ -57,18 +56,6 @@ void StringTable::borrow(unsigned char* values, std::uint32_t used, std::uint32_
   isBorrowed_ = true;
   rowCount = rows;
   bufferUsed = used;
-}
-
-void StringTable::shrink() noexcept {
-  constexpr std::uint32_t kWorthWhile = 64;
-  if (bufferSize - bufferUsed < kWorthWhile) return;
-  try {
-    auto* const block = static_cast<unsigned char*>(cpMalloc(bufferUsed));
-    std::memcpy(block, buffer, bufferUsed);
-    replaceBuffer(block, bufferUsed);
-  } catch (const std::bad_alloc&) {
-    // The larger buffer serves as well.
-  }
 }
 
 void StringTable::Create(const unsigned short* newTableMemberName,

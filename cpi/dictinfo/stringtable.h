@@ -61,9 +61,6 @@ class CPI_API StringTable {
   // Refers to `used` bytes of offsets and values for `rows` rows, which lie elsewhere and outlive
   // this object. The first value that is set after that makes a copy of them. Never throws.
   void borrow(unsigned char* values, std::uint32_t used, std::uint32_t rows) noexcept;
-  // Gives back what the buffer has to spare, or most of it; without memory for that all stays as it
-  // is. Pointers from GetValue are then invalid. Never throws.
-  void shrink() noexcept;
   template <Char16 C>
   void SetValue(std::uint32_t row, const C* text) {
     SetValue(row, asUnits(text));

@@ -93,6 +93,7 @@ TEST_F(ImageFile, TheTablesComeBack) {
     const std::string image = imageText(tables);
     write(image);
     EXPECT_EQ(tablesOf(*readImage(path_)), tables);
+    EXPECT_EQ(tablesOf(*mapImage(path_)), tables);
     const auto dictionary = loadDictionary(path_);
     EXPECT_EQ(tablesOf(*dictionary), tables);
     std::ostringstream again;
@@ -110,6 +111,10 @@ TEST_F(ImageFile, ABrokenFileIsRefusedWithItsPlace) {
   EXPECT_EQ(refusal([&] { loadDictionary(path_); }), path_ + ": " + cut);
   EXPECT_EQ(refusal([&] { readImage(path_ + "-"); }),
             path_ + "-: the file cannot be opened: No such file or directory");
+  EXPECT_EQ(refusal([&] { mapImage(path_); }), path_ + ": " + cut);
+  EXPECT_EQ(
+      refusal([] { mapImage(testing::TempDir()); }),
+      testing::TempDir() + ": found the end of the image at byte 0; expected 32 bytes of head");
   EXPECT_EQ(refusal([] { readImage(testing::TempDir()); }),
             testing::TempDir() + ": the file cannot be read");
   const struct {

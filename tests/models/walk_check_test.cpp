@@ -369,6 +369,9 @@ TEST(WalkCheck, PositionsOfTextAndOfEnds) {
   Positions positions;
   walker.walkText("<r xmlns='urn:t'>\n <a/>\n \xC3\xA9\n \n</r>", "message", &positions);
   EXPECT_EQ(positions.text, "3:2@25 5:1@30 ");
+  positions.text.clear();
+  walker.walkText("<r xmlns='urn:t'>\n <a/>\n <![CDATA[\r\n x]]>\n \n</r>", "message", &positions);
+  EXPECT_EQ(positions.text, "4:2@37 6:1@44 ");
 }
 
 }  // namespace

@@ -1,8 +1,10 @@
 #include "cpi/dictinfo/image/tablecheck.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstring>
 #include <limits>
+#include <span>
 
 #include "cpi/runtime/utf16.h"
 
@@ -60,25 +62,36 @@ std::optional<Fault> findEndFault(const StringTable& property, std::uint64_t sta
   return Fault{used - kUnitBytes, "unit " + number(last), "the terminator of the last text"};
 }
 
-// Whether the texts lie one behind the other in row order, as a load leaves them: each offset then
-// lies behind the one before, with a terminator in front of it. One pass without a way out, for
-// sound columns are what there is.
-bool areTextsInOrder(const StringTable& property, std::uint64_t textStart) {
-  const auto* const offsets = reinterpret_cast<const std::uint32_t*>(property.buffer);
-  const auto start = static_cast<std::uint32_t>(textStart);
-  const std::uint32_t used = property.bufferUsed;
+// Whether the rows' offsets, where they have one, are even and ascend from `start` on to less than
+// `end`.
+bool areAscending(std::span<const std::uint32_t> offsets, std::uint32_t start, std::uint32_t end) {
   std::uint32_t previous = start - 1;
-  bool isInOrder = true;
-  for (std::uint32_t row = 0; row < property.rowCount; ++row) {
-    const std::uint32_t offset = offsets[row];
-    const bool isText = offset != 0;
-    const bool isInside = (offset > previous) & (offset < used) & (offset % kUnitBytes == 0);
-    const unsigned short before = unitAt(property, (isInside ? offset : start) - kUnitBytes);
-    // In front of the first text stand offsets.
-    isInOrder &= !isText | (isInside & ((before == 0) | (previous < start)));
-    previous = isText ? offset : previous;
+  std::uint32_t bits = 0;
+  bool areSound = true;
+  for (const std::uint32_t offset : offsets) {
+    const bool isNone = offset == 0;
+    areSound &= isNone | (offset > previous);
+    bits |= offset;
+    previous = isNone ? previous : offset;
   }
-  return isInOrder;
+  return areSound && bits % kUnitBytes == 0 && (previous < start || previous < end);
+}
+
+// Whether the texts lie one behind the other in row order, as a load leaves them: each offset then
+// lies behind the one before, with a terminator in front of it. Sound columns are what there is:
+// neither loop looks for the place of a fault.
+bool areTextsInOrder(const StringTable& property, std::uint64_t textStart) {
+  const auto start = static_cast<std::uint32_t>(textStart);
+  const auto* const first = reinterpret_cast<const std::uint32_t*>(property.buffer);
+  const std::span offsets(first, property.rowCount);
+  if (!areAscending(offsets, start, property.bufferUsed)) return false;
+  auto next = std::ranges::find_if(offsets, [](std::uint32_t offset) { return offset != 0; });
+  if (next == offsets.end()) return true;
+  unsigned before = 0;  // the units in front of texts, but for the first, which has offsets there
+  for (++next; next != offsets.end(); ++next) {
+    if (*next != 0) before |= unitAt(property, *next - kUnitBytes);
+  }
+  return before == 0;
 }
 
 std::optional<Fault> findTextFault(const StringTable& property, std::uint64_t start) {

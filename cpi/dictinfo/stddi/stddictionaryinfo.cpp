@@ -148,12 +148,7 @@ void StdDictionaryInfo::postProcessDictionary() {
 }
 
 void StdDictionaryInfo::endLoad() noexcept {
-  if (isLoading()) {
-    loadHandler_->finish();
-    for (DictTable& table : tables()) {
-      for (const auto& property : table.properties.tables()) property->shrink();
-    }
-  }
+  if (loadHandler_ != nullptr) loadHandler_->finish();
   loadHandler_.reset();
   freeze();
 }
@@ -197,6 +192,7 @@ void StdDictionaryInfo::adoptDerived(std::span<const unsigned char> bytes) noexc
 }
 
 void StdDictionaryInfo::tablesChanged() noexcept {
+  if (index_ == nullptr) return;
   ids_ = {};
   index_.reset();
 }

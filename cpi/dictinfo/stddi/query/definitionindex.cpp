@@ -28,9 +28,8 @@ void sortFirsts(std::vector<Entry>& entries) {
 DefinitionIndex::DefinitionIndex(const MemberTable& members, const TypeTable& types,
                                  const OverrideTable& overrides)
     : DefinitionIndex(members, overrides, WithoutArrays()) {
-  findRuns();
-  indexLogicalTypes(types);
   indexWideRuns();
+  indexLogicalTypes(types);
   indexOverrides();
 }
 
@@ -38,12 +37,12 @@ bool DefinitionIndex::adopt(const TypeTable& types) noexcept {
   if (!tagsOfRuns_.adopt(members_.rowCount()) || !overrideKeys_.adopt(overrides_.rowCount())) {
     return false;
   }
-  // A run ends behind where it starts, and the last with the table.
-  const std::size_t starts = runStarts_.size();
-  if (starts == 0 || *(runStarts_.end() - 1) != members_.rowCount()) return false;
-  bool isAscending = *runStarts_.begin() == 0;
-  for (std::size_t i = 1; i < starts; ++i) {
-    isAscending &= *(runStarts_.begin() + i) > *(runStarts_.begin() + i - 1);
+  // A run ends behind where it starts, and none behind the table.
+  const std::size_t bounds = wideRuns_.size();
+  if (bounds == 0 || *(wideRuns_.end() - 1) != members_.rowCount()) return false;
+  bool isAscending = *wideRuns_.begin() >= 0;
+  for (std::size_t i = 1; i < bounds; ++i) {
+    isAscending &= *(wideRuns_.begin() + i) > *(wideRuns_.begin() + i - 1);
   }
   const auto isType = [&](const LogicalType& type) { return types.contains(type.row); };
   if (!isAscending || !std::ranges::all_of(logicalTypes_, isType)) return false;
@@ -55,25 +54,33 @@ bool DefinitionIndex::adopt(const TypeTable& types) noexcept {
          std::ranges::all_of(overrideCounts_, isCount);
 }
 
-void DefinitionIndex::findRuns() {
+// Where the wide runs start and end. The others are told by their members.
+std::vector<std::int32_t> DefinitionIndex::findWideRuns() const {
   const auto* const rows = members_.records();
-  std::vector<std::int32_t> starts;
-  for (std::int32_t row = 0; row < members_.rowCount(); ++row) {
-    if (row == 0 || rows[row].ParentTypeId != rows[row - 1].ParentTypeId) starts.push_back(row);
+  std::vector<std::int32_t> bounds;
+  for (std::int32_t first = 0; first < members_.rowCount();) {
+    std::int32_t end = first + 1;
+    while (end < members_.rowCount() && rows[end].ParentTypeId == rows[first].ParentTypeId) ++end;
+    if (end - first > kNarrowRun) {
+      if (bounds.empty() || bounds.back() != first) bounds.push_back(first);
+      bounds.push_back(end);
+    }
+    first = end;
   }
-  starts.push_back(members_.rowCount());
-  starts.shrink_to_fit();
-  runStarts_ = IndexArray<std::int32_t>(std::move(starts));
+  if (bounds.empty() || bounds.back() != members_.rowCount()) bounds.push_back(members_.rowCount());
+  bounds.shrink_to_fit();
+  return bounds;
 }
 
 void DefinitionIndex::indexWideRuns() {
+  wideRuns_ = IndexArray<std::int32_t>(findWideRuns());
   std::vector<Entry> entries;
-  for (std::size_t run = 0; run + 1 < runStarts_.size(); ++run) {
-    const std::int32_t first = runStarts_[run];
-    if (runStarts_[run + 1] - first <= kNarrowRun) continue;
-    for (std::int32_t row = first; row < runStarts_[run + 1]; ++row) {
-      entries.push_back({keyOf(first, members_.records()[row].ChildTagId), row});
-    }
+  std::int32_t first = kNone;
+  for (std::int32_t row = 0; row < members_.rowCount(); ++row) {
+    const bool isInRun = first != kNone && members_.records()[row].ParentTypeId ==
+                                               members_.records()[first].ParentTypeId;
+    if (!isInRun) first = std::ranges::binary_search(wideRuns_, row) ? row : kNone;
+    if (first != kNone) entries.push_back({keyOf(first, members_.records()[row].ChildTagId), row});
   }
   sortFirsts(entries);
   tagsOfRuns_ = KeyIndex(entries);
@@ -90,7 +97,7 @@ void DefinitionIndex::indexLogicalTypes(const TypeTable& types) {
   std::vector<LogicalType> found;
   found.reserve(firstRows.size());
   for (const auto& [code, row] : firstRows) found.push_back({code, row});
-  logicalTypes_ = IndexArray<LogicalType>(std::move(found));
+  logicalTypes_ = IndexArray<LogicalType>(found);
 }
 
 void DefinitionIndex::indexOverrides() {
@@ -117,11 +124,11 @@ std::int32_t DefinitionIndex::runEnd(std::int32_t row) const noexcept {
   for (std::int32_t i = 1; i < near; ++i) {
     if (first[i].ParentTypeId != first->ParentTypeId) return row + i;
   }
-  return *std::ranges::upper_bound(runStarts_, row);
+  return *std::ranges::upper_bound(wideRuns_, row);
 }
 
 bool DefinitionIndex::isIndexedRun(std::int32_t first) const noexcept {
-  return tagsOfRuns_.isBuilt() && std::ranges::binary_search(runStarts_, first);
+  return tagsOfRuns_.isBuilt() && std::ranges::binary_search(wideRuns_, first);
 }
 
 std::int32_t DefinitionIndex::firstOfTag(std::int32_t first, std::int32_t tagId) const noexcept {
@@ -145,7 +152,7 @@ DefinitionIndex::Overrides DefinitionIndex::overridesOf(std::int32_t msgId,
 }
 
 std::size_t DefinitionIndex::bytes() const noexcept {
-  return runStarts_.bytes() + tagsOfRuns_.bytes() + logicalTypes_.bytes() + overrideKeys_.bytes() +
+  return wideRuns_.bytes() + tagsOfRuns_.bytes() + logicalTypes_.bytes() + overrideKeys_.bytes() +
          overrideCounts_.bytes();
 }
 

@@ -7,6 +7,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <vector>
 
 #include "cpi/dictinfo/stddi/query/idindex.h"
 #include "cpi/dictinfo/stddi/tablereference.h"
@@ -45,7 +46,7 @@ class DefinitionIndex {
   // As KeyIndex has them.
   template <class Self, class Visit>
   static void visitArrays(Self& self, Visit&& visit) {
-    visit(self.runStarts_);
+    visit(self.wideRuns_);
     visit(self.logicalTypes_);
     KeyIndex::visitArrays(self.tagsOfRuns_, visit);
     KeyIndex::visitArrays(self.overrideKeys_, visit);
@@ -65,15 +66,16 @@ class DefinitionIndex {
   std::size_t bytes() const noexcept;
 
  private:
-  void findRuns();
+  std::vector<std::int32_t> findWideRuns() const;
   void indexWideRuns();
   void indexLogicalTypes(const TypeTable& types);
   void indexOverrides();
 
   MemberTable members_;
   OverrideTable overrides_;
-  IndexArray<std::int32_t> runStarts_;  // ascending, with one behind the last row
-  KeyIndex tagsOfRuns_;                 // start of a wide run, and tag id
+  // Ascending: where runs of more than kNarrowRun members start and end, and the last row's end.
+  IndexArray<std::int32_t> wideRuns_;
+  KeyIndex tagsOfRuns_;  // start of a wide run, and tag id
   struct LogicalType {
     std::int32_t code;
     std::int32_t row;  // the first

@@ -44,7 +44,9 @@ class ElementNames {
 
   // An index that was built from the same tables before, once its arrays are filled in.
   ElementNames(const TableReference<SMD_TAG_DEFINITION>& tags, const NamespaceTexts& spaces)
-      : tags_(tags), spaces_(spaces), names_(tags.strings(), NameIndex::Ending::Nothing) {}
+      : tags_(tags),
+        spaces_(spaces),
+        names_(tags.strings(), NameIndex::Ending::Nothing, tags.rowCount()) {}
   // As NameIndex has it.
   template <class Visit>
   void visitArrays(Visit&& visit) {
@@ -70,11 +72,9 @@ class ElementNames {
   // The key of the elements of this name and namespace, empty for none; -1 when no tag answers to
   // them. `name` is compared as it is, spaces included, and has no unit of 0.
   std::int32_t keyOf(std::u16string_view name, std::u16string_view namespaceURI) const noexcept {
-    std::int32_t row = names_.find(name);
-    while (row != kNone && !spaces_.isIn(tags_.records()[row].namespaceIndex, namespaceURI)) {
-      row = names_.nextSpace(row);
-    }
-    return row;
+    return names_.find(name, [&](std::int32_t row) {
+      return spaces_.isIn(tags_.records()[row].namespaceIndex, namespaceURI);
+    });
   }
   // The key of a tag; -1 for one without text, which no element is. `tagIndex` is a row of Tags.
   std::int32_t keyOfTag(std::int32_t tagIndex) const noexcept {

@@ -4,7 +4,9 @@
 #ifndef CPI_DICTINFO_STDDI_QUERY_INDEXARRAY_H
 #define CPI_DICTINFO_STDDI_QUERY_INDEXARRAY_H
 
+#include <algorithm>
 #include <cstddef>
+#include <memory>
 #include <span>
 #include <utility>
 #include <vector>
@@ -17,8 +19,13 @@ class IndexArray {
   IndexArray() noexcept = default;
   // `count` elements to be filled in. Throws std::bad_alloc.
   explicit IndexArray(std::size_t count, const T& value = {})
-      : IndexArray(std::vector<T>(count, value)) {}
-  explicit IndexArray(std::vector<T> elements) noexcept : own_(std::move(elements)), view_(own_) {}
+      : own_(std::make_unique_for_overwrite<T[]>(count)), view_(own_.get(), count) {
+    std::fill_n(own_.get(), count, value);
+  }
+  // A copy of `elements`. Throws std::bad_alloc.
+  explicit IndexArray(const std::vector<T>& elements) : IndexArray(elements.size()) {
+    std::ranges::copy(elements, own_.get());
+  }
   IndexArray(IndexArray&& other) noexcept
       : own_(std::move(other.own_)), view_(std::exchange(other.view_, {})) {}
   IndexArray& operator=(IndexArray&& other) noexcept {
@@ -28,7 +35,10 @@ class IndexArray {
   }
 
   // Refers to elements that outlive this object.
-  void borrow(std::span<const T> elements) noexcept { *this = IndexArray(elements); }
+  void borrow(std::span<const T> elements) noexcept {
+    own_.reset();
+    view_ = elements;
+  }
 
   const T& operator[](std::size_t i) const noexcept { return view_[i]; }
   // Only of an array of its own.
@@ -41,9 +51,7 @@ class IndexArray {
   std::size_t bytes() const noexcept { return view_.size_bytes(); }
 
  private:
-  explicit IndexArray(std::span<const T> elements) noexcept : view_(elements) {}
-
-  std::vector<T> own_;
+  std::unique_ptr<T[]> own_;
   std::span<const T> view_;
 };
 

@@ -84,8 +84,9 @@ LookupIndex::LookupIndex(const StdDictionaryInfo& dictionary, std::span<const un
                    DefinitionIndex::WithoutArrays()),
       spaces_(dictionary.namespaces()),
       elements_(dictionary.tags(), spaces_),
-      tags_(dictionary.tags().strings(), NameIndex::Ending::Spaces),
-      types_(dictionary.types().strings(), NameIndex::Ending::Spaces),
+      tags_(dictionary.tags().strings(), NameIndex::Ending::Spaces, dictionary.tags().rowCount()),
+      types_(dictionary.types().strings(), NameIndex::Ending::Spaces,
+             dictionary.types().rowCount()),
       members_(std::in_place, dictionary, elements_, MemberIndex::WithoutArrays()) {
   IndexReader reader(bytes);
   visitArrays(*this, reader);

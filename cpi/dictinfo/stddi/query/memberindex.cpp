@@ -70,7 +70,7 @@ class MemberIndexBuilder {
   };
 
   static std::size_t slotCountFor(std::int64_t entries) {
-    return static_cast<std::size_t>(2 * entries + 1);
+    return static_cast<std::size_t>(entries + entries / 2 + 1);
   }
   std::int32_t& groupOfType(std::int32_t type) {
     return groupOfType_[static_cast<std::size_t>(type)];

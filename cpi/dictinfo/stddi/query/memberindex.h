@@ -5,10 +5,10 @@
 // may stand, or one that changes how the search goes on although it does not match. What lies
 // between is passed over, with the same outcome.
 //
-// Memory: about 4 bytes for each entry, 8 for one by which a group is found to lead to a member,
-// and twice that for free slots; 8 bytes a member when the dictionary has groups. There are at most
-// four entries a member of the second kind. What would need more is left to the plain search, and
-// so are groups that contain themselves, and members of one type that stand apart. Thread rule:
+// Memory: about 4 bytes for each entry, 8 for one by which a group is found to lead to a member, and
+// half as much again for free slots; 8 bytes a member when the dictionary has groups. There are at
+// most four entries a member of the second kind. What would need more is left to the plain search,
+// and so are groups that contain themselves, and members of one type that stand apart. Thread rule:
 // never changes once built, safe to share.
 #ifndef CPI_DICTINFO_STDDI_QUERY_MEMBERINDEX_H
 #define CPI_DICTINFO_STDDI_QUERY_MEMBERINDEX_H
@@ -74,7 +74,7 @@ class MemberIndex {
   // be looked at one by one.
   std::int64_t runOf(std::int32_t row) const noexcept {
     const bool isIndexed = places_.empty() || places_[asSize(row)].group != kUnindexed;
-    return isIndexed ? static_cast<std::uint32_t>(members_[row].ParentTypeId) : kNone;
+    return isIndexed ? std::int64_t{static_cast<std::uint32_t>(members_[row].ParentTypeId)} : kNone;
   }
   // The first row from `row` on in its run that carries a tag of this key, or is a group that may
   // lead to one; kNoRow when there is none. The run must be indexed.

@@ -23,9 +23,8 @@ std::int32_t scan(const TableReference<Record>& table, IsWanted isWanted) {
 template <class Record, class IsIn>
 std::int32_t findIn(const TableReference<Record>& table, std::int32_t Record::*namespaceIndex,
                     const NameIndex& names, std::u16string_view name, IsIn isIn) {
-  std::int32_t row = names.find(name);
-  while (row != kNone && !isIn(table.records()[row].*namespaceIndex)) row = names.nextSpace(row);
-  return row;
+  return names.find(name,
+                    [&](std::int32_t row) { return isIn(table.records()[row].*namespaceIndex); });
 }
 
 }  // namespace
