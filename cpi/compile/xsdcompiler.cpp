@@ -9,6 +9,7 @@
 #include <system_error>
 #include <tuple>
 #include <utility>
+#include <variant>
 #include <xercesc/framework/psvi/XSNamedMap.hpp>
 
 #include "cpi/compile/deepstack.h"
@@ -17,6 +18,7 @@
 #include "cpi/compile/schemaprocessor.h"
 #include "cpi/compile/xmltext.h"
 #include "cpi/extract/modelconventions.h"
+#include "cpi/extract/schemapattern.h"
 
 namespace cpi {
 
@@ -149,6 +151,29 @@ void reportLostConstants(const SchemaDocuments& documents, const DictionaryTable
   addCounted(report, std::move(notice));
 }
 
+// Patterns that no value can be held against, each once.
+void reportPatterns(const DictionaryTables& tables, XsdReport& report) {
+  std::set<std::u16string_view> patterns;
+  for (const NamedProperty& property : tables.namedProperties) {
+    if (property.memberName != kFacetsProperty) continue;
+    for (const auto& row : property.values) {
+      const auto* const facets = row ? std::get_if<std::u16string>(&*row) : nullptr;
+      if (facets == nullptr) continue;
+      forEachFacet(*facets, [&](std::u16string_view name, std::u16string_view value) {
+        if (name == kPatternFacet) patterns.insert(value);
+      });
+    }
+  }
+  std::erase_if(patterns, [](std::u16string_view one) { return SchemaPattern(one).isUsable(); });
+  if (patterns.empty()) return;
+  report.notices.push_back({"a pattern cannot be matched, and values are not held against it: " +
+                                toUtf8(*patterns.begin()),
+                            {},
+                            0,
+                            0,
+                            static_cast<std::int32_t>(patterns.size())});
+}
+
 // The checking that the schema is not too large for.
 SchemaChecking affordable(SchemaChecking wanted, const SchemaSize& size, XsdReport& report) {
   constexpr double kMostPositions = 2'000;
@@ -207,6 +232,7 @@ DictionaryTables compileXsd(const std::vector<std::string>& schemaFiles, const X
     tables = draft.finish(dictionaryName(options, schemaFiles.front()));
   });
   reportLostConstants(documents, tables, report);
+  reportPatterns(tables, report);
   return tables;
 }
 

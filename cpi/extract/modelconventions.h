@@ -119,6 +119,20 @@ inline constexpr std::u16string_view kRestriction = u"restriction";
 inline constexpr std::u16string_view kList = u"list";
 inline constexpr std::u16string_view kUnion = u"union";
 
+inline constexpr std::u16string_view kPatternFacet = u"pattern";
+inline constexpr std::u16string_view kWhiteSpaceFacet = u"whiteSpace";
+
+// Calls `visit` with the name and the value of each facet in a text of the Facets property.
+template <class Visit>
+void forEachFacet(std::u16string_view lines, Visit visit) {
+  while (!lines.empty()) {
+    const std::u16string_view line = lines.substr(0, lines.find(u'\n'));
+    lines.remove_prefix(line.size() < lines.size() ? line.size() + 1 : line.size());
+    const std::u16string_view name = line.substr(0, line.find(u' '));
+    visit(name, line.size() > name.size() ? line.substr(name.size() + 1) : std::u16string_view());
+  }
+}
+
 inline std::u16string decimalText(std::int32_t number) {
   const std::string digits = std::to_string(number);
   return {digits.begin(), digits.end()};

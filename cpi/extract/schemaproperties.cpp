@@ -27,8 +27,8 @@ std::u16string_view valueOf(const StringTable* property, std::int32_t row) noexc
   return text == nullptr ? std::u16string_view() : textView(text);
 }
 
-std::u16string_view takeWord(std::u16string_view& rest, char16_t mark = u' ') {
-  const std::size_t end = std::min(rest.find(mark), rest.size());
+std::u16string_view takeWord(std::u16string_view& rest) {
+  const std::size_t end = std::min(rest.find(u' '), rest.size());
   const std::u16string_view word = rest.substr(0, end);
   rest.remove_prefix(std::min(end + 1, rest.size()));
   return word;
@@ -104,16 +104,13 @@ std::optional<SchemaParts> SchemaProperties::partsOf(std::int32_t typeIndex) con
 
 // A limit of too many digits is none that a value can reach, and one of another form is left out.
 void SchemaProperties::readItemLimits(std::int32_t typeIndex, SchemaParts& parts) const noexcept {
-  std::u16string_view lines = facetsOf(typeIndex);
-  while (!lines.empty()) {
-    std::u16string_view rest = takeWord(lines, u'\n');
-    const std::u16string_view facet = takeWord(rest);
+  forEachFacet(facetsOf(typeIndex), [&](std::u16string_view facet, std::u16string_view value) {
     const bool isLength = facet == u"length";
-    const bool isNumber = !rest.empty() && rest.find_first_not_of(u"0123456789") == rest.npos;
-    if (!isNumber || rest.size() > kMostDigits) continue;
-    if (isLength || facet == u"minLength") parts.least = numberOf(rest);
-    if (isLength || facet == u"maxLength") parts.most = numberOf(rest);
-  }
+    const bool isNumber = !value.empty() && value.find_first_not_of(u"0123456789") == value.npos;
+    if (!isNumber || value.size() > kMostDigits) return;
+    if (isLength || facet == u"minLength") parts.least = numberOf(value);
+    if (isLength || facet == u"maxLength") parts.most = numberOf(value);
+  });
 }
 
 std::optional<DerivationMethods> SchemaProperties::derivation(std::int32_t typeIndex,

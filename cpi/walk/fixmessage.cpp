@@ -10,6 +10,8 @@ namespace {
 
 constexpr std::string_view kMessageStart = "8=FIX";
 constexpr std::size_t kMaxDigits = 9;
+// Bytes are read eight at a time where the first is the lowest.
+constexpr bool kIsLittle = std::endian::native == std::endian::little;
 // A check sum with its tag and delimiter, and some room for a wrong one.
 constexpr std::size_t kCheckSumSize = 12;
 // A first field is shorter.
@@ -107,8 +109,8 @@ std::uint64_t wordAt(std::string_view text, std::size_t at) noexcept {
 }
 
 // Values are short: eight bytes at a time beat a call.
-std::size_t findByte(std::string_view text, std::size_t from, char byte) noexcept {
-  if constexpr (std::endian::native == std::endian::little) {
+inline std::size_t findByte(std::string_view text, std::size_t from, char byte) noexcept {
+  if constexpr (kIsLittle) {
     const std::uint64_t pattern = 0x0101010101010101 * static_cast<unsigned char>(byte);
     for (; from + sizeof pattern <= text.size(); from += sizeof pattern) {
       const std::uint64_t marks = zeroBytes(wordAt(text, from) ^ pattern);
@@ -137,6 +139,36 @@ std::uint64_t sumOf(std::string_view text) noexcept {
   }
   for (; at < text.size(); ++at) sum += static_cast<unsigned char>(text[at]);
   return sum;
+}
+
+struct Tag {
+  std::int32_t number = kNone;
+  std::uint32_t size = 0;
+};
+
+// A number of up to four digits with '=' behind it, and how many digits there are; 0: other bytes
+// stand there. Tags of all lengths alternate, so that one way for all beats a loop.
+Tag shortTagOf(std::uint64_t word) noexcept {
+  constexpr std::uint64_t kEach = 0x0101010101010101;
+  const std::uint64_t ends = zeroBytes(word ^ kEach * '=');
+  const auto size = static_cast<std::uint32_t>(std::countr_zero(ends)) / 8;
+  if (size - 1 > 3) return {};
+  const auto text = static_cast<std::uint32_t>(word);
+  const std::uint32_t digits = (text ^ 0x30303030) << (32 - 8 * size);
+  if ((((digits + 0x76767676) | digits) & 0x80808080) != 0) return {};
+  const std::uint32_t pairs = digits * 10 + (digits >> 8);
+  return {static_cast<std::int32_t>((pairs & 0xff) * 100 + (pairs >> 16 & 0xff)), size};
+}
+
+// The same for any number that fits.
+Tag tagOf(std::string_view text) noexcept {
+  const std::size_t end = std::min(text.size(), kMaxDigits);
+  Tag tag{0, 0};
+  for (; tag.size < end && isDigit(text[tag.size]); ++tag.size) {
+    tag.number = tag.number * 10 + (text[tag.size] - '0');
+  }
+  const bool isTag = tag.size > 0 && tag.size < text.size() && text[tag.size] == '=';
+  return isTag ? tag : Tag();
 }
 
 }  // namespace
@@ -199,24 +231,24 @@ bool FixFramer::frameAt(std::string_view text, bool isLast, FixFrame& frame) noe
 
 // What has no tag is all value.
 inline void FixMessage::readTag(const FixModel& model, FixField& field) const noexcept {
-  const char* const begin = text_.data() + field.begin;
-  const char* const stop = text_.data() + text_.size();
-  const char* const end = begin + std::min(text_.size() - field.begin, kMaxDigits);
-  std::int32_t number = 0;
-  const char* at = begin;
-  for (; at != end && isDigit(*at); ++at) number = number * 10 + (*at - '0');
+  const std::string_view rest = text_.substr(field.begin);
+  Tag tag;
+  if (kIsLittle && rest.size() >= sizeof(std::uint64_t)) tag = shortTagOf(wordAt(rest, 0));
+  if (tag.size == 0) tag = tagOf(rest);
   field.valueBegin = field.begin;
-  if (at == begin || at == stop || *at != '=') return;
-  field.number = number;
-  field.row = model.fieldRow(number);
-  field.valueBegin = field.begin + static_cast<std::uint32_t>(at - begin) + 1;
+  if (tag.size == 0) return;
+  const FixModel::Field known = model.field(tag.number);
+  field.number = tag.number;
+  field.row = known.row;
+  field.form = known.form;
+  field.valueBegin = field.begin + tag.size + 1;
 }
 
 // The end of the text when there is none.
-inline std::uint32_t FixMessage::findDelimiter(std::uint32_t from) const noexcept {
-  std::size_t at = findByte(text_, from, firstOf(delimiter_));
+inline std::uint32_t FixMessage::findDelimiter(std::uint32_t from, char mark) const noexcept {
+  std::size_t at = findByte(text_, from, mark);
   while (delimiter_ == FixDelimiter::Caret && at < text_.size() && !isDelimiter(at)) {
-    at = findByte(text_, at + 1, firstOf(delimiter_));
+    at = findByte(text_, at + 1, mark);
   }
   return static_cast<std::uint32_t>(at);
 }
@@ -227,21 +259,24 @@ void FixMessage::parse(const FixModel& model, std::string_view text, FixDelimite
   fields_.clear();
   const auto size = static_cast<std::uint32_t>(text.size());
   const auto width = static_cast<std::uint32_t>(widthOf(delimiter));
+  const char mark = firstOf(delimiter);
   for (std::uint32_t at = 0; at < size;) {
+    // Written where it stays: a copy of what was written piece by piece is slow.
     FixField& field = fields_.emplace_back();
     field.begin = at;
+    // From the tag on, which holds no delimiter: to the next field nothing waits for the tag.
+    field.end = findDelimiter(at, mark);
     readTag(model, field);
-    field.end = findDelimiter(field.valueBegin);
-    if (field.row >= 0 && model.form(field.row) == FixForm::Data) takeData(model, field);
+    if (field.form == FixForm::Data) takeData(field);
     at = field.end + width;
   }
 }
 
 // Data may hold delimiters; the field before it says how many bytes it has.
-void FixMessage::takeData(const FixModel& model, FixField& field) const {
+void FixMessage::takeData(FixField& field) const {
   if (fields_.size() < 2) return;
   const FixField& before = fields_[fields_.size() - 2];
-  if (before.row < 0 || model.form(before.row) != FixForm::Length) return;
+  if (before.form != FixForm::Length) return;
   const std::int32_t length = fixNumberOf(value(before));
   const std::size_t end = std::size_t{field.valueBegin} + static_cast<std::uint32_t>(length);
   field.hasWrongLength = length < 0 || end > text_.size() || !isDelimiter(end);

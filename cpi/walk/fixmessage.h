@@ -54,6 +54,7 @@ struct FixField {
   std::uint32_t valueBegin = 0;
   std::uint32_t end = 0;        // of the value; the delimiter stands here
   bool hasWrongLength = false;  // no delimiter stands where the length field says
+  FixForm form = FixForm::Text;
 };
 
 // The fields of one message; its capacity serves the next message too.
@@ -74,8 +75,8 @@ class FixMessage {
 
  private:
   void readTag(const FixModel& model, FixField& field) const noexcept;
-  void takeData(const FixModel& model, FixField& field) const;
-  std::uint32_t findDelimiter(std::uint32_t from) const noexcept;
+  void takeData(FixField& field) const;
+  std::uint32_t findDelimiter(std::uint32_t from, char mark) const noexcept;
   bool isDelimiter(std::size_t at) const noexcept;
 
   std::string_view text_;

@@ -40,7 +40,7 @@ bool FixModel::isFix(const StdDictionaryInfo& dictionary) {
 
 FixModel::FixModel(const StdDictionaryInfo& dictionary)
     : dictionary_(&dictionary),
-      fields_(asIndex(dictionary.tags().rowCount())),
+      values_(asIndex(dictionary.tags().rowCount())),
       types_(asIndex(dictionary.types().rowCount())),
       members_(asIndex(dictionary.typeMembers().rowCount())),
       slots_(2) {
@@ -70,15 +70,15 @@ void FixModel::readFields() {
 }
 
 void FixModel::readField(std::int32_t row, const SMD_TAG_DEFINITION& tag) {
-  if (tag.Id < kDenseNumbers) {
-    rows_.resize(std::max(rows_.size(), asIndex(tag.Id) + 1), kNone);
-    rows_[asIndex(tag.Id)] = row;
-  }
-  Field& field = fields_[asIndex(row)];
+  Values& values = values_[asIndex(row)];
   if (const SMD_TYPE_DEFINITION* const type = dictionary_->types().find(tag.ToTypeIndexField)) {
-    field.form = fixFormOf(textView(type->Identifier));
+    values.form = fixFormOf(textView(type->Identifier));
   }
-  if (tag.ValueSetTableIndex >= 0) field.valueSet = readValueSet(tag.ValueSetTableIndex);
+  if (tag.ValueSetTableIndex >= 0) values.valueSet = readValueSet(tag.ValueSetTableIndex);
+  if (tag.Id < kDenseNumbers) {
+    numbers_.resize(std::max(numbers_.size(), asIndex(tag.Id) + 1));
+    numbers_[asIndex(tag.Id)] = {row, values.form};
+  }
 }
 
 std::int32_t FixModel::readValueSet(std::int32_t firstRow) {
@@ -101,11 +101,12 @@ std::int32_t FixModel::readValueSet(std::int32_t firstRow) {
 }
 
 // A field beyond the dense range.
-std::int32_t FixModel::sparseRow(std::int32_t number) const noexcept {
-  if (number < kDenseNumbers) return kNone;
+FixModel::Field FixModel::sparseField(std::int32_t number) const noexcept {
+  if (number < kDenseNumbers) return {};
   const std::int32_t row = dictionary_->getTagDefIndex(number);
   const SMD_TAG_DEFINITION* const tag = dictionary_->tags().find(row);
-  return tag != nullptr && tag->Class == TCField ? row : kNone;
+  if (tag == nullptr || tag->Class != TCField) return {};
+  return {row, values_[asIndex(row)].form};
 }
 
 void FixModel::readMembers() {
@@ -124,7 +125,7 @@ void FixModel::readMembers() {
                                      member.ChildClass == TCField && next->MaxOccurs != 1;
   }
   std::ranges::sort(uses);
-  firstUse_.assign(fields_.size() + 1, 0);
+  firstUse_.assign(values_.size() + 1, 0);
   for (const auto& [tag, member] : uses) {
     ++firstUse_[asIndex(tag) + 1];
     uses_.push_back(member);
@@ -224,7 +225,23 @@ void FixModel::readMessage(std::int32_t row, const SMD_TAG_DEFINITION& tag) {
       message.trailerMember = first + i;
     }
   }
+  message.isPlain = isPlain(message);
   messages_.try_emplace(toUtf8(textView(value->Value.Text)), std::move(message));
+}
+
+bool FixModel::isPlain(const FixMessageModel& message) const {
+  const SMD_TYPE_DEFINITION* const type = dictionary_->types().find(message.typeIndex);
+  if (type == nullptr || type->LogicalType > 0) return false;
+  if (type->Composition != TYPE_SEQUENCE && type->Composition != TYPE_ORDERED) return false;
+  std::int32_t before = kNone;
+  for (const std::int32_t member :
+       {message.headerMember, message.bodyMember, message.trailerMember}) {
+    if (member == kNone) continue;
+    if (member < before || !isFlat(dictionary_->typeMembers().row(member).toTypeIndex))
+      return false;
+    before = member;
+  }
+  return true;
 }
 
 const FixMessageModel* FixModel::message(std::string_view msgType) const {

@@ -37,6 +37,8 @@ struct FixMessageModel {
   std::int32_t headerMember = kNone;
   std::int32_t bodyMember = kNone;
   std::int32_t trailerMember = kNone;
+  // The parts follow one another, and each is flat: a move to one of them needs no search.
+  bool isPlain = false;
 };
 
 // The part of a tag's or type's text that names it, UTF-8.
@@ -59,17 +61,20 @@ class FixModel {
   // The message with this MsgType, or null.
   const FixMessageModel* message(std::string_view msgType) const;
 
-  // The Tags row of a field by its number, or kNone.
-  std::int32_t fieldRow(std::int32_t number) const noexcept {
+  // A field by its number: its Tags row, or kNone, and the form of its values.
+  struct Field {
+    std::int32_t row = kNone;
+    FixForm form = FixForm::Text;
+  };
+  Field field(std::int32_t number) const noexcept {
     const auto index = static_cast<std::size_t>(number);
-    return index < rows_.size() ? rows_[index] : sparseRow(number);
+    return index < numbers_.size() ? numbers_[index] : sparseField(number);
   }
   // The member of a group's instances, in a type that has the group, by its first field; or kNone.
   std::int32_t groupBegunBy(std::int32_t type, std::int32_t tagRow) const noexcept;
-  // By Tags row of a field.
-  FixForm form(std::int32_t row) const noexcept { return fields_[asIndex(row)].form; }
+  // By Tags row of a field; null: any value may be.
   const FixValueSet* valueSet(std::int32_t row) const noexcept {
-    const std::int32_t set = fields_[asIndex(row)].valueSet;
+    const std::int32_t set = values_[asIndex(row)].valueSet;
     return set == kNone ? nullptr : &valueSets_[asIndex(set)];
   }
   // By Types row: how many of its members must occur.
@@ -118,7 +123,7 @@ class FixModel {
   std::span<const std::int32_t> membersWith(std::int32_t tagRow) const noexcept;
 
  private:
-  struct Field {
+  struct Values {
     FixForm form = FixForm::Text;
     std::int32_t valueSet = kNone;
   };
@@ -160,7 +165,7 @@ class FixModel {
     constexpr std::uint32_t kMix = 0x9e3779b1;
     return static_cast<std::uint32_t>(tagRow) * kMix >> shift;
   }
-  std::int32_t sparseRow(std::int32_t number) const noexcept;
+  Field sparseField(std::int32_t number) const noexcept;
   void readFields();
   void readField(std::int32_t row, const SMD_TAG_DEFINITION& tag);
   std::int32_t readValueSet(std::int32_t firstRow);
@@ -171,15 +176,16 @@ class FixModel {
   void readGroup(std::int32_t type);
   bool addSlot(const Type& type, std::int32_t tagRow, std::int32_t member);
   void readMessage(std::int32_t row, const SMD_TAG_DEFINITION& tag);
+  bool isPlain(const FixMessageModel& message) const;
 
   const StdDictionaryInfo* dictionary_;
   std::int64_t rowsRead_ = 0;
   std::string beginString_;
-  std::vector<std::int32_t> rows_;  // of the fields with small numbers
-  std::vector<Field> fields_;       // by Tags row
-  std::vector<Type> types_;         // by Types row
-  std::vector<Member> members_;     // by Type Members row
-  std::vector<Slot> slots_;         // two empty ones, then those of the types
+  std::vector<Field> numbers_;   // of the fields with small numbers
+  std::vector<Values> values_;   // by Tags row
+  std::vector<Type> types_;      // by Types row
+  std::vector<Member> members_;  // by Type Members row
+  std::vector<Slot> slots_;      // two empty ones, then those of the types
   // Members of groups' instances, by the Types row that has them and their first field's Tags row.
   std::unordered_map<std::uint64_t, std::int32_t> groups_;
   std::vector<FixValueSet> valueSets_;

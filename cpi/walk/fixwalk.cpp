@@ -29,6 +29,20 @@ class FixWalk::Cursor : public StdDictionaryIterator {
     positionStack.back() = positionAt(member);
     positionStackSaved = false;
   }
+  void repeat() {
+    positionStack.back().pathBasedInfoIndex = kNone;  // as if its limit had been asked for
+    ++positionStack.back().repeatIndex;
+    positionStackSaved = false;
+  }
+  void leave() {
+    positionStack.pop_back();
+    positionStackSaved = false;
+  }
+  // Stands on a member of the message.
+  void begin(std::int32_t member) {
+    positionStack.erase(positionStack.begin() + 1, positionStack.end());
+    enter(member);
+  }
 
  private:
   DictionaryPosition positionAt(std::int32_t member) const noexcept {
@@ -46,6 +60,17 @@ FixWalk::FixWalk(const FixModel& model, bool isChecking)
       seen_(static_cast<std::size_t>(model.dictionary().typeMembers().rowCount())),
       balance_(static_cast<std::size_t>(model.dictionary().tags().rowCount())) {}
 FixWalk::~FixWalk() = default;
+
+// A field in the midst of a level that needs no search, as most are. False: it is left to place().
+inline bool FixWalk::placeDirectly(const FixField& field) {
+  Level& here = level();
+  if (!here.isFlat || here.awaited != kNone || field.row == here.delimiter) return false;
+  const std::int32_t member = model_->memberOf(here.typeIndex, field.row);
+  if (member == kNone || isSeen(here, member)) return false;
+  here.ahead = member;
+  settle(here, field, member);
+  return true;
+}
 
 void FixWalk::walk(const FixMessage& message, FixPlaces& places, WalkVisitor* visitor,
                    WalkSummary& summary) {
@@ -66,7 +91,7 @@ void FixWalk::walk(const FixMessage& message, FixPlaces& places, WalkVisitor* vi
   begin(*messageModel_);
   for (const FixField& field : fields) {
     field_ = &field;
-    place(field);
+    if (!placeDirectly(field)) place(field);
   }
   field_ = nullptr;
   end();
@@ -127,7 +152,7 @@ void FixWalk::place(const FixField& field) {
   if (field.row == kNone) return placeUnknown(field);
   if (level().awaited != kNone && !awaitGroup(field)) return placeInside(field);
   Level& here = level();
-  if (field.row == here.delimiter && here.hadChild) {
+  if (field.row == here.delimiter && here.fields > 0) {
     if (isOutOfTurn(field)) return;
     beginInstance(here, field);
   }
@@ -139,12 +164,7 @@ void FixWalk::place(const FixField& field) {
   }
 }
 
-bool FixWalk::move(Level& level, const FixField& field, std::int32_t member) {
-  if (level.isFlat) {
-    level.hadChild ? at_->standOn(member) : at_->enter(member);
-    level.hadChild = true;
-    return true;
-  }
+bool FixWalk::moveBySearch(Level& level, const FixField& field, std::int32_t member) {
   if (!level.isOpen || !moveByTag(level, field.number)) return false;
   const bool isThere = at_->memberIndex() == member;
   level.isFlat = isThere && isDirect_ && model_->isFlat(level.typeIndex);
@@ -155,51 +175,43 @@ bool FixWalk::moveByTag(Level& level, std::int32_t tagId) {
   const bool isMoved = level.hadChild ? at_->moveToNextSiblingTagId(tagId, false, true)
                                       : at_->moveToFirstChildTagId(tagId, false, true);
   level.hadChild |= isMoved;
+  messageHadChild_ |= isMoved;
   return isMoved;
 }
 
-// The iterator stands on the field.
-void FixWalk::settle(Level& level, const FixField& field, std::int32_t member) {
-  wasMisplaced_ = false;
-  messageHadChild_ = true;
-  see(level, member);
-  await(level, field, member);
-  reportMember(field, member);
-  checkValue(field);
-}
-
-// Behind a count field its group is awaited.
-void FixWalk::await(Level& level, const FixField& field, std::int32_t member) {
-  const std::int32_t group = model_->groupMember(member);
-  if (group == kNone) return;
-  level.awaited = group;
-  level.awaitedCount = &field;
+// Only the last of the fields of a flat level is one from which the iterator moves on.
+void FixWalk::catchUp(Level& level) {
+  if (level.ahead == kNone) return;
+  level.hadChild ? at_->standOn(level.ahead) : at_->enter(level.ahead);
+  level.hadChild = true;
+  level.ahead = kNone;
 }
 
 void FixWalk::enterSection(std::size_t section, const FixField& field) {
   closeTo(section_);
+  closeAwaited(level());
   Level& before = level();
-  closeAwaited(before);
-  if (before.tagId != 0) moveOut(before);
+  Level& level = levels_[section];
   section_ = section;
   current_ = section;
-  Level& level = levels_[section];
   level.isOpen = true;
+  if (isDirect_ && messageModel_->isPlain) {
+    at_->begin(level.member);
+    level.isFlat = true;
+  } else {
+    moveToSection(before, level);
+  }
+  reportStructure(level, field);
+}
+
+// A body without a tag is entered with its first field.
+void FixWalk::moveToSection(Level& before, Level& level) {
+  if (before.tagId != 0) moveOut(before);
   level.hadChild = messageHadChild_;
   if (level.tagId == 0) return;
   moveByTag(level, level.tagId);
   level.hadChild = false;
-  messageHadChild_ = true;
-  reportStructure(level, field);
-}
-
-std::int32_t FixWalk::see(Level& level, std::int32_t member) noexcept {
-  Seen& seen = seen_[static_cast<std::size_t>(member)];
-  if (seen.stamp == level.stamp) return ++seen.count;
-  seen = {level.stamp, 1};
-  ++level.fields;
-  level.requiredSeen += model_->isRequired(member) ? 1 : 0;
-  return 1;
+  level.isFlat = isFlatAt(level);
 }
 
 // Stamps are used once; when they run out, none that was given counts any more.
@@ -249,8 +261,13 @@ void FixWalk::openGroup(const FixField& field) {
   group.isOpen = true;
   group.delimiter = model_->firstTag(row.toTypeIndex);
   around.awaited = kNone;
-  moveByTag(around, group.tagId);
-  group.isFlat = isDirect_ && at_->memberIndex() == group.member && model_->isFlat(group.typeIndex);
+  if (around.isFlat) {
+    around.ahead = group.member;
+    catchUp(around);
+  } else {
+    moveByTag(around, group.tagId);
+  }
+  group.isFlat = isFlatAt(group);
   levels_.push_back(group);
   current_ = levels_.size() - 1;
   beginInstance(level(), field);
@@ -259,7 +276,11 @@ void FixWalk::openGroup(const FixField& field) {
 void FixWalk::beginInstance(Level& level, const FixField& field) {
   if (level.instances > 0) {
     endInstance(level);
-    at_->moveToNextSiblingTagId(level.tagId, false, true);
+    if (levels_[outward(current_)].isFlat) {
+      at_->repeat();
+    } else {
+      at_->moveToNextSiblingTagId(level.tagId, false, true);
+    }
   }
   ++level.instances;
   level.stamp = newStamp();
@@ -277,10 +298,12 @@ void FixWalk::endInstance(Level& level) {
 
 void FixWalk::closeGroup() {
   endInstance(level());
-  const Level closed = level();
+  const FixField* const count = level().count;
+  const std::int32_t instances = level().instances;
+  const std::int32_t delimiter = level().delimiter;
   levels_.pop_back();
   current_ = outward(current_);
-  if (closed.count != nullptr) checkCount(*closed.count, closed.instances, closed.delimiter);
+  if (count != nullptr) checkCount(*count, instances, delimiter);
 }
 
 // Closes the groups inside a level around the current one.
@@ -299,8 +322,19 @@ void FixWalk::closeAwaited(Level& level) {
 
 // From a field up to the section or group that it is in.
 void FixWalk::moveOut(Level& level) {
-  if (level.hadChild) at_->moveToParent();
+  level.ahead = kNone;
+  if (!level.hadChild) return;
   level.hadChild = false;
+  if (level.isFlat) {
+    at_->leave();
+  } else {
+    at_->moveToParent();
+  }
+}
+
+// Whether moves need no search below the section or group on which the iterator stands.
+bool FixWalk::isFlatAt(const Level& level) const {
+  return isDirect_ && at_->memberIndex() == level.member && model_->isFlat(level.typeIndex);
 }
 
 }  // namespace cpi

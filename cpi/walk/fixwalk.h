@@ -61,10 +61,11 @@ class FixWalk final : private WalkTrail {
     std::uint32_t stamp = 0;         // of this level alone, see Seen
     std::int32_t fields = 0;         // different ones that came
     std::int32_t requiredSeen = 0;
-    std::int32_t garbled = 0;  // fields that could not be read
-    bool hadChild = false;     // the iterator stands on a child
-    bool isOpen = false;       // of a section with a tag: the iterator is inside
-    bool isFlat = false;       // the iterator is inside, and a move there needs no search
+    std::int32_t garbled = 0;    // fields that could not be read
+    bool hadChild = false;       // the iterator stands on a child
+    bool isOpen = false;         // of a section with a tag: the iterator is inside
+    bool isFlat = false;         // the same, and a move there needs no search
+    std::int32_t ahead = kNone;  // of a flat one: the member that the iterator has yet to come to
     // A count field came, and the next field tells whether its group does.
     std::int32_t awaited = kNone;            // member of the group's instances
     const FixField* awaitedCount = nullptr;  // the count field; null: it counts for nothing
@@ -86,18 +87,46 @@ class FixWalk final : private WalkTrail {
   void walkUnknown(const FixField* msgType);
 
   // Placing.
+  bool placeDirectly(const FixField& field);
   void place(const FixField& field);
-  bool move(Level& level, const FixField& field, std::int32_t member);
+  bool move(Level& level, const FixField& field, std::int32_t member) {
+    if (!level.isFlat) return moveBySearch(level, field, member);
+    level.ahead = member;
+    return true;
+  }
+  bool moveBySearch(Level& level, const FixField& field, std::int32_t member);
   bool moveByTag(Level& level, std::int32_t tagId);
-  void settle(Level& level, const FixField& field, std::int32_t member);
-  void await(Level& level, const FixField& field, std::int32_t member);
+  void catchUp(Level& level);
+  bool isFlatAt(const Level& level) const;
+  void settle(Level& level, const FixField& field, std::int32_t member) {
+    wasMisplaced_ = false;
+    see(level, member);
+    await(level, field, member);
+    reportMember(field, member);
+    if (isChecking_) checkValue(field);
+  }
+  // Behind a count field its group is awaited.
+  void await(Level& level, const FixField& field, std::int32_t member) {
+    const std::int32_t group = model_->groupMember(member);
+    if (group == kNone) return;
+    level.awaited = group;
+    level.awaitedCount = &field;
+  }
   void enterSection(std::size_t section, const FixField& field);
+  void moveToSection(Level& before, Level& level);
   Level& level() noexcept { return levels_[current_]; }
   bool isSeen(const Level& level, std::int32_t member) const noexcept {
     return seen_[static_cast<std::size_t>(member)].stamp == level.stamp;
   }
   // Counts an occurrence; returns how many there are.
-  std::int32_t see(Level& level, std::int32_t member) noexcept;
+  std::int32_t see(Level& level, std::int32_t member) noexcept {
+    Seen& seen = seen_[static_cast<std::size_t>(member)];
+    if (seen.stamp == level.stamp) return ++seen.count;
+    seen = {level.stamp, 1};
+    ++level.fields;
+    level.requiredSeen += model_->isRequired(member) ? 1 : 0;
+    return 1;
+  }
   std::uint32_t newStamp() noexcept;
 
   // Groups.
@@ -161,7 +190,11 @@ class FixWalk final : private WalkTrail {
   void reportRoot(const FixMessageModel& model);
   void reportUnjudged(const FixField& field);
   void reportStructure(const Level& level, const FixField& field);
-  void reportMember(const FixField& field, std::int32_t member);
+  void reportMember(const FixField& field, std::int32_t member) {
+    if (visitor_ == nullptr && &field != early_) return countMember();
+    reportPlaced(field, member);
+  }
+  void reportPlaced(const FixField& field, std::int32_t member);
   // A member of some level, at the place that the walk has come to.
   void reportMisplaced(const FixField& field, Level& level, std::int32_t member, Fault fault);
   void reportRefused(const FixField& field, Fault fault);
@@ -169,6 +202,10 @@ class FixWalk final : private WalkTrail {
   void reportIncomplete(std::vector<Expected> missing);
   void report(const FixField& field, const Verdict& verdict);
   void count(const Verdict& verdict) noexcept;
+  void countMember() noexcept {
+    ++summary_->elements;
+    ++summary_->placed[static_cast<std::size_t>(Placement::Member)];
+  }
   Finding findingOf(const Verdict& verdict, const FixField* field);
   WalkedElement elementOf(const Verdict& verdict, std::string_view name, std::size_t offset) const;
   std::vector<Expected> expected(const Level& level, bool isOwedOnly) const;

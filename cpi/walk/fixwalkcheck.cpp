@@ -142,7 +142,7 @@ void FixWalk::checkValue(const FixField& field) {
 Reason FixWalk::valueReason(const FixField& field) const {
   const std::string_view value = message_->value(field);
   if (value.empty()) return Reason::NoValue;
-  const FixForm form = model_->form(field.row);
+  const FixForm form = field.form;
   if (form != FixForm::Text && !hasFixForm(value, form)) return Reason::WrongForm;
   if (field.number == kFixBeginString && !model_->beginString().empty()) {
     return value == model_->beginString() ? Reason::None : Reason::NotFixedValue;

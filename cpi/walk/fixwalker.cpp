@@ -23,10 +23,12 @@ class FixWalker::Walk {
       : model_(&model), walk_(model, options.isChecking) {}
 
   WalkSummary file(const std::string& path, WalkVisitor* visitor);
-  WalkSummary text(std::string_view text, const std::string& name, WalkVisitor* visitor);
+  WalkSummary text(std::string_view text, const std::string& name, WalkVisitor* visitor,
+                   const WalkPosition& start);
 
  private:
-  void begin(WalkVisitor* visitor);
+  void begin(WalkVisitor* visitor, const WalkPosition& start);
+  void walkOne(std::string_view message, FixDelimiter delimiter);
   // Walks the whole messages in a text; returns how much of it is done with.
   std::size_t walkAll(std::string_view text, bool isLast);
   WalkSummary finish(const std::string& name) const;
@@ -45,14 +47,21 @@ class FixWalker::Walk {
   std::vector<char> buffer_;
 };
 
-void FixWalker::Walk::begin(WalkVisitor* visitor) {
+void FixWalker::Walk::begin(WalkVisitor* visitor, const WalkPosition& start) {
   visitor_ = visitor;
   framer_ = {};
   summary_ = {};
-  place_ = {};
-  place_.line = 1;
-  place_.column = 1;
-  place_.offset = 0;
+  place_ = start;
+}
+
+void FixWalker::Walk::walkOne(std::string_view message, FixDelimiter delimiter) {
+  places_.start(place_, message);
+  message_.parse(*model_, message, delimiter);
+  if (visitor_ == nullptr) return walk_.walk(message_, places_, nullptr, summary_);
+  WalkSummary summary;
+  walk_.walk(message_, places_, visitor_, summary);
+  summary_.add(summary);
+  visitor_->endOfMessage(summary);
 }
 
 std::size_t FixWalker::Walk::walkAll(std::string_view text, bool isLast) {
@@ -61,10 +70,7 @@ std::size_t FixWalker::Walk::walkAll(std::string_view text, bool isLast) {
   FixFrame frame;
   while (framer_.next(text, isLast, at, frame) == FixFramer::Outcome::Found) {
     advance(text.substr(done, frame.begin - done));
-    const std::string_view message = text.substr(frame.begin, frame.end - frame.begin);
-    places_.start(place_, message);
-    message_.parse(*model_, message, frame.delimiter);
-    walk_.walk(message_, places_, visitor_, summary_);
+    walkOne(text.substr(frame.begin, frame.end - frame.begin), frame.delimiter);
     done = frame.begin;
   }
   advance(text.substr(done, at - done));
@@ -79,8 +85,8 @@ WalkSummary FixWalker::Walk::finish(const std::string& name) const {
 }
 
 WalkSummary FixWalker::Walk::text(std::string_view text, const std::string& name,
-                                  WalkVisitor* visitor) {
-  begin(visitor);
+                                  WalkVisitor* visitor, const WalkPosition& start) {
+  begin(visitor, start);
   walkAll(text, true);
   return finish(name);
 }
@@ -88,7 +94,7 @@ WalkSummary FixWalker::Walk::text(std::string_view text, const std::string& name
 // What is not done with moves to the front of the buffer, which grows when it is full.
 WalkSummary FixWalker::Walk::file(const std::string& path, WalkVisitor* visitor) {
   MessageFile file(path);
-  begin(visitor);
+  begin(visitor, {{1, 1}, 0});
   std::size_t held = 0;
   while (true) {
     if (held == buffer_.size()) buffer_.resize(std::max(kReadSize, 2 * held));
@@ -114,8 +120,8 @@ WalkSummary FixWalker::walkFile(const std::string& path, WalkVisitor* visitor) {
 }
 
 WalkSummary FixWalker::walkText(std::string_view text, const std::string& name,
-                                WalkVisitor* visitor) {
-  return walk_->text(text, name, visitor);
+                                WalkVisitor* visitor, const WalkPosition& start) {
+  return walk_->text(text, name, visitor, start);
 }
 
 }  // namespace cpi

@@ -65,7 +65,9 @@ void FixWalk::walkUnknown(const FixField* msgType) {
     if (msgType != nullptr) finding.value = message_->value(*msgType).substr(0, kMaxText);
     if (msgType == nullptr) finding.missing.push_back(expectedNumber(kFixMsgType));
     finding.path = {{finding.name, {}, 1}};
-    WalkedElement element = elementOf(verdict, finding.name, 0);
+    Verdict root = verdict;
+    if (msgType == nullptr) root.kind = VerdictKind::Unjudged;
+    WalkedElement element = elementOf(root, finding.name, 0);
     element.depth = 0;
     element.finding = &finding;
     finding.position = places_->at(msgType == nullptr ? 0 : msgType->begin);
@@ -88,21 +90,16 @@ void FixWalk::reportUnjudged(const FixField& field) {
 // Header, trailer or an instance of a group, in front of its first field.
 void FixWalk::reportStructure(const Level& level, const FixField& field) {
   if (level.tagId == 0) return;
+  if (visitor_ == nullptr) return countMember();
   const Verdict verdict = memberVerdict(level.member, std::max(level.instances, 1));
   count(verdict);
-  if (visitor_ == nullptr) return;
   const std::string name = nameOfTag(verdict.tagIndex);
   WalkedElement element = elementOf(verdict, name, field.begin);
   element.depth = depth() - 1;
   visitor_->element(element);
 }
 
-void FixWalk::reportMember(const FixField& field, std::int32_t member) {
-  if (visitor_ == nullptr && &field != early_) {
-    ++summary_->elements;
-    ++summary_->placed[static_cast<std::size_t>(Placement::Member)];
-    return;
-  }
+void FixWalk::reportPlaced(const FixField& field, std::int32_t member) {
   Verdict verdict = memberVerdict(member, 1);
   if (&field == early_) {
     verdict.kind = VerdictKind::OutOfOrder;
@@ -256,7 +253,7 @@ std::vector<Expected> FixWalk::expectedAround() const {
 
 Expected FixWalk::expectedNumber(std::int32_t number) const {
   Expected item;
-  const std::int32_t row = model_->fieldRow(number);
+  const std::int32_t row = model_->field(number).row;
   item.name = row == kNone ? std::to_string(number) : nameOfTag(row);
   item.owed = 1;
   return item;

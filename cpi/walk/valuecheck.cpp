@@ -1,15 +1,11 @@
 #include "cpi/walk/valuecheck.h"
 
-#include <fmt/format.h>
-
 #include <algorithm>
-#include <charconv>
-#include <cmath>
-#include <limits>
 #include <optional>
 
 #include "cpi/dictinfo/stddi/stddictionaryiterator.h"
 #include "cpi/extract/modelconventions.h"
+#include "cpi/walk/valueform.h"
 
 namespace cpi {
 namespace {
@@ -27,102 +23,13 @@ constexpr int kMaxDepth = 16;
 constexpr std::size_t kMaxLooks = 64;  // at each byte
 constexpr std::string_view kSpaces = " \t\n\r";
 
-bool isSpace(char unit) noexcept {
-  return unit == ' ' || unit == '\t' || unit == '\n' || unit == '\r';
-}
-
-void collapse(std::string_view text, std::string& out) {
-  out.clear();
-  bool isGap = false;
-  for (const char unit : text) {
-    if (isSpace(unit)) {
-      isGap = true;
-      continue;
-    }
-    if (isGap && !out.empty()) out += ' ';
-    isGap = false;
-    out += unit;
-  }
-}
-
-bool takeDigits(std::string_view& text, std::string_view& digits) {
-  const auto end =
-      std::find_if(text.begin(), text.end(), [](char c) { return c < '0' || c > '9'; });
-  digits = text.substr(0, static_cast<std::size_t>(end - text.begin()));
-  text.remove_prefix(digits.size());
-  return !digits.empty();
-}
-
-// The one form that equal decimal numbers share; false when it is no number.
-bool canonicalDecimal(std::string_view text, bool isInteger, std::string& out) {
-  const bool isNegative = text.starts_with('-');
-  if (isNegative || text.starts_with('+')) text.remove_prefix(1);
-  std::string_view whole;
-  std::string_view fraction;
-  bool hasDigits = takeDigits(text, whole);
-  if (!isInteger && text.starts_with('.')) {
-    text.remove_prefix(1);
-    hasDigits = takeDigits(text, fraction) || hasDigits;
-  }
-  if (!text.empty() || !hasDigits) return false;
-  whole.remove_prefix(std::min(whole.find_first_not_of('0'), whole.size()));
-  fraction = fraction.substr(0, fraction.find_last_not_of('0') + 1);
-  out.assign(isNegative && !(whole.empty() && fraction.empty()) ? "-" : "");
-  out.append(whole.empty() ? "0" : whole);
-  if (!fraction.empty()) out.append(".").append(fraction);
-  return true;
-}
-
-std::optional<double> floatOf(std::string_view text) {
-  if (text == "INF") return std::numeric_limits<double>::infinity();
-  if (text == "-INF") return -std::numeric_limits<double>::infinity();
-  if (text == "NaN") return std::numeric_limits<double>::quiet_NaN();
-  if (text.starts_with('+')) text.remove_prefix(1);
-  if (text.find_first_not_of("0123456789.eE+-") != text.npos) return std::nullopt;
-  double value = 0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-  if (end != text.data() + text.size() || error == std::errc::invalid_argument) return std::nullopt;
-  return value;
-}
-
-std::string keyOf(double value) { return std::isnan(value) ? "NaN" : fmt::format("{:.9g}", value); }
-
-// What equal values of a logical type share; false when the text is no value of it.
-bool makeKey(std::int32_t logicalType, std::string_view collapsed, std::string& key) {
-  switch (logicalType) {
-    case LTInteger: return canonicalDecimal(collapsed, true, key);
-    case LTDecimal: return canonicalDecimal(collapsed, false, key);
-    case LTBoolean: {
-      const bool isTrue = collapsed == "true" || collapsed == "1";
-      key = isTrue ? "1" : "0";
-      return isTrue || collapsed == "false" || collapsed == "0";
-    }
-    case LTFloat: {
-      const std::optional<double> value = floatOf(collapsed);
-      if (value) key = keyOf(*value);
-      return value.has_value();
-    }
-    default: key = collapsed; return true;
-  }
-}
-
-bool isNumeric(std::int32_t logicalType) {
-  return logicalType == LTInteger || logicalType == LTDecimal || logicalType == LTFloat ||
-         logicalType == LTBoolean;
-}
-
-std::int64_t characters(std::string_view text) {
-  return std::count_if(text.begin(), text.end(),
-                       [](char unit) { return (static_cast<unsigned char>(unit) & 0xC0) != 0x80; });
-}
-
 // A constant of the dictionary as text; nothing when it has no one text.
 std::optional<std::string> textOf(const SMD_VALUE_DEFINITION& value) {
   switch (value.Type) {
     case LTString:
     case LTDecimal: return toUtf8(textView(value.Value.Text));
     case LTInteger: return std::to_string(value.Value.Integer);
-    case LTFloat: return keyOf(value.Value.Float);
+    case LTFloat: return floatText(value.Value.Float);
     case LTBoolean: return value.Value.Boolean ? "true" : "false";
     default: return std::nullopt;
   }
@@ -140,7 +47,8 @@ void forEachValue(const StdDictionaryInfo& dictionary, std::int32_t first, Visit
 
 }  // namespace
 
-ValueCheck::ValueCheck(const WalkModel& model) : model_(model), dictionary_(model.dictionary()) {
+ValueCheck::ValueCheck(const WalkModel& model)
+    : model_(model), dictionary_(model.dictionary()), facets_(model) {
   if (!model.properties().hasDerivations()) return;
   std::size_t partCount = 0;
   for (std::int32_t row = 0; row < dictionary_.types().rowCount(); ++row) {
@@ -178,6 +86,7 @@ bool ValueCheck::isNeeded(std::int32_t tagIndex) const {
   if (logicalType < 1 || logicalType >= kFirstWildcardLogicalType) return false;
   return tag->ValueSetTableIndex >= 0 || tag->MinLength > 0 || tag->MaxLength >= 0 ||
          isNumeric(logicalType) || partsOf(tag->ToTypeIndexField) != nullptr ||
+         facets_.isNeeded(tag->ToTypeIndexField) ||
          model_.properties().controlOfTag(tagIndex).isFixed;
 }
 
@@ -201,14 +110,15 @@ Reason ValueCheck::judgeParts(std::int32_t typeIndex, std::string_view value, in
   return isMember ? Reason::None : Reason::WrongForm;
 }
 
-// Of an item's faults describe() can tell no more than its value set.
+// Of an item's faults describe() can tell no more than its value set and facet.
 Reason ValueCheck::judgeItems(const Parts& list, std::string_view value, int depth) {
   std::int64_t count = 0;
   for (std::size_t begin = 0; (begin = value.find_first_not_of(kSpaces, begin)) != value.npos;) {
     const std::size_t end = std::min(value.find_first_of(kSpaces, begin), value.size());
     const Reason reason = judgePart(list.types.front(), value.substr(begin, end - begin), depth);
     if (reason != Reason::None) {
-      return reason == Reason::NotInValueSet ? reason : Reason::WrongForm;
+      const bool isTold = reason == Reason::NotInValueSet || reason == Reason::NotOfFacet;
+      return isTold ? reason : Reason::WrongForm;
     }
     begin = end;
     ++count;
@@ -217,7 +127,7 @@ Reason ValueCheck::judgeItems(const Parts& list, std::string_view value, int dep
   return list.most >= 0 && count > list.most ? Reason::TooLong : Reason::None;
 }
 
-// A type without name has no tag: of its values only the form is known.
+// A type without name has no tag: of its values only the form and the facets are known.
 Reason ValueCheck::judgePart(const Part& part, std::string_view value, int depth) {
   if (budget_ < value.size() + 1) return Reason::None;
   budget_ -= value.size() + 1;
@@ -228,7 +138,7 @@ Reason ValueCheck::judgePart(const Part& part, std::string_view value, int depth
     collapse(value, collapsed_);
     const bool isForm =
         makeKey(dictionary_.types().row(part.typeIndex).LogicalType, collapsed_, key_);
-    if (!isForm) reason = Reason::WrongForm;
+    reason = isForm ? judgeFacets(part.typeIndex, value) : Reason::WrongForm;
   }
   return reason == Reason::None ? judgeParts(part.typeIndex, value, depth + 1) : reason;
 }
@@ -245,12 +155,25 @@ Reason ValueCheck::judgeWhole(const SMD_TAG_DEFINITION& tag, std::int32_t tagInd
   if (model_.properties().controlOfTag(tagIndex).isFixed && !isFixedValue(tag, logicalType)) {
     return Reason::NotFixedValue;
   }
-  if (logicalType != LTString || (tag.MinLength <= 0 && tag.MaxLength < 0)) return Reason::None;
+  const Reason length = logicalType == LTString ? judgeLength(tag, value) : Reason::None;
+  return length == Reason::None ? judgeFacets(tag.ToTypeIndexField, value) : length;
+}
+
+// Too short as it stands, or too long without superfluous white space.
+Reason ValueCheck::judgeLength(const SMD_TAG_DEFINITION& tag, std::string_view value) const {
+  if (tag.MinLength <= 0 && tag.MaxLength < 0) return Reason::None;
   const std::int64_t longest = lengthOf(tag, value);
   if (longest < 0) return Reason::None;
   if (longest < tag.MinLength) return Reason::TooShort;
   const bool isTooLong = tag.MaxLength >= 0 && lengthOf(tag, collapsed_) > tag.MaxLength;
   return isTooLong ? Reason::TooLong : Reason::None;
+}
+
+Reason ValueCheck::judgeFacets(std::int32_t typeIndex, std::string_view value) {
+  const std::string_view fault = facets_.firstFault(typeIndex, value, collapsed_);
+  if (fault.empty()) return Reason::None;
+  facet_ = fault;
+  return Reason::NotOfFacet;
 }
 
 void ValueCheck::describe(std::int32_t tagIndex, Reason reason, Finding& finding) const {
@@ -263,6 +186,7 @@ void ValueCheck::describe(std::int32_t tagIndex, Reason reason, Finding& finding
     const auto* const fixed = dictionary_.values().find(tag.DVTableIndex);
     if (fixed != nullptr) finding.values.push_back(textOf(*fixed).value_or(""));
   }
+  if (reason == Reason::NotOfFacet) finding.values.push_back(facet_);
   if (reason != Reason::NotInValueSet) return;
   const auto* const item =
       list == nullptr ? nullptr : dictionary_.tags().find(list->types.front().tagIndex);

@@ -22,6 +22,7 @@
 #include <vector>
 
 #include "cpi/dictinfo/stddi/stddictionaryinfo.h"
+#include "cpi/walk/facetcheck.h"
 #include "cpi/walk/verdict.h"
 #include "cpi/walk/walkmodel.h"
 
@@ -35,9 +36,9 @@ class ValueCheck {
   // Whether judge() may find anything wrong with a value of this tag; false for no row.
   bool isNeeded(std::int32_t tagIndex) const;
   // What is wrong with a value, UTF-8, of the tag in this row: NotInValueSet, TooShort, TooLong,
-  // WrongForm, NotFixedValue or None.
+  // WrongForm, NotFixedValue, NotOfFacet or None.
   Reason judge(std::int32_t tagIndex, std::string_view value);
-  // Tells in a finding what would have been right.
+  // Tells in a finding what would have been right of the last value.
   void describe(std::int32_t tagIndex, Reason reason, Finding& finding) const;
 
  private:
@@ -66,6 +67,8 @@ class ValueCheck {
 
   const Parts* partsOf(std::int32_t typeIndex) const;
   Reason judgeWhole(const SMD_TAG_DEFINITION& tag, std::int32_t tagIndex, std::string_view value);
+  Reason judgeLength(const SMD_TAG_DEFINITION& tag, std::string_view value) const;
+  Reason judgeFacets(std::int32_t typeIndex, std::string_view value);
   Reason judgeParts(std::int32_t typeIndex, std::string_view value, int depth);
   Reason judgePart(const Part& part, std::string_view value, int depth);
   bool hasOneForm(std::int32_t typeIndex) const;
@@ -84,6 +87,8 @@ class ValueCheck {
   std::size_t valueCount_ = 0;                     // of all sets
   std::unordered_map<std::int32_t, Parts> parts_;  // by Types row
   std::size_t budget_ = 0;  // bytes that may still be looked at for one value
+  FacetCheck facets_;
+  std::string facet_;  // that the last value was not of
   std::string key_;
   std::string collapsed_;
 };

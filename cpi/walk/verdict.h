@@ -82,10 +82,11 @@ enum class Reason : std::uint8_t {
   WrongCount,        // a count that differs from what follows it (Value)
   NoValue,           // a field without any (Value)
   WrongCheckSum,     // (Value)
+  NotOfFacet,        // beyond a range or number of digits, or not of a pattern (Value, Attribute)
   NotAField,         // no tag with '=' behind it, in a message of such fields (Refused)
   UnknownMessage,    // no message of this type, which is the value (UnknownName of a root)
 };
-inline constexpr std::size_t kReasonCount = 28;
+inline constexpr std::size_t kReasonCount = 29;
 
 struct Verdict {
   Placement placement = Placement::Unjudged;
@@ -152,15 +153,16 @@ inline constexpr std::size_t kMaxKnownPlaces = 5;
 // One fault. Lists are empty where they do not apply.
 struct Finding {
   Verdict verdict;
-  std::string name;                 // of the element, or of the attribute
-  std::string namespaceURI;         // of the same
-  std::vector<PathStep> path;       // to the element, the root first; of an attribute its element
-  std::vector<GroupStep> groups;    // around the element, outermost first
-  WalkPosition position;            // of the start, or the end (Incomplete), that shows the fault
-  std::string value;                // the faulty text, value or type name, cut off when long; UTF-8
-  std::vector<Expected> missing;    // what should have come and did not, in model order
-  std::vector<Expected> expected;   // what might have come here, in model order
-  std::vector<std::string> values;  // the value set, or the fixed value; cut off when long
+  std::string name;                // of the element, or of the attribute
+  std::string namespaceURI;        // of the same
+  std::vector<PathStep> path;      // to the element, the root first; of an attribute its element
+  std::vector<GroupStep> groups;   // around the element, outermost first
+  WalkPosition position;           // of the start, or the end (Incomplete), that shows the fault
+  std::string value;               // the faulty text, value or type name, cut off when long; UTF-8
+  std::vector<Expected> missing;   // what should have come and did not, in model order
+  std::vector<Expected> expected;  // what might have come here, in model order
+  std::vector<std::string>
+      values;  // the value set, the fixed value or the facet; cut off when long
   std::int32_t atLeast =
       kNone;  // of TooShort: the least length; of WrongCount and WrongCheckSum: what is right
   std::int32_t atMost = kNone;        // of TooLong and BeyondLimit: the limit; -1: none

@@ -45,6 +45,8 @@ struct WalkOptions {
 // An XML message's findings beyond so many are counted and not handed out.
 inline constexpr std::int64_t kMaxFindings = 1000;
 
+struct WalkSummary;
+
 class WalkVisitor {
  public:
   virtual ~WalkVisitor();
@@ -53,6 +55,9 @@ class WalkVisitor {
   // At each fault, in the order in which they show; after element() when it is about an element's
   // start. What it throws ends the walk and leaves it. Does nothing by default.
   virtual void finding(const Finding& finding);
+  // Behind each message of an input that holds any number of them, with its own counts. What it
+  // throws ends the walk and leaves it. Does nothing by default.
+  virtual void endOfMessage(const WalkSummary& summary);
 };
 
 // Counts of one message.
@@ -73,6 +78,7 @@ struct WalkSummary {
   std::int64_t findings() const noexcept;
   // Whether each element has a place that the model admits.
   bool isAllPlaced() const noexcept { return beyondLimit == 0 && count(Placement::Refused) == 0; }
+  void add(const WalkSummary& other) noexcept;
 };
 
 }  // namespace cpi

@@ -6,9 +6,10 @@
 #include <algorithm>
 #include <cstddef>
 #include <exception>
-#include <functional>
 #include <new>
 #include <span>
+
+#include "cpi/walk/xmlposition.h"
 
 namespace cpi {
 namespace {
@@ -24,13 +25,8 @@ constexpr std::int64_t kMaxExpansion = 10'000'000;
 constexpr std::int64_t kReferenceCost = 32;
 // Names that the parser keeps for the next message, in bytes.
 constexpr std::size_t kMaxKeptNames = std::size_t{1} << 20;
-// How far back the start of a line is sought for the column of a tag of several lines.
-constexpr std::ptrdiff_t kMaxLookBack = 4'096;
-
 const char* charsOf(const xmlChar* text) noexcept { return reinterpret_cast<const char*>(text); }
 const xmlChar* bytesOf(const char* text) noexcept { return reinterpret_cast<const xmlChar*>(text); }
-
-bool startsCharacter(xmlChar byte) noexcept { return (byte & 0xC0) != 0x80; }
 
 std::string withoutLineEnd(const char* message) {
   std::string text = message == nullptr ? "not well-formed" : message;
@@ -38,11 +34,27 @@ std::string withoutLineEnd(const char* message) {
   return text;
 }
 
+// Errors of input and encoding have no parser to be told to: libxml2 prints them unless the thread
+// has a handler for errors.
+class Silence {
+ public:
+  Silence() noexcept : handler_(xmlStructuredError), context_(xmlStructuredErrorContext) {
+    xmlSetStructuredErrorFunc(nullptr, [](void*, xmlErrorPtr) {});
+  }
+  ~Silence() { xmlSetStructuredErrorFunc(context_, handler_); }
+  Silence(const Silence&) = delete;
+  Silence& operator=(const Silence&) = delete;
+
+ private:
+  const xmlStructuredErrorFunc handler_;
+  void* const context_;
+};
+
 // Whether a tag in a text of markup may have too many attributes. An equals sign behind '<' is
 // taken for one; that overrates a tag by what its values and the text behind it contain.
 bool hasLongTag(const xmlChar* begin, const xmlChar* end) noexcept {
   std::int64_t attributes = 0;
-  return std::any_of(begin, end, [&attributes](xmlChar byte) {
+  return std::any_of(std::find(begin, end, '<'), end, [&attributes](xmlChar byte) {
     if (byte == '<') attributes = 0;
     return byte == '=' && ++attributes > kMaxAttributes;
   });
@@ -64,6 +76,7 @@ class XmlEventParser::Context {
   Context& operator=(const Context&) = delete;
 
   void parse(const std::string& name, const Read& read) {
+    const Silence silence;
     try {
       begin(name, read);
       const xmlDocPtr document =
@@ -79,8 +92,12 @@ class XmlEventParser::Context {
     }
   }
 
-  WalkPosition position() const noexcept;
-  WalkPosition textPosition(std::string_view part) const noexcept;
+  WalkPosition position() const noexcept {
+    return parser_->input == nullptr ? WalkPosition() : tagPosition(*parser_->input);
+  }
+  WalkPosition textPosition(std::string_view part) const noexcept {
+    return parser_->input == nullptr ? WalkPosition() : cpi::textPosition(*parser_->input, part);
+  }
   std::int64_t notFetched() const noexcept { return notFetched_; }
 
  private:
@@ -102,8 +119,6 @@ class XmlEventParser::Context {
   static xmlSAXHandler makeHandler();
   static int onRead(void* self, char* buffer, int size) noexcept;
   int read(std::span<char> buffer);
-  static WalkPosition positionOf(const xmlParserInput& input, const xmlChar* at,
-                                 const xmlChar* end) noexcept;
   static void onStart(void* parser, const xmlChar* local, const xmlChar* prefix, const xmlChar* uri,
                       int declarationCount, const xmlChar** declarations, int attributeCount,
                       int defaulted, const xmlChar** attributes);
@@ -111,6 +126,9 @@ class XmlEventParser::Context {
   static void onText(void* parser, const xmlChar* text, int length);
   static void onEntity(void* parser, const xmlChar* name, int type, const xmlChar* publicId,
                        const xmlChar* systemId, xmlChar* content);
+  static void onAttributeDeclaration(void* parser, const xmlChar* element, const xmlChar* name,
+                                     int type, int defaulted, const xmlChar* value,
+                                     xmlEnumerationPtr values);
   static xmlEntityPtr onReference(void* parser, const xmlChar* name);
   static void onExternalSubset(void* parser, const xmlChar* name, const xmlChar* publicId,
                                const xmlChar* systemId);
@@ -160,6 +178,7 @@ class XmlEventParser::Context {
   bool isAtEnd_ = false;
   bool hasRoot_ = false;
   std::int64_t depth_ = 0;
+  std::int64_t declared_ = 0;  // attributes, in the document type
   std::int64_t expansion_ = 0;
   std::int64_t notFetched_ = 0;
 };
@@ -201,7 +220,7 @@ void XmlEventParser::Context::begin(const std::string& name, const Read& read) {
   unread_ = {};
   pending_ = nullptr;
   isAtEnd_ = hasRoot_ = false;
-  depth_ = expansion_ = notFetched_ = 0;
+  depth_ = declared_ = expansion_ = notFetched_ = 0;
 }
 
 // The parser reads on while it is inside a tag, too: there is the chance to end the message before
@@ -230,12 +249,11 @@ int XmlEventParser::Context::read(std::span<char> buffer) {
 
 void XmlEventParser::Context::checkTag() const {
   const xmlParserInputPtr input = parser_->input;
-  if (input == nullptr) return;
-  if (parser_->nsNr / 2 > kMaxNamespaces) fail("too many namespaces are in scope");
-  if (!mayHaveLongTag()) return;
-  const xmlChar* tag = input->cur;
-  while (tag > input->base && *tag != '<') --tag;
-  if (hasLongTag(tag, input->cur)) fail("a tag has too many attributes");
+  const bool hasNamespaces = parser_->nsNr / 2 > kMaxNamespaces;
+  if (input == nullptr || input->buf == nullptr || !(hasNamespaces || mayHaveLongTag())) return;
+  catchUp(*input);
+  if (hasNamespaces) fail("too many namespaces are in scope");
+  if (hasLongTag(tagStart(*input), input->cur)) fail("a tag has too many attributes");
 }
 
 // Starts from libxml2's own handler, which keeps the entities that the message declares, and
@@ -246,6 +264,7 @@ xmlSAXHandler XmlEventParser::Context::makeHandler() {
   handler.startElementNs = onStart;
   handler.endElementNs = onEnd;
   handler.entityDecl = onEntity;
+  handler.attributeDecl = onAttributeDeclaration;
   handler.getEntity = onReference;
   handler.externalSubset = onExternalSubset;
   handler.serror = onError;
@@ -317,6 +336,17 @@ void XmlEventParser::Context::onEntity(void* parser, const xmlChar* name, int ty
   if (!isKept) of(parser).guarded(parser, [] { throw std::bad_alloc(); });
 }
 
+// The parser keeps the defaults itself. Those of one element count as attributes of its tags.
+void XmlEventParser::Context::onAttributeDeclaration(void* parser, const xmlChar*, const xmlChar*,
+                                                     int, int, const xmlChar*,
+                                                     xmlEnumerationPtr values) {
+  xmlFreeEnumeration(values);
+  Context& self = of(parser);
+  self.guarded(parser, [&self] {
+    if (++self.declared_ > kMaxAttributes) self.fail("too many attributes are declared");
+  });
+}
+
 xmlEntityPtr XmlEventParser::Context::onReference(void* parser, const xmlChar* name) {
   Context& self = of(parser);
   const xmlEntityPtr entity = xmlSAX2GetEntity(parser, name);
@@ -350,8 +380,11 @@ void XmlEventParser::Context::onError(void* parser, xmlErrorPtr error) {
 // For a message that ends too early libxml2 has as many words as there are places to end at. Where
 // nothing is left to read, only a tag that closes another element is a fault of its own.
 std::string XmlEventParser::Context::messageOf(const xmlError& error) const {
-  const bool isShort = isAtEnd_ && parser_->input != nullptr &&
-                       parser_->input->cur >= parser_->input->end &&
+  const xmlParserInputPtr input = parser_->input;
+  if (input != nullptr && input->buf != nullptr && input->buf->error != 0) {
+    return "bytes that are no text in the encoding of the message";
+  }
+  const bool isShort = isAtEnd_ && input != nullptr && input->cur >= input->end &&
                        error.code != XML_ERR_TAG_NAME_MISMATCH;
   if (isShort && !hasRoot_) return "the message ends before its first element";
   if (isShort && depth_ > 0) return "the message ends inside an element";
@@ -366,54 +399,6 @@ std::string_view XmlEventParser::Context::typeAmong(const xmlChar** attributes,
     }
   }
   return {};
-}
-
-// The parser stands at the end of the tag. No value may contain '<', so the last one in front of
-// it begins the tag.
-WalkPosition XmlEventParser::Context::position() const noexcept {
-  const xmlParserInputPtr input = parser_->input;
-  if (input == nullptr) return {};
-  const xmlChar* tag = input->cur;
-  while (tag > input->base && *tag != '<') --tag;
-  return positionOf(*input, tag, input->cur);
-}
-
-// The parser's line is that of the end of the text. It hands out the text in its input, from where
-// it stands on, or a copy of what is in front of there. Text that comes out of an entity, or was
-// converted, is neither: it has the place where the parser stands.
-WalkPosition XmlEventParser::Context::textPosition(std::string_view part) const noexcept {
-  const xmlParserInputPtr input = parser_->input;
-  if (input == nullptr) return {};
-  const xmlChar* begin = bytesOf(part.data());
-  const bool isInside = std::less_equal<>()(input->base, begin) && std::less<>()(begin, input->end);
-  if (!isInside) {
-    const auto size = static_cast<std::ptrdiff_t>(part.size());
-    const bool isInFront =
-        input->cur - input->base >= size && std::equal(begin, begin + size, input->cur - size);
-    if (!isInFront) return positionOf(*input, input->cur, input->cur);
-    begin = input->cur - size;
-  }
-  return positionOf(*input, begin, begin + part.size());
-}
-
-// The place of `at`, when the parser's line and column are those of `end`, behind it.
-WalkPosition XmlEventParser::Context::positionOf(const xmlParserInput& input, const xmlChar* at,
-                                                 const xmlChar* end) noexcept {
-  WalkPosition place;
-  const bool isConverted = input.buf != nullptr && input.buf->encoder != nullptr;
-  if (!isConverted) place.offset = static_cast<std::int64_t>(input.consumed) + (at - input.base);
-  const std::int64_t lineEnds = std::count(at, end, xmlChar{'\n'});
-  place.line = input.line - lineEnds;
-  if (lineEnds == 0) {
-    place.column = input.col - std::count_if(at, end, startsCharacter);
-    return place;
-  }
-  const xmlChar* const limit = at - std::min(at - input.base, kMaxLookBack);
-  const xmlChar* line = at;
-  while (line > limit && line[-1] != '\n') --line;
-  const bool isLineStart = line > input.base ? line[-1] == '\n' : input.consumed == 0;
-  if (isLineStart) place.column = std::count_if(line, at, startsCharacter) + 1;
-  return place;
 }
 
 XmlEventParser::XmlEventParser(XmlEvents& events, bool hasText)

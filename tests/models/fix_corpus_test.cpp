@@ -143,7 +143,7 @@ bool isSame(const RejectRow& reject, const Sent& sent, const FixModel& model,
             const Finding& finding) {
   if (finding.verdict.kind != reject.kind || finding.verdict.reason != reject.reason) return false;
   if (sent.tag.empty()) return true;
-  const std::int32_t row = model.fieldRow(fixNumberOf(sent.tag));
+  const std::int32_t row = model.field(fixNumberOf(sent.tag)).row;
   const SMD_TAG_DEFINITION* const tag = model.dictionary().tags().find(row);
   const std::string name = tag == nullptr ? sent.tag : toUtf8(textView(tag->TextIdentifier));
   if (reject.kind != VerdictKind::Incomplete) return finding.name == name;

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "cpi/extract/schemapattern.h"
 #include "tests/models/walk_support.h"
 
 namespace cpi::test {
@@ -40,7 +41,7 @@ struct FindingVisitor : WalkVisitor {
 };
 
 struct CheckCase {
-  const char* message;   // what is inside <r xmlns='urn:t'>
+  std::string message;   // what is inside <r xmlns='urn:t'>
   const char* findings;  // empty: accepted
 };
 
@@ -52,7 +53,7 @@ void expectFindings(const std::string& declarations, const std::vector<CheckCase
     walker.walkText(
         "<r xmlns='urn:t' xmlns:o='urn:o' xmlns:xs='http://www.w3.org/2001/XMLSchema' "
         "xmlns:xsi='http://www.w3.org/2001/XMLSchema-instance'>" +
-            std::string(one.message) + "</r>",
+            one.message + "</r>",
         "message", &visitor);
     EXPECT_EQ(visitor.text, one.findings) << one.message;
   }
@@ -192,6 +193,63 @@ TEST(WalkCheck, Values) {
        {"<i>1.5</i><i/><t>yes</t>", "value /r/i '1.5'; value /r/i[2]; value /r/t 'yes'"}});
 }
 
+TEST(WalkCheck, Facets) {
+  const auto type = [](const std::string& name, const std::string& base,
+                       const std::string& facets) {
+    return "<xs:element name='" + name + "'><xs:simpleType><xs:restriction base='xs:" + base +
+           "'>" + facets + "</xs:restriction></xs:simpleType></xs:element>";
+  };
+  expectFindings(
+      rootOf("<xs:choice maxOccurs='unbounded'>" +
+             type("i", "int", "<xs:minInclusive value='-5'/><xs:maxExclusive value='10'/>") +
+             type("d", "decimal",
+                  "<xs:maxInclusive value='9.95'/><xs:totalDigits value='4'/>"
+                  "<xs:fractionDigits value='2'/>") +
+             type("f", "double", "<xs:minExclusive value='0'/>") + "<xs:element name='b' " +
+             "type='xs:byte'/>" +
+             type("p", "token", "<xs:pattern value='[A-Z-[DF]]{2}'/><xs:pattern value='\\d'/>") +
+             type("q", "string", "<xs:pattern value='(x+x+)+y'/>") + "</xs:choice>"),
+      {{"<i> +9 </i><i>-05</i><d>09.950</d><d>-12.34</d><f>INF</f><f>1e-9</f><b>-128</b>", ""},
+       {"<p> AZ </p><p>7</p><q>xxy</q>", ""},
+       {"<i>-6</i><i>10</i>", "value /r/i '-6'; value /r/i[2] '10'"},
+       {"<d>9.951</d><d>-1234.5</d><d>10</d>",
+        "value /r/d '9.951'; value /r/d[2] '-1234.5'; value /r/d[3] '10'"},
+       {"<f>-0.0</f><b>128</b><b>99999999999999999999</b>",
+        "value /r/f '-0.0'; value /r/b '128'; value /r/b[2] '99999999999999999999'"},
+       {"<p>AD</p><p>77</p><p>AB7</p>", "value /r/p 'AD'; value /r/p[2] '77'; value /r/p[3] 'AB7'"},
+       // Takes longer than anyone would wait: it counts as matched.
+       {"<q>" + std::string(60, 'x') + "</q>", ""}});
+}
+
+TEST(WalkCheck, PatternsOfTheSchemaLanguage) {
+  struct Case {
+    const char16_t* pattern;
+    const char16_t* good;  // empty: the pattern is of no use
+    const char16_t* bad;
+  };
+  const Case cases[] = {{u"a.c", u"abc", u"a\nc"},
+                        {u"^a$", u"^a$", u"a"},
+                        {u"[^a-z-[x]]", u"A", u"x"},
+                        {u"[&&a\\-\\]]{2}", u"&]", u"b-"},
+                        {u"[-+a-c]+", u"-a+", u"d"},
+                        {u"\\i\\c*", u"_a-1", u"1a"},
+                        {u"[\\i-[:]][\\c-[:]]*", u"a.b", u"a:b"},
+                        {u"\\w\\W\\s\\S", u"a! b", u"!a b"},
+                        {u"\\p{IsBasicLatin}\\P{Lu}", u"Aa", u"\u00e9A"},
+                        {u"a{2}|b", u"aa", u"ab"},
+                        {u"\\I", u"", u""},
+                        {u"(?=a)", u"", u""},
+                        {u"a*+", u"", u""},
+                        {u"\\p{IsNowhere}", u"", u""},
+                        {u"[a-z-[", u"", u""}};
+  for (const Case& one : cases) {
+    SchemaPattern pattern(one.pattern);
+    EXPECT_EQ(pattern.isUsable(), *one.good != 0) << toUtf8(one.pattern);
+    EXPECT_TRUE(pattern.admits(one.good)) << toUtf8(one.pattern);
+    EXPECT_EQ(pattern.admits(one.bad), !pattern.isUsable()) << toUtf8(one.pattern);
+  }
+}
+
 TEST(WalkCheck, ListsAndUnions) {
   expectFindings(
       rootOf("<xs:choice maxOccurs='unbounded'><xs:element name='l' type='t:L'/>"
@@ -311,6 +369,9 @@ TEST(WalkCheck, PositionsOfTextAndOfEnds) {
   Positions positions;
   walker.walkText("<r xmlns='urn:t'>\n <a/>\n \xC3\xA9\n \n</r>", "message", &positions);
   EXPECT_EQ(positions.text, "3:2@25 5:1@30 ");
+  positions.text.clear();
+  walker.walkText("<r xmlns='urn:t'>\n <a/>\n <![CDATA[\r\n x]]>\n \n</r>", "message", &positions);
+  EXPECT_EQ(positions.text, "4:2@37 6:1@44 ");
 }
 
 }  // namespace

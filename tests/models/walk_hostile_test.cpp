@@ -35,6 +35,8 @@ TEST(WalkHostile, NotWellFormed) {
       {"<r xmlns='urn:t'>\n</s>", "message:2:5: Opening and ending tag mismatch: r line 1 and s"},
       {"<r xmlns='urn:t'><p:a/></r>", "message:1:22: Namespace prefix p on a is not defined"},
       {"<r xmlns='urn:t'>&e;</r>", "message:1:21: Entity 'e' not defined"},
+      {"<?xml version='1.0' encoding='GB18030'?><r a='\xFF'/>",
+       "message:1:47: bytes that are no text in the encoding of the message"},
       {"<r xmlns='urn:t'/><r/>", "message:1:19: Extra content at the end of the document"},
   };
   for (const Case& one : cases) EXPECT_EQ(walked(one.message), one.error) << one.message;
@@ -76,13 +78,19 @@ TEST(WalkHostile, Depth) {
 
 TEST(WalkHostile, AttributesAndNamespacesOfOneTag) {
   std::string attributes;
+  std::string declarations;
   std::string namespaces;
   for (int i = 0; i < 30'000; ++i) {
-    attributes += " a" + std::to_string(i) + "=''";
+    attributes += " attri" + std::to_string(i) + "=''";
+    declarations += " a" + std::to_string(i) + " CDATA ''";
     if (i < 10'000) namespaces += " xmlns:n" + std::to_string(i) + "='u'";
   }
-  EXPECT_EQ(walked("<r xmlns='urn:t'" + attributes + "/>"),
+  EXPECT_EQ(walked("<r xmlns='urn:t' x='>'" + attributes + "/>"),
             "message:1:1: a tag has too many attributes");
+  EXPECT_EQ(walked("<!DOCTYPE r [<!ENTITY e \"&#60;a" + attributes + "/>\">]><r/>"),
+            "message:1:14: a tag has too many attributes");
+  EXPECT_NE(walked("<!DOCTYPE r [<!ATTLIST r" + declarations + ">]><r/>").find("are declared"),
+            std::string::npos);
   EXPECT_EQ(walked("<r xmlns='urn:t'" + namespaces + "/>"),
             "message:1:1: too many namespaces are in scope");
 }

@@ -136,6 +136,14 @@ check walk-fix-check walk "$parcels" examples/fix/parcels.log --check
 check walk-fix-faulty walk "$parcels" tests/tool/data/parcels-faulty.log --check
 head -n 6 tests/tool/data/parcels-faulty.log | tail -n 1 >"$work/count.log"
 check walk-fix-faulty-json walk "$parcels" "$work/count.log" --check --jsonl
+check walk-fix-summary walk "$parcels" tests/tool/data/parcels-faulty.log --check --quiet --summary
+for _ in {1..300}; do cat tests/tool/data/parcels-faulty.log; done >"$work/long.log"
+fixes() { "$tool" walk --check --jsonl "$parcels" "$work/long.log" --jobs "$1" || true; }
+fixes 1 >"$work/one"
+fixes 3 >"$work/three"
+expect "a long file is shared in order" cmp "$work/one" "$work/three"
+expect "each message of it has its line" cmp <(seq 4200) \
+  <(sed -E 's/.*"line":([0-9]+),.*/\1/' "$work/one")
 sed '/<components>/,$d' examples/fix/parcels.xml >"$work/cut.xml"
 echo ' <fields/></fix>' >>"$work/cut.xml"
 check compile-fix-undefined compile "$work/cut.xml" -o "$work/bad.json"

@@ -20,12 +20,22 @@ WalkJson findingsOf(const cpi::WalkSummary& summary) {
   return counts;
 }
 
-class JsonReport final : public WalkReport {
+// What both forms begin with.
+class ObjectReport : public WalkReport {
+ protected:
+  WalkJson name() const {
+    WalkJson line = {{"file", file_}};
+    if (number_ != 0) line["message"] = number_;
+    return line;
+  }
+};
+
+class JsonReport final : public ObjectReport {
  public:
   JsonReport(const ReportOptions& options, const cpi::StdDictionaryInfo& dictionary)
       : options_(options), dictionary_(dictionary) {}
 
-  void begin(const std::string& file) override { file_ = file; }
+  void begin() override {}
 
   void element(const cpi::WalkedElement& element) override {
     if (options_.hasElements()) printLine(toJson(element));
@@ -33,11 +43,14 @@ class JsonReport final : public WalkReport {
 
   void finding(const cpi::Finding& finding) override {
     if (!options_.isChecking || options_.isQuiet) return;
-    printLine({{"file", file_}, {"finding", ::toJson(finding, dictionary_)}});
+    WalkJson line = name();
+    line["finding"] = ::toJson(finding, dictionary_);
+    printLine(line);
   }
 
   void end(const cpi::WalkSummary& summary) override {
-    WalkJson counts = {{"file", file_}, {"elements", summary.elements}};
+    WalkJson counts = name();
+    counts["elements"] = summary.elements;
     for (const cpi::Placement placement : kPlacements) {
       counts[keyOf(placement)] = summary.count(placement);
     }
@@ -81,27 +94,23 @@ class JsonReport final : public WalkReport {
 
   ReportOptions options_;
   const cpi::StdDictionaryInfo& dictionary_;
-  std::string file_;
 };
 
-class LinesReport final : public WalkReport {
+class LinesReport final : public ObjectReport {
  public:
   LinesReport(const ReportOptions& options, const cpi::StdDictionaryInfo& dictionary)
       : options_(options), dictionary_(dictionary) {}
 
-  void begin(const std::string& file) override {
-    file_ = file;
-    findings_ = WalkJson::array();
-  }
+  void begin() override { findings_ = WalkJson::array(); }
   void element(const cpi::WalkedElement&) override {}
   void finding(const cpi::Finding& finding) override {
     findings_.push_back(toJson(finding, dictionary_));
   }
   void end(const cpi::WalkSummary& summary) override {
-    WalkJson line = {{"file", file_},
-                     {"accepted", isAccepted(summary, options_.isChecking)},
-                     {"elements", summary.elements},
-                     {"found", summary.findings()}};
+    WalkJson line = name();
+    line["accepted"] = isAccepted(summary, options_.isChecking);
+    line["elements"] = summary.elements;
+    line["found"] = summary.findings();
     if (summary.notFetched != 0) line["notFetched"] = summary.notFetched;
     line["findings"] = std::move(findings_);
     out_ += toLine(line) + "\n";
@@ -115,7 +124,6 @@ class LinesReport final : public WalkReport {
  private:
   ReportOptions options_;
   const cpi::StdDictionaryInfo& dictionary_;
-  std::string file_;
   WalkJson findings_;
 };
 

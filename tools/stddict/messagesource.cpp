@@ -5,8 +5,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <system_error>
-
-#include "cpi/extract/fileerror.h"
+#include <utility>
 
 namespace {
 
@@ -55,17 +54,40 @@ MessageSource::MessageSource(const std::vector<std::string>& paths, const Option
 
 bool MessageSource::next(Message& message) {
   message = {};
-  while (at_ < files_.size()) {
-    if (files_[at_] == kStream) {
+  while (pieces_ || at_ < files_.size()) {
+    if (!pieces_ && files_[at_] == kStream) {
       if (nextOfStream(message)) return true;
       ++at_;
-      continue;
+    } else if (nextOfFile(message)) {
+      return true;
     }
+  }
+  return false;
+}
+
+// The next file, or a piece of it; false when the file before has no more.
+bool MessageSource::nextOfFile(Message& message) {
+  if (!options_.isFix) {
     message.name = files_[at_++];
     message.isFile = true;
     return true;
   }
-  return false;
+  if (!pieces_) ++at_;
+  message.name = files_[at_ - 1];
+  FixPiece piece;
+  try {
+    if (!pieces_) pieces_.emplace(message.name);
+    if (pieces_->next(piece)) {
+      message.bytes = std::move(piece.bytes);
+      message.start = piece.start;
+      message.number = piece.number;
+      return true;
+    }
+  } catch (const cpi::FileError& error) {
+    message.error = error;
+  }
+  pieces_.reset();
+  return message.error.has_value();
 }
 
 bool MessageSource::nextOfStream(Message& message) {
@@ -73,7 +95,7 @@ bool MessageSource::nextOfStream(Message& message) {
       options_.framing == Framing::Line ? readLine(message) : readNetstring(message);
   if (std::ferror(stdin) != 0) throw cpi::FileError(kStream, {}, "cannot be read");
   if (!isThere) return false;
-  if (!message.error.empty()) message.bytes = {};
+  if (message.error) message.bytes = {};
   return true;
 }
 
@@ -91,8 +113,9 @@ bool MessageSource::readLine(Message& message) {
   if (size == 0) return false;
   message.name = fmt::format("{}#{}", kStream, ++streamed_);
   if (size > options_.maxMessage) {
-    message.error =
-        fmt::format("the message has {} bytes; at most {} are taken", size, options_.maxMessage);
+    message.error.emplace(
+        message.name, cpi::FilePosition{},
+        fmt::format("the message has {} bytes; at most {} are taken", size, options_.maxMessage));
   }
   return true;
 }
@@ -104,13 +127,14 @@ bool MessageSource::readNetstring(Message& message) {
   message.name = fmt::format("{}#{}", kStream, ++streamed_);
   const std::size_t size = readLength(unit);
   if (size > options_.maxMessage) {
-    message.error =
-        fmt::format("the message has {} bytes; at most {} are taken", size, options_.maxMessage);
+    message.error.emplace(
+        message.name, cpi::FilePosition{},
+        fmt::format("the message has {} bytes; at most {} are taken", size, options_.maxMessage));
   }
   for (std::size_t i = 0; i < size; ++i) {
     unit = ::getc_unlocked(stdin);
     if (unit == EOF) refuse("the end of the stream", fmt::format("{} more bytes", size - i));
-    if (message.error.empty()) message.bytes += static_cast<char>(unit);
+    if (!message.error) message.bytes += static_cast<char>(unit);
   }
   if (::getc_unlocked(stdin) != ',') refuse("another byte", "',' behind the message");
   return true;

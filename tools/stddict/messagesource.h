@@ -7,8 +7,12 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
+#include <optional>
 #include <string>
 #include <vector>
+
+#include "cpi/extract/fileerror.h"
+#include "tools/stddict/fixpieces.h"
 
 // How messages follow one another on standard input.
 enum class Framing {
@@ -18,9 +22,12 @@ enum class Framing {
 
 struct Message {
   std::string name;   // of the file; of the stream "-#" and its number there, from 1
-  std::string bytes;  // of the stream only
+  std::string bytes;  // of the stream, or of a piece of a file
   bool isFile = false;
-  std::string error;  // not empty: it was too long, and is not here
+  std::optional<cpi::FileError> error;  // it was too long or cannot be read, and is not here
+  // Of a piece of a file, which holds whole messages:
+  cpi::WalkPosition start = {{1, 1}, 0};
+  std::int64_t number = 0;  // of the first message in the file, from 1; 0: it is no piece
 };
 
 class MessageSource {
@@ -28,6 +35,7 @@ class MessageSource {
   struct Options {
     Framing framing = Framing::Line;
     std::size_t maxMessage = std::size_t{64} << 20;  // of the stream, in bytes
+    bool isFix = false;                              // files hold any number of FIX messages
   };
 
   // Each of `paths` is a file, a folder (all files in it and below, hidden ones left out, in the
@@ -39,9 +47,10 @@ class MessageSource {
   // stream cannot be read.
   bool next(Message& message);
   // The number of all messages; 0: not known.
-  std::int64_t count() const noexcept { return hasStream_ ? 0 : count_; }
+  std::int64_t count() const noexcept { return hasStream_ || options_.isFix ? 0 : count_; }
 
  private:
+  bool nextOfFile(Message& message);
   bool nextOfStream(Message& message);
   bool readLine(Message& message);
   bool readNetstring(Message& message);
@@ -51,6 +60,7 @@ class MessageSource {
   Options options_;
   std::vector<std::string> files_;  // in order; "-": the stream
   std::size_t at_ = 0;
+  std::optional<FixPieces> pieces_;  // of the file before, which was not read to its end
   std::int64_t count_ = 0;
   bool hasStream_ = false;
   std::int64_t streamed_ = 0;

@@ -41,7 +41,6 @@ class SarifReport final : public WalkReport {
  public:
   explicit SarifReport(const cpi::StdDictionaryInfo& dictionary) : dictionary_(dictionary) {}
 
-  void begin(const std::string& file) override { file_ = file; }
   void element(const cpi::WalkedElement&) override {}
   void end(const cpi::WalkSummary&) override {}
 
@@ -60,6 +59,7 @@ class SarifReport final : public WalkReport {
   }
 
  private:
+  void begin() override {}
   WalkJson& add(std::string_view rule, const std::string& message, WalkJson location) {
     result_ = {{"ruleId", rule},
                {"level", "error"},
@@ -73,7 +73,6 @@ class SarifReport final : public WalkReport {
   }
 
   const cpi::StdDictionaryInfo& dictionary_;
-  std::string file_;
   WalkJson result_;
 };
 

@@ -49,10 +49,9 @@ class TextReport final : public WalkReport {
   explicit TextReport(const ReportOptions& options)
       : options_(options), style_(options.isColoured) {}
 
-  void begin(const std::string& file) override {
-    file_ = file;
+  void begin() override {
     listed_ = 0;
-    if (options_.hasElements()) out_ += file + "\n";
+    if (options_.hasElements()) out_ += label() + "\n";
   }
 
   void element(const cpi::WalkedElement& element) override {
@@ -73,7 +72,7 @@ class TextReport final : public WalkReport {
   }
 
   void end(const cpi::WalkSummary& summary) override {
-    const std::string subject = options_.hasElements() ? "  " : file_ + ": ";
+    const std::string subject = options_.hasElements() ? "  " : label() + ": ";
     if (options_.isChecking) {
       endCheck(summary);
     } else {
@@ -97,14 +96,14 @@ class TextReport final : public WalkReport {
   void endCheck(const cpi::WalkSummary& summary) {
     const std::int64_t found = summary.findings();
     if (found == 0) {
-      print("{}: accepted, {} element{}\n", file_, summary.elements,
+      print("{}: accepted, {} element{}\n", label(), summary.elements,
             summary.elements == 1 ? "" : "s");
       return;
     }
     if (!options_.isQuiet && found > listed_) {
-      print("{}: {} more faults are not listed\n", file_, found - listed_);
+      print("{}: {} more faults are not listed\n", label(), found - listed_);
     }
-    print("{}: {}, {} fault{}\n", file_, style_.bad("refused"), found, found == 1 ? "" : "s");
+    print("{}: {}, {} fault{}\n", label(), style_.bad("refused"), found, found == 1 ? "" : "s");
   }
 
   std::string styled(const cpi::WalkedElement& element, std::string_view word) const {
@@ -129,7 +128,6 @@ class TextReport final : public WalkReport {
 
   ReportOptions options_;
   Style style_;
-  std::string file_;
   std::int64_t listed_ = 0;
 };
 

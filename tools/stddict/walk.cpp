@@ -35,7 +35,8 @@ With --check the message must be right as a whole, and what is listed are its fa
 missing or stands too early, values, and text where none may be.
 MESSAGE is a file, a folder, or - for messages on standard input: one a line, or with --framing
 netstring each as LENGTH:BYTES, (the comma belongs to it). With a dictionary of FIX messages a file
-holds any number of them, their fields ended by 0x01, '|' or ^A, also behind other text in a line.
+holds any number of them, their fields ended by 0x01, '|' or ^A, also behind other text in a line;
+each has a report of its own, as FILE#NUMBER.
 Exit code: 0 when all messages are accepted, 1 when one is not, 2 when one cannot be read or is not
 well-formed.)";
 
@@ -56,12 +57,10 @@ ReportForm formOf(const Options& options) {
   return options.isJson ? ReportForm::Json : ReportForm::Text;
 }
 
-template <class Model, class Walker>
-MakeWalk makeWalkWith(const cpi::StdDictionaryInfo& dictionary, bool isChecking) {
-  const auto model = std::make_shared<const Model>(dictionary);
-  return [model, isChecking]() -> WalkMessage {
-    const auto walker =
-        std::make_shared<Walker>(*model, cpi::WalkOptions{.isChecking = isChecking});
+MakeWalk makeXmlWalk(const cpi::StdDictionaryInfo& dictionary, cpi::WalkOptions options) {
+  const auto model = std::make_shared<const cpi::WalkModel>(dictionary);
+  return [model, options]() -> WalkMessage {
+    const auto walker = std::make_shared<cpi::XmlWalker>(*model, options);
     return [model, walker](const Message& message, cpi::WalkVisitor* visitor) {
       return message.isFile ? walker->walkFile(message.name, visitor)
                             : walker->walkText(message.bytes, message.name, visitor);
@@ -69,11 +68,14 @@ MakeWalk makeWalkWith(const cpi::StdDictionaryInfo& dictionary, bool isChecking)
   };
 }
 
-// Walks messages in the form that the dictionary is for.
-MakeWalk makeWalk(const cpi::StdDictionaryInfo& dictionary, bool isChecking) {
-  return cpi::FixModel::isFix(dictionary)
-             ? makeWalkWith<cpi::FixModel, cpi::FixWalker>(dictionary, isChecking)
-             : makeWalkWith<cpi::WalkModel, cpi::XmlWalker>(dictionary, isChecking);
+MakeWalk makeFixWalk(const cpi::StdDictionaryInfo& dictionary, cpi::WalkOptions options) {
+  const auto model = std::make_shared<const cpi::FixModel>(dictionary);
+  return [model, options]() -> WalkMessage {
+    const auto walker = std::make_shared<cpi::FixWalker>(*model, options);
+    return [model, walker](const Message& message, cpi::WalkVisitor* visitor) {
+      return walker->walkText(message.bytes, message.name, visitor, message.start);
+    };
+  };
 }
 
 // A list of elements is written while the message is read, so one thread has to do it.
@@ -88,9 +90,12 @@ int run(Options options) {
   options.report.isColoured = isColourWanted();
   options.bulk.jobs = jobsOf(options);
   const auto dictionary = openDictionary(options.dictionary);
+  options.source.isFix = cpi::FixModel::isFix(*dictionary);
   MessageSource source(options.messages, options.source);
-  return walkAll(source, makeWalk(*dictionary, options.report.isChecking), options.report,
-                 options.bulk, *dictionary);
+  const cpi::WalkOptions walking = {.isChecking = options.report.isChecking};
+  const MakeWalk makeWalk =
+      options.source.isFix ? makeFixWalk(*dictionary, walking) : makeXmlWalk(*dictionary, walking);
+  return walkAll(source, makeWalk, options.report, options.bulk, *dictionary);
 }
 
 void addForms(CLI::App& verb, Options& options) {

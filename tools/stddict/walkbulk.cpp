@@ -33,26 +33,69 @@ struct Outcome {
   int exitCode = kExitGood;
 };
 
-// Hands a report on, and counts paths if that is asked for.
+// Hands a report on, message by message, and counts paths if that is asked for.
 class Recorder : public cpi::WalkVisitor {
  public:
-  Recorder(WalkReport& report, PathCounts* counts, bool isStreaming)
-      : report_(report), counts_(counts), isStreaming_(isStreaming) {}
+  Recorder(WalkReport& report, const ReportOptions& reporting, const BulkOptions& options)
+      : report_(report),
+        isChecking_(reporting.isChecking),
+        hasCounts_(options.hasSummary),
+        isStreaming_(options.jobs == 1 && reporting.hasElements()) {}
 
+  // A message, or a piece of a file with some, begins.
+  void begin(const Message& message) {
+    message_ = &message;
+    number_ = message.number;
+    exitCode_ = kExitGood;
+    beginMessage();
+  }
   void element(const cpi::WalkedElement& element) override {
-    if (counts_ != nullptr) counts_->count(element);
+    if (hasEnded_) beginMessage();
+    if (hasCounts_) counts_.count(element);
     report_.element(element);
     if (isStreaming_ && report_.size() >= kPiece) fmt::print("{}", report_.take());
   }
   void finding(const cpi::Finding& finding) override {
-    if (counts_ != nullptr) counts_->count(finding);
+    if (hasCounts_) counts_.count(finding);
     report_.finding(finding);
   }
+  void endOfMessage(const cpi::WalkSummary& summary) override {
+    report_.end(summary);
+    const bool isGood = isAccepted(summary, isChecking_);
+    counts_.countMessage(isGood);
+    if (!isGood) exitCode_ = std::max(exitCode_, kExitNo);
+    if (number_ != 0) ++number_;
+    hasEnded_ = true;
+  }
+  // Behind the last one, with the summary of all.
+  void end(const cpi::WalkSummary& summary) {
+    if (!hasEnded_) endOfMessage(summary);
+  }
+  void fail(const cpi::FileError& error) {
+    report_.fail(error);
+    counts_.countUnreadable();
+    exitCode_ = kExitTrouble;
+  }
+
+  int exitCode() const noexcept { return exitCode_; }
+  const PathCounts& counts() const noexcept { return counts_; }
 
  private:
+  void beginMessage() {
+    hasEnded_ = false;
+    report_.begin(message_->name, number_);
+    counts_.begin();
+  }
+
   WalkReport& report_;
-  PathCounts* counts_;
+  PathCounts counts_;
+  bool isChecking_;
+  bool hasCounts_;
   bool isStreaming_;
+  const Message* message_ = nullptr;
+  std::int64_t number_ = 0;  // of the message in its file
+  bool hasEnded_ = false;
+  int exitCode_ = kExitGood;
 };
 
 // One thread's walker, report and counts.
@@ -61,41 +104,29 @@ class Worker {
   Worker(WalkMessage walk, const ReportOptions& reporting, const BulkOptions& options,
          const cpi::StdDictionaryInfo& dictionary)
       : walk_(std::move(walk)),
-        reporting_(reporting),
         report_(makeReport(reporting, dictionary)),
-        hasCounts_(options.hasSummary),
-        recorder_(*report_, hasCounts_ ? &counts_ : nullptr,
-                  options.jobs == 1 && reporting.hasElements()) {}
+        recorder_(*report_, reporting, options) {}
 
   Outcome walk(const Message& message) {
     Outcome outcome;
-    report_->begin(message.name);
-    counts_.begin();
+    recorder_.begin(message);
     try {
-      if (!message.error.empty()) throw cpi::FileError(message.name, {}, message.error);
-      const cpi::WalkSummary summary = walk_(message, &recorder_);
-      report_->end(summary);
-      const bool isGood = isAccepted(summary, reporting_.isChecking);
-      counts_.countMessage(isGood);
-      outcome.exitCode = isGood ? kExitGood : kExitNo;
+      if (message.error) throw *message.error;
+      recorder_.end(walk_(message, &recorder_));
     } catch (const cpi::FileError& error) {
-      report_->fail(error);
-      counts_.countUnreadable();
+      recorder_.fail(error);
       outcome.error = error.what();
-      outcome.exitCode = kExitTrouble;
     }
+    outcome.exitCode = recorder_.exitCode();
     outcome.text = report_->take();
     return outcome;
   }
 
-  const PathCounts& counts() const noexcept { return counts_; }
+  const PathCounts& counts() const noexcept { return recorder_.counts(); }
 
  private:
   WalkMessage walk_;
-  ReportOptions reporting_;
   std::unique_ptr<WalkReport> report_;
-  PathCounts counts_;
-  bool hasCounts_;
   Recorder recorder_;
 };
 

@@ -7,7 +7,8 @@
 #include "tools/stddict/messagesource.h"
 #include "tools/stddict/walkreport.h"
 
-// Walks one message; throws cpi::FileError when it cannot be read. Used by one thread.
+// Walks one message, or the messages of a piece; throws cpi::FileError when it cannot be read. Used
+// by one thread.
 using WalkMessage = std::function<cpi::WalkSummary(const Message&, cpi::WalkVisitor*)>;
 // Makes one for each thread.
 using MakeWalk = std::function<WalkMessage()>;

@@ -1,5 +1,15 @@
 #include "tools/stddict/walkreport.h"
 
+void WalkReport::begin(const std::string& file, std::int64_t number) {
+  file_ = file;
+  number_ = number;
+  begin();
+}
+
+std::string WalkReport::label() const {
+  return number_ == 0 ? file_ : file_ + "#" + std::to_string(number_);
+}
+
 void WalkReport::fail(const cpi::FileError&) {}
 
 bool isAccepted(const cpi::WalkSummary& summary, bool isChecking) noexcept {

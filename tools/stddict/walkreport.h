@@ -34,8 +34,8 @@ struct ReportOptions {
 // text is taken from it in pieces.
 class WalkReport : public cpi::WalkVisitor {
  public:
-  // A message begins.
-  virtual void begin(const std::string& file) = 0;
+  // A message begins; `number` is its own in a file of several, from 1, or 0.
+  void begin(const std::string& file, std::int64_t number);
   // It has ended, and was read in full.
   virtual void end(const cpi::WalkSummary& summary) = 0;
   // It cannot be read, or is not well-formed; said instead of end(). Does nothing by default.
@@ -46,7 +46,13 @@ class WalkReport : public cpi::WalkVisitor {
   std::size_t size() const noexcept { return out_.size(); }
 
  protected:
+  virtual void begin() = 0;
+  // What the message is called where no line number stands beside it.
+  std::string label() const;
+
   std::string out_;
+  std::string file_;
+  std::int64_t number_ = 0;
 };
 
 // The texts around and between those of the messages.

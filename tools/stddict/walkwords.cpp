@@ -70,6 +70,7 @@ constexpr std::string_view kReasons[] = {
     "wrong-count",
     "no-value",
     "wrong-check-sum",
+    "not-of-facet",
     "not-a-field",
     "unknown-message",
 };
@@ -172,6 +173,7 @@ std::string valueSentence(const Finding& finding) {
     case Reason::TooLong:
       return "value " + value + fmt::format(" is too long: at most {}", finding.atMost);
     case Reason::WrongForm: return "wrong value " + value + ": not of the form of its type";
+    case Reason::NotOfFacet: return "wrong value " + value + ": not of " + valuesOf(finding);
     case Reason::WrongCount:
       return "wrong count " + value + fmt::format(": what follows are {}", finding.atLeast);
     case Reason::NoValue: return "has no value";
