@@ -179,15 +179,18 @@ bool FixModel::addSlot(const Type& type, std::int32_t tagRow, std::int32_t membe
 }
 
 void FixModel::readGroups(std::int32_t row) {
+  const auto& rows = dictionary_->typeMembers();
   const Type& type = types_[asIndex(row)];
   for (std::int32_t i = 0; i < type.memberCount; ++i) {
-    const std::int32_t group = groupMember(type.firstMember + i);
+    const std::int32_t count = type.firstMember + i;
+    const std::int32_t group = groupMember(count);
     if (group == kNone) continue;
-    const std::int32_t inside = dictionary_->typeMembers().row(group).toTypeIndex;
+    const std::int32_t inside = rows.row(group).toTypeIndex;
     const std::int32_t first = firstTag(inside);
     if (first == kNone) continue;
-    groups_.try_emplace(keyOf(row, first), group);
     readGroup(inside);
+    const bool hasCount = dictionary_->tags().contains(rows.row(count).toTagIndex);
+    if (hasCount) groups_.try_emplace(keyOf(row, first), group);
   }
 }
 

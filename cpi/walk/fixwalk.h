@@ -10,11 +10,10 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <memory>
 #include <string_view>
 #include <vector>
 
-#include "cpi/dictinfo/stddi/stddictionaryiterator.h"
+#include "cpi/walk/fixcursor.h"
 #include "cpi/walk/fixmessage.h"
 #include "cpi/walk/fixmodel.h"
 #include "cpi/walk/walkvisitor.h"
@@ -49,8 +48,9 @@ class FixWalk final : private WalkTrail {
             WalkSummary& summary);
 
  private:
-  class Cursor;
   enum Section : std::size_t { kHeader, kBody, kTrailer, kSectionCount };
+  // A group may be defined inside itself, and a message is long: levels cost time and stack.
+  static constexpr std::size_t kMaxLevels = 256;
 
   // The fields of one section or of one instance of a group.
   struct Level {
@@ -222,7 +222,7 @@ class FixWalk final : private WalkTrail {
 
   const FixModel* model_;
   bool isChecking_;
-  std::unique_ptr<Cursor> at_;
+  FixCursor at_;
   std::vector<Level> levels_;  // the sections, then the open groups
   std::size_t current_ = 0;    // the innermost
   std::size_t section_ = kHeader;
