@@ -134,8 +134,19 @@ std::int64_t ElementPlaces::addPlaces(std::int32_t tagIndex,
   return count;
 }
 
-void ElementPlaces::addOwners(std::int32_t tagIndex, std::vector<std::int32_t>& types) const {
-  for (const std::int32_t member : membersWith(tagIndex)) types.push_back(ownerOf(member));
+std::vector<std::int32_t> ElementPlaces::typesWith(std::u16string_view name,
+                                                   const KelStringBase& namespaceURI) const {
+  const StdDictionaryInfo& dictionary = model_.dictionary();
+  std::vector<std::int32_t> types;
+  for (const std::int32_t tag : tagsNamed(name)) {
+    if (!dictionary.isInNamespace(dictionary.tags().row(tag).namespaceIndex, namespaceURI))
+      continue;
+    for (const std::int32_t member : membersWith(tag)) types.push_back(ownerOf(member));
+  }
+  std::ranges::sort(types);
+  types.erase(std::unique(types.begin(), types.end()), types.end());
+  std::erase(types, kNone);
+  return types;
 }
 
 std::span<const std::int32_t> ElementPlaces::membersWith(std::int32_t tagIndex) const {

@@ -9,6 +9,7 @@
 #include <string_view>
 #include <vector>
 
+#include "cpi/runtime/kelstring.h"
 #include "cpi/walk/contentmodel.h"
 #include "cpi/walk/verdict.h"
 
@@ -32,8 +33,9 @@ class ElementPlaces {
   // Appends the places of a tag as long as there are fewer than kMaxKnownPlaces; returns how many
   // it has.
   std::int64_t addPlaces(std::int32_t tagIndex, std::vector<KnownPlace>& places) const;
-  // Appends the Types rows that have the tag as a member.
-  void addOwners(std::int32_t tagIndex, std::vector<std::int32_t>& types) const;
+  // The Types rows that have an element of this name as a member; in order, each once.
+  std::vector<std::int32_t> typesWith(std::u16string_view name,
+                                      const KelStringBase& namespaceURI) const;
 
  private:
   std::span<const std::int32_t> membersWith(std::int32_t tagIndex) const;

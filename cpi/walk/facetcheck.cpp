@@ -36,26 +36,34 @@ std::int64_t totalDigits(std::string_view number) {
 
 }  // namespace
 
-bool FacetCheck::isNeeded(std::int32_t typeIndex) const {
-  bool isNeeded = false;
-  forEachFacet(model_.properties().facetsOf(typeIndex),
-               [&](std::u16string_view name, std::u16string_view) {
-                 isNeeded = isNeeded || name != kWhiteSpaceFacet;
-               });
-  return isNeeded;
+bool FacetCheck::isNeeded(std::int32_t typeIndex) {
+  if (!model_.dictionary().types().contains(typeIndex)) return false;
+  const Facets& facets = facetsOf(typeIndex);
+  return !facets.limits.empty() || !facets.patterns.empty();
 }
 
 std::string_view FacetCheck::firstFault(std::int32_t typeIndex, std::string_view value,
                                         std::string_view collapsed) {
-  const StdDictionaryInfo& dictionary = model_.dictionary();
-  if (!dictionary.types().contains(typeIndex)) return {};
+  if (!isNeeded(typeIndex)) return {};
   Facets& facets = facetsOf(typeIndex);
-  const std::int32_t logicalType = dictionary.types().row(typeIndex).LogicalType;
+  const std::string_view limit = firstLimit(facets, typeIndex, collapsed);
+  return limit.empty() ? firstPattern(facets, value, collapsed) : limit;
+}
+
+std::string_view FacetCheck::firstLimit(const Facets& facets, std::int32_t typeIndex,
+                                        std::string_view collapsed) const {
+  if (facets.limits.empty()) return {};
+  const std::int32_t logicalType = model_.dictionary().types().row(typeIndex).LogicalType;
   std::string number(collapsed);
   if (isDecimal(logicalType) && !canonicalDecimal(collapsed, false, number)) return {};
   for (const Limit& limit : facets.limits) {
     if (!isKept(limit, logicalType, number)) return limit.text;
   }
+  return {};
+}
+
+std::string_view FacetCheck::firstPattern(Facets& facets, std::string_view value,
+                                          std::string_view collapsed) {
   if (facets.patterns.empty()) return {};
   const std::u16string whole = toUtf16(value);
   const std::u16string tidy = toUtf16(collapsed);

@@ -23,7 +23,7 @@ class FacetCheck {
   explicit FacetCheck(const WalkModel& model) : model_(model) {}
 
   // Whether anything is known of the type in this row that a value may be held against.
-  bool isNeeded(std::int32_t typeIndex) const;
+  bool isNeeded(std::int32_t typeIndex);
   // The facet that a value is not of, as "minInclusive 1"; empty: it is of all. `value` is the
   // value as it stands, UTF-8, and `collapsed` the same without superfluous white space: it is
   // wrong only if both are. What is returned is valid until the next call.
@@ -53,6 +53,10 @@ class FacetCheck {
     std::vector<Pattern> patterns;
   };
 
+  std::string_view firstLimit(const Facets& facets, std::int32_t typeIndex,
+                              std::string_view collapsed) const;
+  static std::string_view firstPattern(Facets& facets, std::string_view value,
+                                       std::string_view collapsed);
   Facets& facetsOf(std::int32_t typeIndex);
   static void addPattern(std::u16string_view text, Facets& facets);
   static void addLimit(std::u16string_view name, const std::string& text, std::int32_t logicalType,

@@ -236,9 +236,8 @@ bool StructureCheck::isExhausted(const Scope& scope, const ElementName& name) {
     fault_.groups = groupsOf(model_.content(), beyond);
     return true;
   }
-  const bool isOneMore =
-      (!last.empty() && last.back().memberIndex == found_.back().memberIndex) ||
-      counter_.countedFor(scope.number, found_.back().memberIndex) > 0;
+  const bool isOneMore = (!last.empty() && last.back().memberIndex == found_.back().memberIndex) ||
+                         counter_.countedFor(scope.number, found_.back().memberIndex) > 0;
   fault_.atMost = isOneMore ? model_.content().member(found_.back().memberIndex).MaxOccurs : kNone;
   return isOneMore;
 }
@@ -258,7 +257,8 @@ StructureCheck::Outcome StructureCheck::judgeUnknown(const Scope& scope, const E
 // Elements side by side that another type has are one fault: their parent is missing.
 StructureCheck::Outcome StructureCheck::judgeStray(Trouble& trouble, const ElementName& name) {
   Outcome outcome = judgeByName(name);
-  std::vector<std::int32_t> owners = typesWith(name);
+  std::vector<std::int32_t> owners =
+      model_.places().typesWith(textView(name.local), name.namespaceURI);
   std::vector<std::int32_t> both;
   std::ranges::set_intersection(owners, trouble.strayTypes, std::back_inserter(both));
   outcome.isConsequence = !both.empty();
@@ -273,19 +273,6 @@ StructureCheck::Outcome StructureCheck::wrongNamespace(std::int32_t leaf) {
   const std::int32_t tag = model_.content().member(leaf).toTagIndex;
   fault_.elsewhereCount = model_.places().addPlaces(tag, fault_.elsewhere);
   return outcome;
-}
-
-// In order, each once.
-std::vector<std::int32_t> StructureCheck::typesWith(const ElementName& name) const {
-  std::vector<std::int32_t> types;
-  for (const std::int32_t tag : model_.places().tagsNamed(textView(name.local))) {
-    const std::int32_t namespaceIndex = model_.dictionary().tags().row(tag).namespaceIndex;
-    if (!model_.dictionary().isInNamespace(namespaceIndex, name.namespaceURI)) continue;
-    model_.places().addOwners(tag, types);
-  }
-  std::ranges::sort(types);
-  types.erase(std::unique(types.begin(), types.end()), types.end());
-  return types;
 }
 
 // By what the model has of this name, wherever that is. Its content can be judged when there is a

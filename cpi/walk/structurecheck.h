@@ -97,7 +97,6 @@ class StructureCheck {
   Outcome judgeBehind(const Scope& scope, const ElementName& name);
   void classifyBehind(const Scope& scope, const ElementName& name, Outcome& outcome);
   Outcome judgeUnknown(const Scope& scope, const ElementName& name);
-  std::vector<std::int32_t> typesWith(const ElementName& name) const;
   Outcome judgeByName(const ElementName& name);
   Outcome judgeStray(Trouble& trouble, const ElementName& name);
   Outcome wrongNamespace(std::int32_t leaf);

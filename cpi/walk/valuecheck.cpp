@@ -79,7 +79,7 @@ bool ValueCheck::hasOneForm(std::int32_t typeIndex) const {
          });
 }
 
-bool ValueCheck::isNeeded(std::int32_t tagIndex) const {
+bool ValueCheck::isNeeded(std::int32_t tagIndex) {
   const SMD_TAG_DEFINITION* const tag = dictionary_.tags().find(tagIndex);
   if (tag == nullptr) return false;
   const std::int32_t logicalType = logicalTypeOf(*tag);

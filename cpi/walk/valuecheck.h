@@ -34,7 +34,7 @@ class ValueCheck {
   explicit ValueCheck(const WalkModel& model);
 
   // Whether judge() may find anything wrong with a value of this tag; false for no row.
-  bool isNeeded(std::int32_t tagIndex) const;
+  bool isNeeded(std::int32_t tagIndex);
   // What is wrong with a value, UTF-8, of the tag in this row: NotInValueSet, TooShort, TooLong,
   // WrongForm, NotFixedValue, NotOfFacet or None.
   Reason judge(std::int32_t tagIndex, std::string_view value);

@@ -37,13 +37,9 @@ bool DefinitionIndex::adopt(const TypeTable& types) noexcept {
   if (!tagsOfRuns_.adopt(members_.rowCount()) || !overrideKeys_.adopt(overrides_.rowCount())) {
     return false;
   }
-  // A run ends behind where it starts, and none behind the table.
-  const std::size_t bounds = wideRuns_.size();
-  if (bounds == 0 || *(wideRuns_.end() - 1) != members_.rowCount()) return false;
-  bool isAscending = *wideRuns_.begin() >= 0;
-  for (std::size_t i = 1; i < bounds; ++i) {
-    isAscending &= *(wideRuns_.begin() + i) > *(wideRuns_.begin() + i - 1);
-  }
+  const auto isInside = [this](std::int32_t row) { return row >= 0 && row <= members_.rowCount(); };
+  const bool isAscending =
+      std::ranges::is_sorted(wideRuns_) && std::ranges::all_of(wideRuns_, isInside);
   const auto isType = [&](const LogicalType& type) { return types.contains(type.row); };
   if (!isAscending || !std::ranges::all_of(logicalTypes_, isType)) return false;
   const auto rows = static_cast<std::uint32_t>(overrides_.rowCount());
@@ -67,8 +63,6 @@ std::vector<std::int32_t> DefinitionIndex::findWideRuns() const {
     }
     first = end;
   }
-  if (bounds.empty() || bounds.back() != members_.rowCount()) bounds.push_back(members_.rowCount());
-  bounds.shrink_to_fit();
   return bounds;
 }
 
@@ -124,7 +118,8 @@ std::int32_t DefinitionIndex::runEnd(std::int32_t row) const noexcept {
   for (std::int32_t i = 1; i < near; ++i) {
     if (first[i].ParentTypeId != first->ParentTypeId) return row + i;
   }
-  return *std::ranges::upper_bound(wideRuns_, row);
+  const auto* const bound = std::ranges::upper_bound(wideRuns_, row);
+  return bound == wideRuns_.end() ? members_.rowCount() : *bound;
 }
 
 bool DefinitionIndex::isIndexedRun(std::int32_t first) const noexcept {

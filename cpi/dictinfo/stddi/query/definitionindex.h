@@ -73,7 +73,7 @@ class DefinitionIndex {
 
   MemberTable members_;
   OverrideTable overrides_;
-  // Ascending: where runs of more than kNarrowRun members start and end, and the last row's end.
+  // Ascending: where runs of more than kNarrowRun members start and end.
   IndexArray<std::int32_t> wideRuns_;
   KeyIndex tagsOfRuns_;  // start of a wide run, and tag id
   struct LogicalType {

@@ -131,23 +131,28 @@ std::uint16_t KeyIndex::placeGroup(std::span<const Entry> group, std::int64_t& t
 }
 
 void IdIndex::setLookup() noexcept {
-  if (!range_.empty()) {
-    const auto [low, places] = std::as_const(range_)[0];
-    lookup_ = IdLookup::dense(low, places, rows_.empty() ? nullptr : rows_.data());
+  const std::int32_t* const places = std::as_const(places_).data();
+  if (!places_.empty()) {
+    const bool hasRows = places_.size() > kFirstRow;
+    lookup_ = IdLookup::dense(places[0], static_cast<std::uint32_t>(places[1]),
+                              hasRows ? places + kFirstRow : nullptr);
   } else if (keys_.isBuilt()) {
     lookup_ = IdLookup::sparse(keys_.hash());
   }
 }
 
 bool IdIndex::adopt(std::int32_t rowCount) noexcept {
-  const auto rows = static_cast<std::uint32_t>(rowCount);
-  // No row, -1, is one less than row 0.
-  bool areRows = true;
-  for (const std::int32_t row : rows_) areRows &= static_cast<std::uint32_t>(row) + 1 <= rows;
-  if (!areRows || range_.size() > 1 || !keys_.adopt(rowCount)) return false;
-  if (!range_.empty()) {
-    const std::uint32_t places = std::as_const(range_)[0].places;
-    if (rows_.empty() ? places > rows : places > rows_.size()) return false;
+  if (!keys_.adopt(rowCount)) return false;
+  if (!places_.empty()) {
+    if (places_.size() < kFirstRow) return false;
+    const std::int32_t* const places = std::as_const(places_).data();
+    const std::span rows(places + kFirstRow, places_.size() - kFirstRow);
+    const auto limit = static_cast<std::uint32_t>(rowCount);
+    // No row, -1, is one less than row 0.
+    bool areRows = true;
+    for (const std::int32_t row : rows) areRows &= static_cast<std::uint32_t>(row) + 1 <= limit;
+    const std::size_t reached = rows.empty() ? limit : rows.size();
+    if (!areRows || static_cast<std::uint32_t>(places[1]) > reached) return false;
   }
   setLookup();
   return true;

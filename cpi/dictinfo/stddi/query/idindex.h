@@ -67,12 +67,11 @@ class IdIndex {
 
   // Valid as long as this object; not built when the column is not indexed.
   const IdLookup& lookup() const noexcept { return lookup_; }
-  std::size_t bytes() const noexcept { return range_.bytes() + rows_.bytes() + keys_.bytes(); }
+  std::size_t bytes() const noexcept { return places_.bytes() + keys_.bytes(); }
   // As KeyIndex has them.
   template <class Self, class Visit>
   static void visitArrays(Self& self, Visit&& visit) {
-    visit(self.range_);
-    visit(self.rows_);
+    visit(self.places_);
     KeyIndex::visitArrays(self.keys_, visit);
   }
   bool adopt(std::int32_t rowCount) noexcept;
@@ -81,21 +80,14 @@ class IdIndex {
   // A dense array costs as much as a sparse index, at most, up to two places an id.
   static constexpr std::int64_t kPlacesPerId = 2;
 
-  // Ids that stand close: from the first of them on, so many.
-  struct Range {
-    std::int32_t low;
-    std::uint32_t places;
-  };
-  void setDense(std::int32_t low, std::uint32_t places) {
-    range_ = IndexArray<Range>(1, {low, places});
-    setLookup();
-  }
+  static constexpr std::size_t kFirstRow = 2;
   void setLookup() noexcept;
 
   IdLookup lookup_;
-  IndexArray<Range> range_;        // one or none
-  IndexArray<std::int32_t> rows_;  // of the range; empty when they are the range
-  KeyIndex keys_;                  // when there is no range
+  // Of ids that stand close: the first, how many places there are from there on, and the row at
+  // each place unless the ids are consecutive.
+  IndexArray<std::int32_t> places_;
+  KeyIndex keys_;  // of the others
 };
 
 template <class IdOf>
@@ -105,14 +97,15 @@ IdIndex::IdIndex(std::int32_t rowCount, IdOf idOf) {
   }
   const std::int32_t low = rowCount == 0 ? 0 : idOf(0);
   const std::int64_t places = rowCount == 0 ? 0 : std::int64_t{idOf(rowCount - 1)} - low + 1;
-  if (places == rowCount) {
-    setDense(low, static_cast<std::uint32_t>(rowCount));
-  } else if (places <= kPlacesPerId * rowCount) {
-    rows_ = IndexArray<std::int32_t>(static_cast<std::size_t>(places), kNone);
-    for (std::int32_t row = 0; row < rowCount; ++row) {
-      rows_[static_cast<std::size_t>(std::int64_t{idOf(row)} - low)] = row;
+  if (places <= kPlacesPerId * rowCount) {
+    const bool isConsecutive = places == rowCount;
+    const auto count = kFirstRow + (isConsecutive ? 0 : static_cast<std::size_t>(places));
+    places_ = IndexArray<std::int32_t>(count, kNone);
+    places_[0] = low;
+    places_[1] = static_cast<std::int32_t>(places);
+    for (std::int32_t row = 0; row < rowCount && !isConsecutive; ++row) {
+      places_[kFirstRow + static_cast<std::size_t>(std::int64_t{idOf(row)} - low)] = row;
     }
-    setDense(low, static_cast<std::uint32_t>(places));
   } else {
     std::vector<KeyIndex::Entry> entries;
     entries.reserve(static_cast<std::size_t>(rowCount));
@@ -120,8 +113,8 @@ IdIndex::IdIndex(std::int32_t rowCount, IdOf idOf) {
       entries.push_back({static_cast<std::uint32_t>(idOf(row)), row});
     }
     keys_ = KeyIndex(entries);
-    setLookup();
   }
+  setLookup();
 }
 
 }  // namespace cpi
