@@ -141,9 +141,10 @@ std::optional<Fault> findKindFault(std::int32_t type, std::uint32_t propertyRows
   if (type != PTText && type != PTInteger) {
     return Fault{0, "a property of type " + std::to_string(type), "2 or 4"};
   }
-  if (propertyRows == rowCount) return std::nullopt;
+  // A table that had no rows at first keeps what it had then.
+  if (propertyRows == rowCount || propertyRows == 0) return std::nullopt;
   return Fault{0, "a property of " + number(propertyRows) + " rows",
-               number(rowCount) + ", as the table has"};
+               number(rowCount) + ", as the table has, or none"};
 }
 
 std::optional<Fault> findBufferFault(const StringTable& property) {
