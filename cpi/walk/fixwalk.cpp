@@ -41,6 +41,7 @@ void FixWalk::walk(const FixMessage& message, FixPlaces& places, WalkVisitor* vi
   field_ = nullptr;
   trailField_ = nullptr;
   reported_ = {};
+  findings_ = 0;
   const auto& fields = message.fields();
   const auto msgType = std::ranges::find(fields, kFixMsgType, &FixField::number);
   messageModel_ = msgType == fields.end() ? nullptr : model_->message(message.value(*msgType));

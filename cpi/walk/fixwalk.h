@@ -202,6 +202,8 @@ class FixWalk final : private WalkTrail {
   void reportIncomplete(std::vector<Expected> missing);
   void report(const FixField& field, const Verdict& verdict);
   void count(const Verdict& verdict) noexcept;
+  // Counts a finding; whether it is to be handed out.
+  bool countFinding(VerdictKind kind) noexcept;
   void countMember() noexcept {
     ++summary_->elements;
     ++summary_->placed[static_cast<std::size_t>(Placement::Member)];
@@ -241,11 +243,12 @@ class FixWalk final : private WalkTrail {
   FixPlaces* places_ = nullptr;
   WalkVisitor* visitor_ = nullptr;
   WalkSummary* summary_ = nullptr;
-  bool isDirect_ = false;                 // moves that need no search are made without one
-  const FixField* early_ = nullptr;       // see findEarly()
-  std::int32_t skipped_ = kNone;          // number of the field that should have come before one
-  const FixField* next_ = nullptr;        // see nextKnown()
-  const FixField* stray_ = nullptr;       // the last field that has no place in the message
+  bool isDirect_ = false;            // moves that need no search are made without one
+  const FixField* early_ = nullptr;  // see findEarly()
+  std::int32_t skipped_ = kNone;     // number of the field that should have come before one
+  const FixField* next_ = nullptr;   // see nextKnown()
+  const FixField* stray_ = nullptr;  // the last field that has no place in the message
+  std::int64_t findings_ = 0;
   std::int32_t lookAhead_ = 0;            // how many more fields may be looked at ahead of time
   const FixField* field_ = nullptr;       // the one that is being placed; null: at the end
   const FixField* trailField_ = nullptr;  // the last step of path(); null: none

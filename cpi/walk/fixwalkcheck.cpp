@@ -73,8 +73,7 @@ void FixWalk::checkRequired(Level& level) {
     }
   }
   if (owed == 0) return;
-  ++summary_->found[static_cast<std::size_t>(VerdictKind::Incomplete)];
-  if (visitor_ != nullptr) reportIncomplete(expected(level, true));
+  if (countFinding(VerdictKind::Incomplete)) reportIncomplete(expected(level, true));
 }
 
 // A message that ends before its trailer was cut off, or has lost it: whatever is missing is one
@@ -87,8 +86,7 @@ void FixWalk::checkCutMessage() {
     garbled += level.garbled;
   }
   if (missing <= garbled) return;
-  ++summary_->found[static_cast<std::size_t>(VerdictKind::Incomplete)];
-  if (visitor_ == nullptr) return;
+  if (!countFinding(VerdictKind::Incomplete)) return;
   std::vector<Expected> list;
   const auto add = [&](const Level& level) {
     const std::vector<Expected> owed = expected(level, true);

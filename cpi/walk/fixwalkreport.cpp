@@ -25,6 +25,11 @@ void FixWalk::count(const Verdict& verdict) noexcept {
   if (verdict.isBeyondLimit()) ++summary_->beyondLimit;
 }
 
+bool FixWalk::countFinding(VerdictKind kind) noexcept {
+  ++summary_->found[static_cast<std::size_t>(kind)];
+  return visitor_ != nullptr && ++findings_ <= kMaxFindings;
+}
+
 Verdict FixWalk::memberVerdict(std::int32_t member, std::int32_t occurrence) const {
   const SMD_STRUCTURE_ELEMENT_DEFINITION& row = model_->dictionary().typeMembers().row(member);
   Verdict verdict;
@@ -57,8 +62,7 @@ void FixWalk::walkUnknown(const FixField* msgType) {
   verdict.kind = msgType == nullptr ? VerdictKind::Incomplete : VerdictKind::UnknownName;
   verdict.reason = msgType == nullptr ? Reason::NeverCame : Reason::UnknownMessage;
   count(verdict);
-  ++summary_->found[static_cast<std::size_t>(verdict.kind)];
-  if (visitor_ != nullptr) {
+  if (countFinding(verdict.kind)) {
     Finding finding;
     finding.verdict = verdict;
     finding.name = kUnnamed;
@@ -131,8 +135,8 @@ void FixWalk::reportRefused(const FixField& field, Fault fault) {
 
 void FixWalk::report(const FixField& field, const Verdict& verdict) {
   count(verdict);
-  const bool isFinding = !verdict.isGood() && !verdict.isConsequence;
-  if (isFinding) ++summary_->found[static_cast<std::size_t>(verdict.kind)];
+  const bool isFault = !verdict.isGood() && !verdict.isConsequence;
+  const bool isFinding = isFault && countFinding(verdict.kind);
   if (visitor_ == nullptr) return;
   trailField_ = &field;
   reported_ = {&field, std::max(verdict.occurrence, 1)};
@@ -168,8 +172,7 @@ WalkedElement FixWalk::elementOf(const Verdict& verdict, std::string_view name,
 
 // `right` is what a wrong count or sum should be.
 void FixWalk::reportValue(const FixField& field, Reason reason, std::int64_t right) {
-  ++summary_->found[static_cast<std::size_t>(VerdictKind::Value)];
-  if (visitor_ == nullptr) return;
+  if (!countFinding(VerdictKind::Value)) return;
   Verdict verdict;
   verdict.placement = Placement::Member;
   verdict.kind = VerdictKind::Value;

@@ -220,6 +220,15 @@ TEST_F(FixWalkTest, OneFaultIsToldOnce) {
   for (const auto& row : rows) EXPECT_EQ(body(row.fields), row.expected) << row.fields;
 }
 
+TEST_F(FixWalkTest, FindingsBeyondAThousandAreCounted) {
+  std::string text = "8=FIX.4.4|9=1|35=M|";
+  for (int i = 0; i < 5000; ++i) text += "99=?|2=|";
+  FixWalker walker(dictionary_.model(), {.isChecking = true});
+  FindingList list;
+  EXPECT_GT(walker.walkText(text, "text", &list).findings(), 5000);
+  EXPECT_EQ(list.findings.size(), 1000U);
+}
+
 // Wherever a message is cut off, that is one fault.
 TEST_F(FixWalkTest, AMessageThatIsCutOffIsOneFault) {
   const std::string whole = framed("8=FIX.4.4|35=M|1=x|3=2|4=1|5=1|6=1|4=2|7=n|", '|');
