@@ -85,6 +85,7 @@ class FixWalk final : private WalkTrail {
   void end();
   // A message that the model does not have; null: it does not say which it is.
   void walkUnknown(const FixField* msgType);
+  Verdict verdictOnUnknown(const FixField* msgType) const;
 
   // Placing.
   bool placeDirectly(const FixField& field);

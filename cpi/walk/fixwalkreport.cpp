@@ -55,22 +55,40 @@ void FixWalk::reportRoot(const FixMessageModel& model) {
   visitor_->element(element);
 }
 
-// A message that the model does not have, or that does not say which it is.
-void FixWalk::walkUnknown(const FixField* msgType) {
+Verdict FixWalk::verdictOnUnknown(const FixField* msgType) const {
+  const auto& fields = message_->fields();
   Verdict verdict;
   verdict.placement = Placement::Refused;
-  verdict.kind = msgType == nullptr ? VerdictKind::Incomplete : VerdictKind::UnknownName;
-  verdict.reason = msgType == nullptr ? Reason::NeverCame : Reason::UnknownMessage;
+  verdict.kind = VerdictKind::Refused;
+  if (fields.empty()) {
+    verdict.reason = Reason::TooLong;
+  } else if (fields.size() == 1 && fields.front().end == message_->text().size()) {
+    verdict.reason = Reason::NoDelimiter;
+  } else if (msgType == nullptr) {
+    verdict.kind = VerdictKind::Incomplete;
+    verdict.reason = Reason::NeverCame;
+  } else {
+    verdict.kind = VerdictKind::UnknownName;
+    verdict.reason = Reason::UnknownMessage;
+  }
+  return verdict;
+}
+
+// A message that the model does not have, or that does not say which it is.
+void FixWalk::walkUnknown(const FixField* msgType) {
+  const Verdict verdict = verdictOnUnknown(msgType);
+  const bool isIncomplete = verdict.kind == VerdictKind::Incomplete;
   count(verdict);
   if (countFinding(verdict.kind)) {
     Finding finding;
     finding.verdict = verdict;
     finding.name = kUnnamed;
     if (msgType != nullptr) finding.value = message_->value(*msgType).substr(0, kMaxText);
-    if (msgType == nullptr) finding.missing.push_back(expectedNumber(kFixMsgType));
+    if (isIncomplete) finding.missing.push_back(expectedNumber(kFixMsgType));
+    if (verdict.reason == Reason::TooLong) finding.atMost = kMaxFixMessage;
     finding.path = {{finding.name, {}, 1}};
     Verdict root = verdict;
-    if (msgType == nullptr) root.kind = VerdictKind::Unjudged;
+    if (isIncomplete) root.kind = VerdictKind::Unjudged;
     WalkedElement element = elementOf(root, finding.name, 0);
     element.depth = 0;
     element.finding = &finding;

@@ -4,6 +4,7 @@
 #include <random>
 
 #include "cpi/extract/fileerror.h"
+#include "cpi/walk/fixmessage.h"
 #include "cpi/walk/fixvalue.h"
 #include "tests/models/fix_support.h"
 #include "tests/models/walk_support.h"
@@ -261,12 +262,39 @@ TEST_F(FixWalkTest, MessagesComeInManyForms) {
         "no message\n\n 12:00:00.1 > " + soh + " < trailing 35=x\n"}) {
     EXPECT_EQ(line(text), expected) << text;
   }
-  EXPECT_EQ(line(soh.substr(0, soh.size() - 1) + "\n"), expected);
+  for (const char* end : {"\n", "\r\n", " \t", "\t \r\n"}) {
+    EXPECT_EQ(line(soh.substr(0, soh.size() - 1) + end), expected);
+  }
   EXPECT_EQ(line(soh + soh + "\n" + with("|")), expected + " " + expected + " " + expected);
   // Cut off, then a new one: the end of the line ends the first.
   EXPECT_EQ(line("8=FIX.4.4|9=5|35=M|1=x\n" + soh),
             "M(StandardHeader(BeginString BodyLength MsgType) a) " + expected);
+  EXPECT_EQ(line("8=FIX.4.4|9=900|35=M|1=x|" + with("|")),
+            "M(StandardHeader(BeginString BodyLength MsgType) a) " + expected);
   EXPECT_THROW(line("no message at all\n"), FileError);
+}
+
+// What is left of a message that is too long is passed over, however a file is cut in parts.
+TEST_F(FixWalkTest, AMessageThatIsTooLongIsRefused) {
+  const std::string good = framed("8=FIX.4.4|35=M|1=x|", '|');
+  const auto ofSize = [](std::size_t size) {
+    const std::string head = "8=FIX.4.4|35=M|9=" + std::to_string(size - 40) + "|1=";
+    return head + std::string(size - head.size() - 1, 'x') + "|";
+  };
+  for (const std::size_t more : {0U, 1U, 20U, 18U << 20}) {
+    const std::string text = good + ofSize(kMaxFixMessage + more) + "\n" + good;
+    const TemporaryFile file(text, ".log");
+    FixWalker walker(dictionary_.model(), {.isChecking = true});
+    for (const bool isFile : {false, true}) {
+      FindingList list;
+      const WalkSummary all =
+          isFile ? walker.walkFile(file.path(), &list) : walker.walkText(text, "text", &list);
+      EXPECT_EQ(all.count(Placement::Root), more == 0 ? 3 : 2) << more;
+      const bool isTooLong = list.findings.back().verdict.reason == Reason::TooLong;
+      EXPECT_EQ(isTooLong, more != 0) << more;
+      EXPECT_EQ(list.findings.size() == 1, more != 0) << more;
+    }
+  }
 }
 
 TEST_F(FixWalkTest, DataMayHoldAnything) {

@@ -73,6 +73,7 @@ constexpr std::string_view kReasons[] = {
     "not-of-facet",
     "not-a-field",
     "unknown-message",
+    "no-delimiter",
 };
 static_assert(std::size(kReasons) == cpi::kReasonCount);
 
@@ -158,6 +159,8 @@ std::string elementSentence(const Finding& finding) {
     case Reason::NotDeclared:
       return "the wildcard here demands a global element, and the model has none of this name";
     case Reason::NotAField: return "is no field: a tag number with '=' and a value must stand here";
+    case Reason::TooLong: return fmt::format("is too long: at most {} bytes", finding.atMost);
+    case Reason::NoDelimiter: return "has no delimiter: each field must end with 0x01, '|' or ^A";
     default: return "may not stand here";
   }
 }
