@@ -156,6 +156,13 @@ void FixWalk::enterSection(std::size_t section, const FixField& field) {
   section_ = section;
   current_ = section;
   level.isOpen = true;
+  // One between both sections may be of either.
+  const bool isSpare =
+      before.strays > model_->requiredCount(before.typeIndex) - before.requiredSeen;
+  if (isSpare && isBehindUnknown(field)) {
+    --before.strays;
+    ++level.strays;
+  }
   if (isDirect_ && messageModel_->isPlain) {
     at_.begin(level.member);
     level.isFlat = true;

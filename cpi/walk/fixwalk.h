@@ -61,7 +61,7 @@ class FixWalk final : private WalkTrail {
     std::uint32_t stamp = 0;         // of this level alone, see Seen
     std::int32_t fields = 0;         // different ones that came
     std::int32_t requiredSeen = 0;
-    std::int32_t garbled = 0;    // fields that could not be read
+    std::int32_t strays = 0;     // fields that could not be read, or that the model does not have
     bool hadChild = false;       // the iterator stands on a child
     bool isOpen = false;         // of a section with a tag: the iterator is inside
     bool isFlat = false;         // the same, and a move there needs no search
@@ -156,6 +156,7 @@ class FixWalk final : private WalkTrail {
   bool isOutOfTurn(const FixField& delimiter);
   void repeat(const FixField& field, std::size_t at);
   void closePassed(const FixField& field);
+  bool isBehindUnknown(const FixField& field) const noexcept;
   std::size_t outward(std::size_t at) const noexcept;
   std::size_t levelWithout(std::int32_t row, std::size_t from) const;
   std::size_t levelWith(std::int32_t row) const;
@@ -200,6 +201,7 @@ class FixWalk final : private WalkTrail {
   void reportMisplaced(const FixField& field, Level& level, std::int32_t member, Fault fault);
   void reportRefused(const FixField& field, Fault fault);
   void reportValue(const FixField& field, Reason reason, std::int64_t right = kNone);
+  std::int32_t memberFor(const FixField& field) const;
   void reportIncomplete(std::vector<Expected> missing);
   void report(const FixField& field, const Verdict& verdict);
   void count(const Verdict& verdict) noexcept;

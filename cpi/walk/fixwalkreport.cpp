@@ -12,6 +12,7 @@ namespace {
 constexpr std::size_t kMaxText = 80;
 // Of more values than these, or elements that might have come, the first are listed.
 constexpr std::size_t kMaxListed = 20;
+constexpr std::size_t kMaxExpected = 200;
 // What a message is called that does not say what it is.
 constexpr const char* kUnnamed = "message";
 
@@ -191,11 +192,9 @@ WalkedElement FixWalk::elementOf(const Verdict& verdict, std::string_view name,
 // `right` is what a wrong count or sum should be.
 void FixWalk::reportValue(const FixField& field, Reason reason, std::int64_t right) {
   if (!countFinding(VerdictKind::Value)) return;
-  Verdict verdict;
-  verdict.placement = Placement::Member;
+  Verdict verdict = memberVerdict(memberFor(field), 1);
   verdict.kind = VerdictKind::Value;
   verdict.reason = reason;
-  verdict.tagIndex = field.row;
   trailField_ = &field;
   Finding finding = findingOf(verdict, &field);
   trailField_ = nullptr;
@@ -209,6 +208,18 @@ void FixWalk::reportValue(const FixField& field, Reason reason, std::int64_t rig
     finding.values.assign(values.begin(), values.begin() + static_cast<std::ptrdiff_t>(listed));
   }
   visitor_->finding(finding);
+}
+
+// The member that a field with a wrong value stands for: of the innermost level that has it, or of
+// a section that is over.
+std::int32_t FixWalk::memberFor(const FixField& field) const {
+  const std::size_t at = levelWith(field.row);
+  if (at != levels_.size()) return model_->memberOf(levels_[at].typeIndex, field.row);
+  for (std::size_t section = 0; section < kSectionCount; ++section) {
+    const std::int32_t member = model_->memberOf(levels_[section].typeIndex, field.row);
+    if (member != kNone) return member;
+  }
+  return kNone;
 }
 
 void FixWalk::reportIncomplete(std::vector<Expected> missing) {
@@ -265,11 +276,19 @@ std::vector<Expected> FixWalk::expected(const Level& level, bool isOwedOnly) con
   return list;
 }
 
-// A body may have hundreds of fields: then only those that are owed are told.
+// The rest is in any order: what is owed comes first, so that it is not cut off. Without what is
+// owed in the sections to come the message may not end.
 std::vector<Expected> FixWalk::expectedAround() const {
-  const Level& here = levels_[current_];
-  std::vector<Expected> list = expected(here, false);
-  return list.size() > kMaxListed ? expected(here, true) : list;
+  std::vector<Expected> list = expected(levels_[current_], false);
+  const auto isOwed = [](const Expected& one) { return one.owed > 0; };
+  auto place = std::ranges::stable_partition(list, isOwed).begin();
+  for (std::size_t section = section_ + 1; section < kSectionCount; ++section) {
+    for (Expected& owed : expected(levels_[section], true)) {
+      place = list.insert(place, std::move(owed)) + 1;
+    }
+  }
+  if (list.size() > kMaxExpected) list.resize(kMaxExpected);
+  return list;
 }
 
 Expected FixWalk::expectedNumber(std::int32_t number) const {

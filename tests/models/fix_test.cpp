@@ -208,6 +208,12 @@ TEST_F(FixWalkTest, OneFaultIsToldOnce) {
       // A group without its count, or with its count behind its first field.
       {"1=x|4=1|2=c|4=2|7=n|", "a NoG.group(!d b) NoG.group[2](d note); /M/NoG.group/d 2 -NoG"},
       {"1=x|4=1|3=2|2=c|4=2|", "a !d NoG NoG.group(b) NoG.group[2](d); /M/d 2 -NoG"},
+      // A mistyped tag stands for what is missing in its section or instance, but for one only.
+      {"7=n|99=x|", "note !99; /M/99 4"},
+      {"7=n|99=x|3=1|7=n|", "note !99 NoG NoG.group(note); /M/99 4; /M/NoG.group 8 -d"},
+      {"1=x|3=2|4=1|99=2|7=n|99=3|7=n|", "?"},
+      {"1=x|99=1|4=1|2=c|", "a !99 NoG.group(!d b); /M/99 4"},
+      {"1=x|70000=|70001=b|", "a len raw; /M/len 10"},
       // A group that is interrupted, even before it begins, and one whose fields come elsewhere.
       {"3=2|4=1|1=x|2=c|4=2|", "NoG NoG.group(d !a b) NoG.group[2](d); /M/NoG.group/a 2"},
       {"3=1|1=x|4=1|", "NoG !a NoG.group(d); /M/a 2"},

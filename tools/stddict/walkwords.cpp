@@ -137,6 +137,7 @@ std::string elementSentence(const Finding& finding) {
   switch (finding.verdict.kind) {
     case VerdictKind::BeyondLimit: return fmt::format("one too many: at most {}", finding.atMost);
     case VerdictKind::KnownElsewhere:
+      if (finding.elsewhere.empty()) return "may not stand here";
       return "may not stand here; it is known in " + placesOf(finding);
     case VerdictKind::UnknownName:
       if (finding.verdict.reason == Reason::UnknownMessage)
