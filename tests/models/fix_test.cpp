@@ -22,7 +22,7 @@ const std::string kFields =
     "<field number='3' name='NoG' type='NUMINGROUP'/><field number='4' name='d' type='INT'/>"
     "<field number='5' name='NoH' type='NUMINGROUP'/><field number='6' name='f' type='INT'/>"
     "<field number='70000' name='len' type='LENGTH'/><field number='70001' name='raw' type='DATA'/>"
-    "<field number='7' name='note' type='STRING'/>";
+    "<field number='7' name='note' type='STRING' allowOtherValues='true'><value enum='n'/></field>";
 
 // A dictionary with one message M of these items.
 std::string dictionaryText(const std::string& items, const std::string& components = "",
@@ -83,6 +83,13 @@ TEST(FixCompile, RefusesWhatIsNotDefinedOnceAndForAll) {
        "F:4:31: message 'N' of type 'M' is defined twice"},
   };
   for (const auto& row : rows) EXPECT_EQ(refusal(row.text), row.error) << row.text;
+}
+
+TEST(FixCompile, TellsThatHeaderOrTrailerIsMissing) {
+  const TemporaryFile file("<fix type='FIX' major='5' minor='0'><fields/></fix>", ".xml");
+  const std::vector<Notice> notices = FixDictionary({file.path()}).report().notices;
+  ASSERT_EQ(notices.size(), 1U);
+  EXPECT_TRUE(notices.front().text.starts_with("no header and trailer, ")) << notices.front().text;
 }
 
 // Each component uses the one before it twice: written out, a message would have 2^60 fields.
@@ -211,7 +218,7 @@ TEST_F(FixWalkTest, OneFaultIsToldOnce) {
       // A mistyped tag stands for what is missing in its section or instance, but for one only.
       {"7=n|99=x|", "note !99; /M/99 4"},
       {"7=n|99=x|3=1|7=n|", "note !99 NoG NoG.group(note); /M/99 4; /M/NoG.group 8 -d"},
-      {"1=x|3=2|4=1|99=2|7=n|99=3|7=n|", "?"},
+      {"1=x|3=2|4=1|2=c|99=2|2=c|", "a NoG NoG.group(d b !99) NoG.group[2](b); /M/NoG.group/99 4"},
       {"1=x|99=1|4=1|2=c|", "a !99 NoG.group(!d b); /M/99 4"},
       {"1=x|70000=|70001=b|", "a len raw; /M/len 10"},
       // A group that is interrupted, even before it begins, and one whose fields come elsewhere.
