@@ -281,7 +281,7 @@ std::vector<Expected> FixWalk::expected(const Level& level, bool isOwedOnly) con
 std::vector<Expected> FixWalk::expectedAround() const {
   std::vector<Expected> list = expected(levels_[current_], false);
   const auto isOwed = [](const Expected& one) { return one.owed > 0; };
-  auto place = std::ranges::stable_partition(list, isOwed).begin();
+  auto place = std::stable_partition(list.begin(), list.end(), isOwed);
   for (std::size_t section = section_ + 1; section < kSectionCount; ++section) {
     for (Expected& owed : expected(levels_[section], true)) {
       place = list.insert(place, std::move(owed)) + 1;
