@@ -22,6 +22,19 @@ std::u16string beginString(const std::vector<FixDocument>& documents) {
   return toUtf16(version);
 }
 
+// Dictionaries of the application layer leave header and trailer to that of the transport.
+void noteMissingFrame(const std::vector<FixDocument>& documents, std::vector<Notice>& notices) {
+  const bool hasHeader = !std::ranges::all_of(
+      documents, [](const FixDocument& document) { return document.header.empty(); });
+  const bool hasTrailer = !std::ranges::all_of(
+      documents, [](const FixDocument& document) { return document.trailer.empty(); });
+  if (hasHeader && hasTrailer) return;
+  const std::string what = hasHeader ? "trailer" : hasTrailer ? "header" : "header and trailer";
+  notices.push_back({"no " + what + ", without which no message is right: give the dictionary of " +
+                         "the transport, too, as in FIXT11.xml FIX50.xml",
+                     documents.front().path, 1, 1});
+}
+
 }  // namespace
 
 bool isFixDictionary(const std::string& path) { return isFixDocument(path); }
@@ -32,6 +45,7 @@ DictionaryTables compileFix(const std::vector<std::string>& files, const FixOpti
   report.notices.clear();
   std::vector<FixDocument> documents;
   for (const std::string& file : files) documents.push_back(readFixDocument(file, report.notices));
+  noteMissingFrame(documents, report.notices);
   TableDraft draft;
   const FixModelBuilder builder(documents, draft, report.notices);
   constexpr std::size_t kMost = kFixedTextUnits - 1;

@@ -143,8 +143,12 @@ class FixHandler : public xercesc::DefaultHandler {
   Context field() {
     const std::int32_t tag = number(u"number");
     if (tag == 0) fail("the number of a field is not above 0");
-    document_.fields.push_back(
-        {tag, std::u16string(required(u"name")), capitals(required(u"type")), here(), {}});
+    document_.fields.push_back({tag,
+                                std::u16string(required(u"name")),
+                                capitals(required(u"type")),
+                                here(),
+                                attribute(u"allowOtherValues") == u"true",
+                                {}});
     return Context::Values;
   }
 

@@ -48,6 +48,7 @@ struct FixFieldDefinition {
   std::u16string name;
   std::u16string type;  // in capitals
   SchemaPlace place;
+  bool isOpen = false;  // other values than these may be
   std::vector<FixValue> values;
 };
 

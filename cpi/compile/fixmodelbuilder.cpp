@@ -90,7 +90,7 @@ FixModelBuilder::FixModelBuilder(const std::vector<FixDocument>& documents, Tabl
 void FixModelBuilder::collectFields(const FixDocument& document) {
   for (const FixFieldDefinition& field : document.fields) {
     const auto [entry, isNew] =
-        fields_.try_emplace(field.number, Field{&document, &field, field.values});
+        fields_.try_emplace(field.number, Field{&document, &field, field.values, field.isOpen});
     if (!isNew) joinField(entry->second, document, field);
     const auto [number, isNewName] = numbers_.try_emplace(field.name, field.number);
     if (isNewName == isNew) continue;
@@ -112,6 +112,7 @@ void FixModelBuilder::joinField(Field& known, const FixDocument& document,
   if (typeNameOf(*known.document, first) != typeNameOf(document, field)) {
     note("fields with another type than in a dictionary before keep that", document, field.place);
   }
+  known.isOpen |= field.isOpen;
   for (const FixValue& value : field.values) {
     const bool isKnown =
         std::ranges::find(known.values, value.text, &FixValue::text) != known.values.end();
@@ -136,6 +137,7 @@ void FixModelBuilder::addFieldTags() {
     tag.maxLength = isCharacter ? 1 : kNone;
     tag.valueSet = valueSetOf(field);
     tag.id = number;
+    tag.control.isOpen = field.isOpen && tag.valueSet != kNone;
     field.tag = draft_.addTag(std::move(tag));
   }
 }

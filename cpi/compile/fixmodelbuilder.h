@@ -31,6 +31,7 @@ class FixModelBuilder {
     const FixDocument* document;  // the first that defines it
     const FixFieldDefinition* definition;
     std::vector<FixValue> values;
+    bool isOpen = false;
     std::int32_t tag = kNone;  // in the draft
   };
   // The members of a header, trailer, message or group while they are collected.

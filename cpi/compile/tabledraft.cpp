@@ -24,6 +24,7 @@ std::u16string wordsOf(const ControlDraft& control) {
   const std::pair<bool, std::u16string_view> words[] = {
       {control.isAbstract, kAbstract},
       {control.isFixed, kFixed},
+      {control.isOpen, kOpen},
       {control.blocksExtension, kBlockExtension},
       {control.blocksRestriction, kBlockRestriction},
   };

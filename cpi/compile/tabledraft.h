@@ -31,6 +31,7 @@ struct ControlDraft {
   bool isFixed = false;
   bool blocksExtension = false;
   bool blocksRestriction = false;
+  bool isOpen = false;
 };
 
 // How a schema type was made, and from which types; kNone: from a root type.

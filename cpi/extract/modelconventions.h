@@ -58,7 +58,8 @@
 // what stands in a message's first field. The reasons are in docs/fix-mapping.md.
 //   a field               a tag of class 'F' whose Id is the field's number; its type bears the
 //                         name of the value type ("PRICE", "UTCTIMESTAMP"). The role of a value
-//                         in its value set is the Values row of its description, or -1.
+//                         in its value set is the Values row of its description, or -1. Where it
+//                         has the "Control" word "open" it may have other values than those, too.
 //   a message             a tag behind all fields whose default value is the MsgType, with the
 //                         plain name, or "<MsgType>^name" where a field has that name. Its type is
 //                         a sequence: "StandardHeader", a group without tag of the body's fields in
@@ -112,6 +113,7 @@ inline constexpr std::u16string_view kFacetsProperty = u"Facets";
 
 inline constexpr std::u16string_view kAbstract = u"abstract";
 inline constexpr std::u16string_view kFixed = u"fixed";
+inline constexpr std::u16string_view kOpen = u"open";
 inline constexpr std::u16string_view kBlockExtension = u"block-extension";
 inline constexpr std::u16string_view kBlockRestriction = u"block-restriction";
 inline constexpr std::u16string_view kExtension = u"extension";

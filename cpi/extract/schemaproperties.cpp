@@ -40,6 +40,7 @@ SchemaControl controlOf(std::u16string_view words) noexcept {
     const std::u16string_view word = takeWord(words);
     control.isAbstract = control.isAbstract || word == kAbstract;
     control.isFixed = control.isFixed || word == kFixed;
+    control.isOpen = control.isOpen || word == kOpen;
     control.blocksExtension = control.blocksExtension || word == kBlockExtension;
     control.blocksRestriction = control.blocksRestriction || word == kBlockRestriction;
   }

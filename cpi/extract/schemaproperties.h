@@ -23,6 +23,7 @@ struct SchemaControl {
   bool isFixed = false;
   bool blocksExtension = false;
   bool blocksRestriction = false;
+  bool isOpen = false;
 };
 
 // The methods on the way from one type to another of which it is derived.

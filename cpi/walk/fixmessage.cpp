@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <bit>
 #include <cstring>
+#include <utility>
 
 namespace cpi {
 
@@ -76,6 +77,11 @@ std::size_t lengthOf(std::string_view text, FixDelimiter delimiter) noexcept {
   return second + 1 + static_cast<std::size_t>(length);
 }
 
+// White space at the end of a line is no part of its last field.
+std::size_t withoutBlanks(std::string_view text, std::size_t end) noexcept {
+  return text.substr(0, end).find_last_not_of(" \t\r") + 1;
+}
+
 // The end of a message whose check sum begins at `checkSum`; npos when none does.
 std::size_t endByLength(std::string_view text, std::size_t checkSum,
                         FixDelimiter delimiter) noexcept {
@@ -84,8 +90,9 @@ std::size_t endByLength(std::string_view text, std::size_t checkSum,
   const std::string_view rest = text.substr(checkSum, kCheckSumSize);
   if (!rest.starts_with("10=")) return text.npos;
   const std::size_t stop = rest.find_first_of(std::string_view("\x01|\n", 3));
-  if (stop == rest.npos) return rest.size() < kCheckSumSize ? text.size() : text.npos;
-  return checkSum + (rest[stop] == mark ? stop + 1 : stop);
+  if (stop == rest.npos && rest.size() == kCheckSumSize) return text.npos;
+  if (stop != rest.npos && rest[stop] == mark) return checkSum + stop + 1;
+  return withoutBlanks(text, checkSum + std::min(stop, rest.size()));
 }
 
 // Where a field ends, or the line.
@@ -187,11 +194,13 @@ FixFramer::Outcome FixFramer::next(std::string_view text, bool isLast, std::size
         continue;
       }
     }
-    if (!frameAt(text.substr(start), isLast, frame)) return Outcome::NeedsMore;
+    const std::string_view rest = text.substr(start, kMaxFixMessage + kCheckSumSize);
+    const bool isCut = rest.size() < text.size() - start;
+    if (!frameAt(rest, isLast || isCut, frame)) return Outcome::NeedsMore;
+    isFresh_ = !isCut || frame.end < rest.size();
     frame.begin += start;
     frame.end += start;
     at = frame.end;
-    isFresh_ = true;
     return Outcome::Found;
   }
   return isLast ? Outcome::None : Outcome::NeedsMore;
@@ -206,8 +215,26 @@ FixFramer::Outcome FixFramer::passOver(std::string_view text, std::size_t& at) n
   return Outcome::NeedsMore;
 }
 
+// Where the field that begins at `begin` ends: at its delimiter, or with the line. `dataSize` is
+// what the field before says of data, and becomes what this one does; kNone: nothing.
+std::size_t FixFramer::findFieldEnd(std::string_view text, FixDelimiter delimiter,
+                                    std::size_t begin, std::int32_t& dataSize) const noexcept {
+  const std::string_view mark = textOf(delimiter);
+  const std::int32_t size = std::exchange(dataSize, kNone);
+  const Tag tag = tagOf(text.substr(begin));
+  const FixForm form = tag.size == 0 ? FixForm::Text : model_->field(tag.number).form;
+  const std::size_t value = begin + tag.size + 1;
+  if (form == FixForm::Data && size > 0) {
+    const std::size_t end = value + static_cast<std::size_t>(size);
+    if (end < text.size() && text.substr(end).starts_with(mark)) return end;
+  }
+  const std::size_t end = findEnd(text, mark, begin);
+  if (form == FixForm::Length) dataSize = fixNumberOf(text.substr(value, end - value));
+  return end;
+}
+
 // The message at the front of `text`; false when more text is needed to tell where it ends.
-bool FixFramer::frameAt(std::string_view text, bool isLast, FixFrame& frame) noexcept {
+bool FixFramer::frameAt(std::string_view text, bool isLast, FixFrame& frame) const noexcept {
   frame.begin = 0;
   frame.delimiter = delimiterOf(text);
   const std::size_t byLength = lengthOf(text, frame.delimiter);
@@ -216,16 +243,20 @@ bool FixFramer::frameAt(std::string_view text, bool isLast, FixFrame& frame) noe
     frame.end = endByLength(text, byLength, frame.delimiter);
     if (frame.end != text.npos) return true;
   }
-  const std::string_view mark = textOf(frame.delimiter);
-  std::size_t end = findEnd(text, mark, 0);
+  const std::size_t width = widthOf(frame.delimiter);
+  std::int32_t dataSize = kNone;
+  std::size_t end = findFieldEnd(text, frame.delimiter, 0, dataSize);
   while (end < text.size() && text[end] != '\n') {
-    const bool isCheckSum = text.substr(end + mark.size()).starts_with("10=");
-    end = findEnd(text, mark, end + mark.size());
-    if (!isCheckSum || end == text.size() || text[end] == '\n') continue;
-    frame.end = end + mark.size();
+    const std::size_t begin = end + width;
+    const std::string_view field = text.substr(begin);
+    frame.end = begin;
+    if (field.starts_with(kMessageStart)) return true;
+    end = findFieldEnd(text, frame.delimiter, begin, dataSize);
+    if (!field.starts_with("10=") || end == text.size() || text[end] == '\n') continue;
+    frame.end = end + width;
     return true;
   }
-  frame.end = end > 0 && text[end - 1] == '\r' ? end - 1 : end;
+  frame.end = withoutBlanks(text, end);
   return isLast || end < text.size();
 }
 
@@ -257,6 +288,7 @@ void FixMessage::parse(const FixModel& model, std::string_view text, FixDelimite
   text_ = text;
   delimiter_ = delimiter;
   fields_.clear();
+  if (text.size() > kMaxFixMessage) return;
   const auto size = static_cast<std::uint32_t>(text.size());
   const auto width = static_cast<std::uint32_t>(widthOf(delimiter));
   const char mark = firstOf(delimiter);

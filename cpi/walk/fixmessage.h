@@ -18,7 +18,7 @@ namespace cpi {
 // What ends a field.
 enum class FixDelimiter : std::uint8_t { Soh, Bar, Caret };
 
-// Longer messages are refused.
+// Longer messages are refused, in bytes.
 inline constexpr std::size_t kMaxFixMessage = std::size_t{16} << 20;
 
 // One message in a text, without the end of its line.
@@ -29,20 +29,29 @@ struct FixFrame {
 };
 
 // Finds messages one after another. A message begins at "8=FIX", or at the start of a line, or
-// right behind another message, with any other tag. It ends behind its check sum or with its line;
-// a body length that leads to a check sum counts more than either.
+// right behind another message, with any other tag. It ends behind its check sum, in front of the
+// next message or with its line; a body length that leads to a check sum counts more than these.
 class FixFramer {
  public:
   enum class Outcome : std::uint8_t { Found, NeedsMore, None };
 
+  // `model` tells which fields hold data, in which nothing ends a message; it is not owned and must
+  // outlive the framer.
+  explicit FixFramer(const FixModel& model) noexcept : model_(&model) {}
+
   // The next message from `at` on, which moves behind it, or to where the search has to go on with
-  // more text; there is none behind `text` if `isLast`.
+  // more text; there is none behind `text` if `isLast`. Of a message that is too long, which shows
+  // by the size of the frame, no more than a little above kMaxFixMessage is needed or framed; the
+  // rest is passed over up to the next message.
   Outcome next(std::string_view text, bool isLast, std::size_t& at, FixFrame& frame);
 
  private:
   Outcome passOver(std::string_view text, std::size_t& at) noexcept;
-  static bool frameAt(std::string_view text, bool isLast, FixFrame& frame) noexcept;
+  bool frameAt(std::string_view text, bool isLast, FixFrame& frame) const noexcept;
+  std::size_t findFieldEnd(std::string_view text, FixDelimiter delimiter, std::size_t begin,
+                           std::int32_t& dataSize) const noexcept;
 
+  const FixModel* model_;
   bool isFresh_ = true;  // at the start of a line, or behind a message
 };
 
@@ -60,7 +69,8 @@ struct FixField {
 // The fields of one message; its capacity serves the next message too.
 class FixMessage {
  public:
-  // `text` stays valid until the next call; it has less than 2^32 bytes.
+  // `text` stays valid until the next call. One of more than kMaxFixMessage is not read: it has no
+  // fields.
   void parse(const FixModel& model, std::string_view text, FixDelimiter delimiter);
 
   std::string_view text() const noexcept { return text_; }

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "cpi/extract/modelconventions.h"
+#include "cpi/extract/schemaproperties.h"
 #include "cpi/runtime/kelstring.h"
 
 namespace cpi {
@@ -63,18 +64,21 @@ void FixModel::countRow() {
 
 void FixModel::readFields() {
   const auto& tags = dictionary_->tags();
+  const SchemaProperties properties(*dictionary_);
   for (std::int32_t row = 0; row < tags.rowCount(); ++row) {
     const SMD_TAG_DEFINITION& tag = tags.row(row);
-    if (tag.Class == TCField && tag.Id > 0) readField(row, tag);
+    if (tag.Class != TCField || tag.Id <= 0) continue;
+    readField(row, tag, properties.controlOfTag(row).isOpen);
   }
 }
 
-void FixModel::readField(std::int32_t row, const SMD_TAG_DEFINITION& tag) {
+void FixModel::readField(std::int32_t row, const SMD_TAG_DEFINITION& tag, bool isOpen) {
   Values& values = values_[asIndex(row)];
   if (const SMD_TYPE_DEFINITION* const type = dictionary_->types().find(tag.ToTypeIndexField)) {
     values.form = fixFormOf(textView(type->Identifier));
   }
-  if (tag.ValueSetTableIndex >= 0) values.valueSet = readValueSet(tag.ValueSetTableIndex);
+  if (tag.ValueSetTableIndex >= 0 && !isOpen)
+    values.valueSet = readValueSet(tag.ValueSetTableIndex);
   if (tag.Id < kDenseNumbers) {
     numbers_.resize(std::max(numbers_.size(), asIndex(tag.Id) + 1));
     numbers_[asIndex(tag.Id)] = {row, values.form};

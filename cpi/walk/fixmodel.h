@@ -72,7 +72,8 @@ class FixModel {
   }
   // The member of a group's instances, in a type that has the group, by its first field; or kNone.
   std::int32_t groupBegunBy(std::int32_t type, std::int32_t tagRow) const noexcept;
-  // By Tags row of a field; null: any value may be, or the row is negative.
+  // By Tags row of a field; null: any value may be, also beside those of its value set, or the row
+  // is negative.
   const FixValueSet* valueSet(std::int32_t row) const noexcept {
     const std::int32_t set = row < 0 ? kNone : values_[asIndex(row)].valueSet;
     return set == kNone ? nullptr : &valueSets_[asIndex(set)];
@@ -167,7 +168,7 @@ class FixModel {
   }
   Field sparseField(std::int32_t number) const noexcept;
   void readFields();
-  void readField(std::int32_t row, const SMD_TAG_DEFINITION& tag);
+  void readField(std::int32_t row, const SMD_TAG_DEFINITION& tag, bool isOpen);
   std::int32_t readValueSet(std::int32_t firstRow);
   void readMembers();
   void readType(std::int32_t row);

@@ -41,6 +41,7 @@ void FixWalk::walk(const FixMessage& message, FixPlaces& places, WalkVisitor* vi
   field_ = nullptr;
   trailField_ = nullptr;
   reported_ = {};
+  findings_ = 0;
   const auto& fields = message.fields();
   const auto msgType = std::ranges::find(fields, kFixMsgType, &FixField::number);
   messageModel_ = msgType == fields.end() ? nullptr : model_->message(message.value(*msgType));
@@ -155,6 +156,13 @@ void FixWalk::enterSection(std::size_t section, const FixField& field) {
   section_ = section;
   current_ = section;
   level.isOpen = true;
+  // One between both sections may be of either.
+  const bool isSpare =
+      before.strays > model_->requiredCount(before.typeIndex) - before.requiredSeen;
+  if (isSpare && isBehindUnknown(field)) {
+    --before.strays;
+    ++level.strays;
+  }
   if (isDirect_ && messageModel_->isPlain) {
     at_.begin(level.member);
     level.isFlat = true;

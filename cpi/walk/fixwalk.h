@@ -61,7 +61,7 @@ class FixWalk final : private WalkTrail {
     std::uint32_t stamp = 0;         // of this level alone, see Seen
     std::int32_t fields = 0;         // different ones that came
     std::int32_t requiredSeen = 0;
-    std::int32_t garbled = 0;    // fields that could not be read
+    std::int32_t strays = 0;     // fields that could not be read, or that the model does not have
     bool hadChild = false;       // the iterator stands on a child
     bool isOpen = false;         // of a section with a tag: the iterator is inside
     bool isFlat = false;         // the same, and a move there needs no search
@@ -85,6 +85,7 @@ class FixWalk final : private WalkTrail {
   void end();
   // A message that the model does not have; null: it does not say which it is.
   void walkUnknown(const FixField* msgType);
+  Verdict verdictOnUnknown(const FixField* msgType) const;
 
   // Placing.
   bool placeDirectly(const FixField& field);
@@ -155,6 +156,7 @@ class FixWalk final : private WalkTrail {
   bool isOutOfTurn(const FixField& delimiter);
   void repeat(const FixField& field, std::size_t at);
   void closePassed(const FixField& field);
+  bool isBehindUnknown(const FixField& field) const noexcept;
   std::size_t outward(std::size_t at) const noexcept;
   std::size_t levelWithout(std::int32_t row, std::size_t from) const;
   std::size_t levelWith(std::int32_t row) const;
@@ -199,9 +201,12 @@ class FixWalk final : private WalkTrail {
   void reportMisplaced(const FixField& field, Level& level, std::int32_t member, Fault fault);
   void reportRefused(const FixField& field, Fault fault);
   void reportValue(const FixField& field, Reason reason, std::int64_t right = kNone);
+  std::int32_t memberFor(const FixField& field) const;
   void reportIncomplete(std::vector<Expected> missing);
   void report(const FixField& field, const Verdict& verdict);
   void count(const Verdict& verdict) noexcept;
+  // Counts a finding; whether it is to be handed out.
+  bool countFinding(VerdictKind kind) noexcept;
   void countMember() noexcept {
     ++summary_->elements;
     ++summary_->placed[static_cast<std::size_t>(Placement::Member)];
@@ -241,11 +246,12 @@ class FixWalk final : private WalkTrail {
   FixPlaces* places_ = nullptr;
   WalkVisitor* visitor_ = nullptr;
   WalkSummary* summary_ = nullptr;
-  bool isDirect_ = false;                 // moves that need no search are made without one
-  const FixField* early_ = nullptr;       // see findEarly()
-  std::int32_t skipped_ = kNone;          // number of the field that should have come before one
-  const FixField* next_ = nullptr;        // see nextKnown()
-  const FixField* stray_ = nullptr;       // the last field that has no place in the message
+  bool isDirect_ = false;            // moves that need no search are made without one
+  const FixField* early_ = nullptr;  // see findEarly()
+  std::int32_t skipped_ = kNone;     // number of the field that should have come before one
+  const FixField* next_ = nullptr;   // see nextKnown()
+  const FixField* stray_ = nullptr;  // the last field that has no place in the message
+  std::int64_t findings_ = 0;
   std::int32_t lookAhead_ = 0;            // how many more fields may be looked at ahead of time
   const FixField* field_ = nullptr;       // the one that is being placed; null: at the end
   const FixField* trailField_ = nullptr;  // the last step of path(); null: none

@@ -56,10 +56,11 @@ void FixWalk::checkLength(const FixField& sum) {
   }
 }
 
-// What could not be read may have been what is missing, and so may what came elsewhere.
+// A field that the model does not have may have been meant for what is missing, and so may what
+// came elsewhere.
 void FixWalk::checkRequired(Level& level) {
   const std::int32_t missing = model_->requiredCount(level.typeIndex) - level.requiredSeen;
-  if (!isChecking_ || missing <= level.garbled) return;
+  if (!isChecking_ || missing <= level.strays) return;
   const std::int32_t first = model_->firstMember(level.typeIndex);
   std::int32_t owed = 0;
   for (std::int32_t i = 0; i < model_->memberCount(level.typeIndex); ++i) {
@@ -72,23 +73,21 @@ void FixWalk::checkRequired(Level& level) {
       ++owed;
     }
   }
-  if (owed == 0) return;
-  ++summary_->found[static_cast<std::size_t>(VerdictKind::Incomplete)];
-  if (visitor_ != nullptr) reportIncomplete(expected(level, true));
+  if (owed <= level.strays) return;
+  if (countFinding(VerdictKind::Incomplete)) reportIncomplete(expected(level, true));
 }
 
 // A message that ends before its trailer was cut off, or has lost it: whatever is missing is one
 // fault, and counts of groups cannot be right.
 void FixWalk::checkCutMessage() {
   std::int32_t missing = 0;
-  std::int32_t garbled = 0;
+  std::int32_t strays = 0;
   for (const Level& level : levels_) {
     missing += model_->requiredCount(level.typeIndex) - level.requiredSeen;
-    garbled += level.garbled;
+    strays += level.strays;
   }
-  if (missing <= garbled) return;
-  ++summary_->found[static_cast<std::size_t>(VerdictKind::Incomplete)];
-  if (visitor_ == nullptr) return;
+  if (missing <= strays) return;
+  if (!countFinding(VerdictKind::Incomplete)) return;
   std::vector<Expected> list;
   const auto add = [&](const Level& level) {
     const std::vector<Expected> owed = expected(level, true);
@@ -132,6 +131,7 @@ void FixWalk::checkValue(const FixField& field) {
   if (!isChecking_ || isCutOff(field)) return;
   if (field.hasWrongLength) {
     const FixField& length = *(&field - 1);
+    if (valueReason(length) != Reason::None) return;  // that is told
     reportValue(length, Reason::WrongCount, field.end - field.valueBegin);
     return;
   }

@@ -20,7 +20,7 @@ constexpr std::size_t kReadSize = std::size_t{1} << 18;
 class FixWalker::Walk {
  public:
   Walk(const FixModel& model, const WalkOptions& options)
-      : model_(&model), walk_(model, options.isChecking) {}
+      : model_(&model), walk_(model, options.isChecking), framer_(model) {}
 
   WalkSummary file(const std::string& path, WalkVisitor* visitor);
   WalkSummary text(std::string_view text, const std::string& name, WalkVisitor* visitor,
@@ -49,7 +49,7 @@ class FixWalker::Walk {
 
 void FixWalker::Walk::begin(WalkVisitor* visitor, const WalkPosition& start) {
   visitor_ = visitor;
-  framer_ = {};
+  framer_ = FixFramer(*model_);
   summary_ = {};
   place_ = start;
 }
@@ -98,9 +98,6 @@ WalkSummary FixWalker::Walk::file(const std::string& path, WalkVisitor* visitor)
   std::size_t held = 0;
   while (true) {
     if (held == buffer_.size()) buffer_.resize(std::max(kReadSize, 2 * held));
-    if (held > 2 * kMaxFixMessage) {
-      throw FileError(path, place_, "a message that is too long", "at most 16 MiB");
-    }
     held += file.read(std::span(buffer_).subspan(held));
     const bool isLast = held < buffer_.size();
     const std::size_t done = walkAll({buffer_.data(), held}, isLast);

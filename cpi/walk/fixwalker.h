@@ -33,10 +33,10 @@ class FixWalker {
   FixWalker& operator=(FixWalker&&) = delete;
 
   // Walks all messages of a file, of which a part is held in memory at a time; `visitor` may be
-  // null, and hears of the end of each message. The summary is of all messages. Throws FileError
-  // when the file cannot be read, has no message or has one of more than 16 MiB; KelParserException
-  // when the dictionary makes no sense to the navigator; and what the visitor throws. The walker
-  // can be used again afterwards.
+  // null, and hears of the end of each message. A message of more than 16 MiB is one element,
+  // refused as too long. The summary is of all messages. Throws FileError when the file cannot be
+  // read or has no message; KelParserException when the dictionary makes no sense to the navigator;
+  // and what the visitor throws. The walker can be used again afterwards.
   WalkSummary walkFile(const std::string& path, WalkVisitor* visitor = nullptr);
   // The same for a text in memory, which error messages call `name`; with `start` it is part of
   // another, and places count on from there. Without a visitor nothing is allocated once messages

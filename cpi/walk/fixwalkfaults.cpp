@@ -57,7 +57,8 @@ bool FixWalk::placeUncounted(const FixField& field) {
 void FixWalk::placeUncountedAt(const FixField& field, std::size_t at, std::int32_t group) {
   const std::int32_t count = model_->dictionary().typeMembers().row(group - 1).toTagIndex;
   skipped_ = model_->dictionary().tags().row(count).Id;
-  const Fault fault = {VerdictKind::OutOfOrder, Reason::SkipsRequired, takeStray(field.row)};
+  const bool isTold = takeStray(field.row) || isBehindUnknown(field);
+  const Fault fault = {VerdictKind::OutOfOrder, Reason::SkipsRequired, isTold};
   if (findAhead(&field + 1, count, levels_[at].delimiter) != nullptr) {
     closePassed(field);
     return reportRefused(field, fault);
@@ -119,6 +120,7 @@ bool FixWalk::placePassed(const FixField& field) {
     closePassed(field);
     // Fields that follow one another were moved together.
     const bool isConsequence = std::exchange(wasMisplaced_, true);
+    if (model_->groupMember(member) != kNone) stray_ = &field;  // and so is its group
     reportMisplaced(field, levels_[section], member,
                     {VerdictKind::OutOfOrder, Reason::PlacePassed, isConsequence});
     return true;
@@ -133,14 +135,23 @@ void FixWalk::placeNowhere(const FixField& field) {
   reportRefused(field, {VerdictKind::KnownElsewhere, Reason::NotAllowed, isConsequence});
 }
 
+// What is meant by it may be what is missing: in the instance that ends here, if that lacks any.
 void FixWalk::placeUnknown(const FixField& field) {
+  const bool isConsequence = field.number == kNone && isChecking_ && isCutOff(field);
+  const Level& here = level();
+  const bool isOwedHere = model_->requiredCount(here.typeIndex) - here.requiredSeen > here.strays;
+  if (!isConsequence && isOwedHere) ++level().strays;
   closePassed(field);
+  if (!isConsequence && !isOwedHere) ++level().strays;
   if (field.number != kNone) {
     return reportRefused(field, {VerdictKind::UnknownName, Reason::NotAllowed});
   }
-  const bool isConsequence = isChecking_ && isCutOff(field);
-  level().garbled += isConsequence ? 0 : 1;
   reportRefused(field, {VerdictKind::Refused, Reason::NotAField, isConsequence});
+}
+
+// Whether a field without definition stands before one, in place of what should have come there.
+bool FixWalk::isBehindUnknown(const FixField& field) const noexcept {
+  return &field != message_->fields().data() && (&field - 1)->row == kNone;
 }
 
 // A field of a level around the current one, or of one whose group is awaited, in the midst of a

@@ -63,7 +63,8 @@ void FixWalk::beginInstance(Level& level, const FixField& field) {
   level.stamp = newStamp();
   level.fields = 0;
   level.requiredSeen = 0;
-  level.garbled = 0;
+  const bool hasBegin = field.row == level.delimiter;
+  level.strays = !hasBegin && isBehindUnknown(field) ? 1 : 0;
   reportStructure(level, field);
 }
 

@@ -12,6 +12,7 @@ namespace {
 constexpr std::size_t kMaxText = 80;
 // Of more values than these, or elements that might have come, the first are listed.
 constexpr std::size_t kMaxListed = 20;
+constexpr std::size_t kMaxExpected = 200;
 // What a message is called that does not say what it is.
 constexpr const char* kUnnamed = "message";
 
@@ -23,6 +24,11 @@ void FixWalk::count(const Verdict& verdict) noexcept {
   ++summary_->elements;
   ++summary_->placed[static_cast<std::size_t>(verdict.placement)];
   if (verdict.isBeyondLimit()) ++summary_->beyondLimit;
+}
+
+bool FixWalk::countFinding(VerdictKind kind) noexcept {
+  ++summary_->found[static_cast<std::size_t>(kind)];
+  return visitor_ != nullptr && ++findings_ <= kMaxFindings;
 }
 
 Verdict FixWalk::memberVerdict(std::int32_t member, std::int32_t occurrence) const {
@@ -50,23 +56,40 @@ void FixWalk::reportRoot(const FixMessageModel& model) {
   visitor_->element(element);
 }
 
-// A message that the model does not have, or that does not say which it is.
-void FixWalk::walkUnknown(const FixField* msgType) {
+Verdict FixWalk::verdictOnUnknown(const FixField* msgType) const {
+  const auto& fields = message_->fields();
   Verdict verdict;
   verdict.placement = Placement::Refused;
-  verdict.kind = msgType == nullptr ? VerdictKind::Incomplete : VerdictKind::UnknownName;
-  verdict.reason = msgType == nullptr ? Reason::NeverCame : Reason::UnknownMessage;
+  verdict.kind = VerdictKind::Refused;
+  if (fields.empty()) {
+    verdict.reason = Reason::TooLong;
+  } else if (fields.size() == 1 && fields.front().end == message_->text().size()) {
+    verdict.reason = Reason::NoDelimiter;
+  } else if (msgType == nullptr) {
+    verdict.kind = VerdictKind::Incomplete;
+    verdict.reason = Reason::NeverCame;
+  } else {
+    verdict.kind = VerdictKind::UnknownName;
+    verdict.reason = Reason::UnknownMessage;
+  }
+  return verdict;
+}
+
+// A message that the model does not have, or that does not say which it is.
+void FixWalk::walkUnknown(const FixField* msgType) {
+  const Verdict verdict = verdictOnUnknown(msgType);
+  const bool isIncomplete = verdict.kind == VerdictKind::Incomplete;
   count(verdict);
-  ++summary_->found[static_cast<std::size_t>(verdict.kind)];
-  if (visitor_ != nullptr) {
+  if (countFinding(verdict.kind)) {
     Finding finding;
     finding.verdict = verdict;
     finding.name = kUnnamed;
     if (msgType != nullptr) finding.value = message_->value(*msgType).substr(0, kMaxText);
-    if (msgType == nullptr) finding.missing.push_back(expectedNumber(kFixMsgType));
+    if (isIncomplete) finding.missing.push_back(expectedNumber(kFixMsgType));
+    if (verdict.reason == Reason::TooLong) finding.atMost = kMaxFixMessage;
     finding.path = {{finding.name, {}, 1}};
     Verdict root = verdict;
-    if (msgType == nullptr) root.kind = VerdictKind::Unjudged;
+    if (isIncomplete) root.kind = VerdictKind::Unjudged;
     WalkedElement element = elementOf(root, finding.name, 0);
     element.depth = 0;
     element.finding = &finding;
@@ -131,8 +154,8 @@ void FixWalk::reportRefused(const FixField& field, Fault fault) {
 
 void FixWalk::report(const FixField& field, const Verdict& verdict) {
   count(verdict);
-  const bool isFinding = !verdict.isGood() && !verdict.isConsequence;
-  if (isFinding) ++summary_->found[static_cast<std::size_t>(verdict.kind)];
+  const bool isFault = !verdict.isGood() && !verdict.isConsequence;
+  const bool isFinding = isFault && countFinding(verdict.kind);
   if (visitor_ == nullptr) return;
   trailField_ = &field;
   reported_ = {&field, std::max(verdict.occurrence, 1)};
@@ -168,13 +191,10 @@ WalkedElement FixWalk::elementOf(const Verdict& verdict, std::string_view name,
 
 // `right` is what a wrong count or sum should be.
 void FixWalk::reportValue(const FixField& field, Reason reason, std::int64_t right) {
-  ++summary_->found[static_cast<std::size_t>(VerdictKind::Value)];
-  if (visitor_ == nullptr) return;
-  Verdict verdict;
-  verdict.placement = Placement::Member;
+  if (!countFinding(VerdictKind::Value)) return;
+  Verdict verdict = memberVerdict(memberFor(field), 1);
   verdict.kind = VerdictKind::Value;
   verdict.reason = reason;
-  verdict.tagIndex = field.row;
   trailField_ = &field;
   Finding finding = findingOf(verdict, &field);
   trailField_ = nullptr;
@@ -188,6 +208,18 @@ void FixWalk::reportValue(const FixField& field, Reason reason, std::int64_t rig
     finding.values.assign(values.begin(), values.begin() + static_cast<std::ptrdiff_t>(listed));
   }
   visitor_->finding(finding);
+}
+
+// The member that a field with a wrong value stands for: of the innermost level that has it, or of
+// a section that is over.
+std::int32_t FixWalk::memberFor(const FixField& field) const {
+  const std::size_t at = levelWith(field.row);
+  if (at != levels_.size()) return model_->memberOf(levels_[at].typeIndex, field.row);
+  for (std::size_t section = 0; section < kSectionCount; ++section) {
+    const std::int32_t member = model_->memberOf(levels_[section].typeIndex, field.row);
+    if (member != kNone) return member;
+  }
+  return kNone;
 }
 
 void FixWalk::reportIncomplete(std::vector<Expected> missing) {
@@ -244,11 +276,19 @@ std::vector<Expected> FixWalk::expected(const Level& level, bool isOwedOnly) con
   return list;
 }
 
-// A body may have hundreds of fields: then only those that are owed are told.
+// The rest is in any order: what is owed comes first, so that it is not cut off. Without what is
+// owed in the sections to come the message may not end.
 std::vector<Expected> FixWalk::expectedAround() const {
-  const Level& here = levels_[current_];
-  std::vector<Expected> list = expected(here, false);
-  return list.size() > kMaxListed ? expected(here, true) : list;
+  std::vector<Expected> list = expected(levels_[current_], false);
+  const auto isOwed = [](const Expected& one) { return one.owed > 0; };
+  auto place = std::stable_partition(list.begin(), list.end(), isOwed);
+  for (std::size_t section = section_ + 1; section < kSectionCount; ++section) {
+    for (Expected& owed : expected(levels_[section], true)) {
+      place = list.insert(place, std::move(owed)) + 1;
+    }
+  }
+  if (list.size() > kMaxExpected) list.resize(kMaxExpected);
+  return list;
 }
 
 Expected FixWalk::expectedNumber(std::int32_t number) const {

@@ -68,7 +68,7 @@ enum class Reason : std::uint8_t {
   NeverCame,         // Finding::missing should have come before the end (Incomplete)
   NotInValueSet,     // (Value, Attribute)
   TooShort,          // (Value, Attribute)
-  TooLong,           // (Value, Attribute)
+  TooLong,           // (Value, Attribute; Refused: the whole message)
   WrongForm,         // not what a value of the type looks like (Value, Attribute, Nil)
   NotFixedValue,     // the model fixes another value (Value, Attribute)
   MissingAttribute,  // (Attribute)
@@ -85,8 +85,9 @@ enum class Reason : std::uint8_t {
   NotOfFacet,        // beyond a range or number of digits, or not of a pattern (Value, Attribute)
   NotAField,         // no tag with '=' behind it, in a message of such fields (Refused)
   UnknownMessage,    // no message of this type, which is the value (UnknownName of a root)
+  NoDelimiter,       // nothing ends a field, in a message of fields (Refused)
 };
-inline constexpr std::size_t kReasonCount = 29;
+inline constexpr std::size_t kReasonCount = 30;
 
 struct Verdict {
   Placement placement = Placement::Unjudged;

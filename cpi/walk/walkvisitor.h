@@ -42,7 +42,7 @@ struct WalkOptions {
   bool isChecking = false;  // judge each message as a whole, not only where its elements belong
 };
 
-// An XML message's findings beyond so many are counted and not handed out.
+// A message's findings beyond so many are counted and not handed out.
 inline constexpr std::int64_t kMaxFindings = 1000;
 
 struct WalkSummary;

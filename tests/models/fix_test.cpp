@@ -4,6 +4,7 @@
 #include <random>
 
 #include "cpi/extract/fileerror.h"
+#include "cpi/walk/fixmessage.h"
 #include "cpi/walk/fixvalue.h"
 #include "tests/models/fix_support.h"
 #include "tests/models/walk_support.h"
@@ -21,7 +22,7 @@ const std::string kFields =
     "<field number='3' name='NoG' type='NUMINGROUP'/><field number='4' name='d' type='INT'/>"
     "<field number='5' name='NoH' type='NUMINGROUP'/><field number='6' name='f' type='INT'/>"
     "<field number='70000' name='len' type='LENGTH'/><field number='70001' name='raw' type='DATA'/>"
-    "<field number='7' name='note' type='STRING'/>";
+    "<field number='7' name='note' type='STRING' allowOtherValues='true'><value enum='n'/></field>";
 
 // A dictionary with one message M of these items.
 std::string dictionaryText(const std::string& items, const std::string& components = "",
@@ -82,6 +83,13 @@ TEST(FixCompile, RefusesWhatIsNotDefinedOnceAndForAll) {
        "F:4:31: message 'N' of type 'M' is defined twice"},
   };
   for (const auto& row : rows) EXPECT_EQ(refusal(row.text), row.error) << row.text;
+}
+
+TEST(FixCompile, TellsThatHeaderOrTrailerIsMissing) {
+  const TemporaryFile file("<fix type='FIX' major='5' minor='0'><fields/></fix>", ".xml");
+  const std::vector<Notice> notices = FixDictionary({file.path()}).report().notices;
+  ASSERT_EQ(notices.size(), 1U);
+  EXPECT_TRUE(notices.front().text.starts_with("no header and trailer, ")) << notices.front().text;
 }
 
 // Each component uses the one before it twice: written out, a message would have 2^60 fields.
@@ -207,6 +215,12 @@ TEST_F(FixWalkTest, OneFaultIsToldOnce) {
       // A group without its count, or with its count behind its first field.
       {"1=x|4=1|2=c|4=2|7=n|", "a NoG.group(!d b) NoG.group[2](d note); /M/NoG.group/d 2 -NoG"},
       {"1=x|4=1|3=2|2=c|4=2|", "a !d NoG NoG.group(b) NoG.group[2](d); /M/d 2 -NoG"},
+      // A mistyped tag stands for what is missing in its section or instance, but for one only.
+      {"7=n|99=x|", "note !99; /M/99 4"},
+      {"7=n|99=x|3=1|7=n|", "note !99 NoG NoG.group(note); /M/99 4; /M/NoG.group 8 -d"},
+      {"1=x|3=2|4=1|2=c|99=2|2=c|", "a NoG NoG.group(d b !99) NoG.group[2](b); /M/NoG.group/99 4"},
+      {"1=x|99=1|4=1|2=c|", "a !99 NoG.group(!d b); /M/99 4"},
+      {"1=x|70000=|70001=b|", "a len raw; /M/len 10"},
       // A group that is interrupted, even before it begins, and one whose fields come elsewhere.
       {"3=2|4=1|1=x|2=c|4=2|", "NoG NoG.group(d !a b) NoG.group[2](d); /M/NoG.group/a 2"},
       {"3=1|1=x|4=1|", "NoG !a NoG.group(d); /M/a 2"},
@@ -218,6 +232,15 @@ TEST_F(FixWalkTest, OneFaultIsToldOnce) {
       {"1=x|3=1|4=1|4=1|2=c|7=n|", "a NoG NoG.group(d) NoG.group[2](d b note); /M/NoG 10"},
   };
   for (const auto& row : rows) EXPECT_EQ(body(row.fields), row.expected) << row.fields;
+}
+
+TEST_F(FixWalkTest, FindingsBeyondAThousandAreCounted) {
+  std::string text = "8=FIX.4.4|9=1|35=M|";
+  for (int i = 0; i < 5000; ++i) text += "99=?|2=|";
+  FixWalker walker(dictionary_.model(), {.isChecking = true});
+  FindingList list;
+  EXPECT_GT(walker.walkText(text, "text", &list).findings(), 5000);
+  EXPECT_EQ(list.findings.size(), 1000U);
 }
 
 // Wherever a message is cut off, that is one fault.
@@ -252,12 +275,39 @@ TEST_F(FixWalkTest, MessagesComeInManyForms) {
         "no message\n\n 12:00:00.1 > " + soh + " < trailing 35=x\n"}) {
     EXPECT_EQ(line(text), expected) << text;
   }
-  EXPECT_EQ(line(soh.substr(0, soh.size() - 1) + "\n"), expected);
+  for (const char* end : {"\n", "\r\n", " \t", "\t \r\n"}) {
+    EXPECT_EQ(line(soh.substr(0, soh.size() - 1) + end), expected);
+  }
   EXPECT_EQ(line(soh + soh + "\n" + with("|")), expected + " " + expected + " " + expected);
   // Cut off, then a new one: the end of the line ends the first.
   EXPECT_EQ(line("8=FIX.4.4|9=5|35=M|1=x\n" + soh),
             "M(StandardHeader(BeginString BodyLength MsgType) a) " + expected);
+  EXPECT_EQ(line("8=FIX.4.4|9=900|35=M|1=x|" + with("|")),
+            "M(StandardHeader(BeginString BodyLength MsgType) a) " + expected);
   EXPECT_THROW(line("no message at all\n"), FileError);
+}
+
+// What is left of a message that is too long is passed over, however a file is cut in parts.
+TEST_F(FixWalkTest, AMessageThatIsTooLongIsRefused) {
+  const std::string good = framed("8=FIX.4.4|35=M|1=x|", '|');
+  const auto ofSize = [](std::size_t size) {
+    const std::string head = "8=FIX.4.4|35=M|9=" + std::to_string(size - 40) + "|1=";
+    return head + std::string(size - head.size() - 1, 'x') + "|";
+  };
+  for (const std::size_t more : {0U, 1U, 20U, 18U << 20}) {
+    const std::string text = good + ofSize(kMaxFixMessage + more) + "\n" + good;
+    const TemporaryFile file(text, ".log");
+    FixWalker walker(dictionary_.model(), {.isChecking = true});
+    for (const bool isFile : {false, true}) {
+      FindingList list;
+      const WalkSummary all =
+          isFile ? walker.walkFile(file.path(), &list) : walker.walkText(text, "text", &list);
+      EXPECT_EQ(all.count(Placement::Root), more == 0 ? 3 : 2) << more;
+      const bool isTooLong = list.findings.back().verdict.reason == Reason::TooLong;
+      EXPECT_EQ(isTooLong, more != 0) << more;
+      EXPECT_EQ(list.findings.size() == 1, more != 0) << more;
+    }
+  }
 }
 
 TEST_F(FixWalkTest, DataMayHoldAnything) {

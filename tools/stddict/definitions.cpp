@@ -5,6 +5,7 @@
 
 #include "cpi/dictinfo/stddi/stddictionaryiterator.h"
 #include "cpi/runtime/kelexception.h"
+#include "cpi/walk/fixmodel.h"
 #include "tools/stddict/words.h"
 
 namespace {
@@ -129,6 +130,7 @@ Json valueSetFacts(const cpi::StdDictionaryInfo& dictionary, std::int32_t tagInd
                    std::int32_t overrideIndex, std::size_t limit) {
   Json facts = Json::array();
   cpi::StdValueIterator at(nullptr, &dictionary, tagIndex, overrideIndex);
+  const bool hasDescriptions = cpi::FixModel::isFix(dictionary);
   for (; facts.size() < limit; at.moveToNextValue()) {
     cpi::PWFData value;
     std::int32_t role = 0;
@@ -137,6 +139,7 @@ Json valueSetFacts(const cpi::StdDictionaryInfo& dictionary, std::int32_t tagInd
       facts.push_back({{"value", typedFact(value)},
                        {"kind", logicalTypeWord(value.getLogicalType())},
                        {"role", role}});
+      if (hasDescriptions) facts.back()["description"] = valueFact(dictionary, role);
     } catch (const cpi::KelException&) {
       facts.push_back({{"value", nullptr}, {"kind", "unknown"}, {"role", role}});
     }

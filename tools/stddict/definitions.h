@@ -49,7 +49,8 @@ Json valueFact(const cpi::StdDictionaryInfo& dictionary, std::int32_t valueIndex
 // Values that a set may have before it is cut: far more than code lists in use have.
 inline constexpr std::size_t kValueLimit = 100'000;
 
-// {"value", "kind", "role"} of each value that readers find in a tag's set, or in an override's.
+// {"value", "kind", "role"} of each value that readers find in a tag's set, or in an override's;
+// of FIX fields with "description", null where there is none.
 Json valueSetFacts(const cpi::StdDictionaryInfo& dictionary, std::int32_t tagIndex,
                    std::int32_t overrideIndex, std::size_t limit = kValueLimit);
 // The values of such a set alone, and at most `limit` of them.

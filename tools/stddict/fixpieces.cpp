@@ -13,7 +13,8 @@ constexpr std::size_t kReadSize = std::size_t{1} << 18;
 
 }  // namespace
 
-FixPieces::FixPieces(const std::string& path) : path_(path), file_(path) {
+FixPieces::FixPieces(const std::string& path, const cpi::FixModel& model)
+    : path_(path), file_(path), framer_(model) {
   place_.line = 1;
   place_.column = 1;
   place_.offset = 0;
@@ -34,10 +35,6 @@ bool FixPieces::next(FixPiece& piece) {
 // The buffer grows when it is full of one message.
 void FixPieces::read() {
   if (held_ == buffer_.size()) buffer_.resize(std::max(kReadSize, 2 * held_));
-  if (held_ > 2 * cpi::kMaxFixMessage) {
-    isLast_ = true;
-    throw cpi::FileError(path_, place_, "a message that is too long", "at most 16 MiB");
-  }
   held_ += file_.read(std::span(buffer_).subspan(held_));
   isLast_ = held_ < buffer_.size();
 }

@@ -23,11 +23,12 @@ struct FixPiece {
 
 class FixPieces {
  public:
-  // Throws FileError when the file cannot be opened.
-  explicit FixPieces(const std::string& path);
+  // Throws FileError when the file cannot be opened. `model` is not owned and must outlive this.
+  FixPieces(const std::string& path, const cpi::FixModel& model);
 
-  // The next piece; false: there is none. Throws FileError when the file cannot be read, has no
-  // message, or has one that is too long; there is none behind that.
+  // The next piece; false: there is none. Throws FileError when the file cannot be read or has no
+  // message; there is none behind that. Of a message that is too long a piece has enough to show
+  // it.
   bool next(FixPiece& piece);
 
  private:

@@ -101,10 +101,11 @@ class LinesReport final : public ObjectReport {
   LinesReport(const ReportOptions& options, const cpi::StdDictionaryInfo& dictionary)
       : options_(options), dictionary_(dictionary) {}
 
-  void begin() override { findings_ = WalkJson::array(); }
+  void begin() override { findings_.clear(); }
   void element(const cpi::WalkedElement&) override {}
   void finding(const cpi::Finding& finding) override {
-    findings_.push_back(toJson(finding, dictionary_));
+    if (!findings_.empty()) findings_ += ',';
+    findings_ += toLine(toJson(finding, dictionary_));
   }
   void end(const cpi::WalkSummary& summary) override {
     WalkJson line = name();
@@ -112,8 +113,9 @@ class LinesReport final : public ObjectReport {
     line["elements"] = summary.elements;
     line["found"] = summary.findings();
     if (summary.notFetched != 0) line["notFetched"] = summary.notFetched;
-    line["findings"] = std::move(findings_);
-    out_ += toLine(line) + "\n";
+    out_ += toLine(line);
+    out_.back() = ',';
+    out_ += "\"findings\":[" + findings_ + "]}\n";
   }
   void fail(const cpi::FileError& error) override {
     const WalkJson what = {
@@ -124,7 +126,7 @@ class LinesReport final : public ObjectReport {
  private:
   ReportOptions options_;
   const cpi::StdDictionaryInfo& dictionary_;
-  WalkJson findings_;
+  std::string findings_;  // as text, which is many times smaller
 };
 
 }  // namespace

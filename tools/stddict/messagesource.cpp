@@ -67,7 +67,7 @@ bool MessageSource::next(Message& message) {
 
 // The next file, or a piece of it; false when the file before has no more.
 bool MessageSource::nextOfFile(Message& message) {
-  if (!options_.isFix) {
+  if (options_.fixModel == nullptr) {
     message.name = files_[at_++];
     message.isFile = true;
     return true;
@@ -76,7 +76,7 @@ bool MessageSource::nextOfFile(Message& message) {
   message.name = files_[at_ - 1];
   FixPiece piece;
   try {
-    if (!pieces_) pieces_.emplace(message.name);
+    if (!pieces_) pieces_.emplace(message.name, *options_.fixModel);
     if (pieces_->next(piece)) {
       message.bytes = std::move(piece.bytes);
       message.start = piece.start;

@@ -35,7 +35,8 @@ class MessageSource {
   struct Options {
     Framing framing = Framing::Line;
     std::size_t maxMessage = std::size_t{64} << 20;  // of the stream, in bytes
-    bool isFix = false;                              // files hold any number of FIX messages
+    // Files hold any number of messages of this model; null: each is one message. Not owned.
+    const cpi::FixModel* fixModel = nullptr;
   };
 
   // Each of `paths` is a file, a folder (all files in it and below, hidden ones left out, in the
@@ -47,7 +48,9 @@ class MessageSource {
   // stream cannot be read.
   bool next(Message& message);
   // The number of all messages; 0: not known.
-  std::int64_t count() const noexcept { return hasStream_ || options_.isFix ? 0 : count_; }
+  std::int64_t count() const noexcept {
+    return hasStream_ || options_.fixModel != nullptr ? 0 : count_;
+  }
 
  private:
   bool nextOfFile(Message& message);

@@ -17,8 +17,8 @@ constexpr const char* kValuesFooter = R"(Examples:
   stddict values bank.json CountryCode --path 3
 
 The values are those that a reader of the dictionary finds, in order, each with its kind and its
-role. With --path they are those of a row of Path Based Info, if it has a set of its own, and the
-default is the row's.
+role; those of FIX fields with their description. With --path they are those of a row of Path Based
+Info, if it has a set of its own, and the default is the row's.
 Exit code: 0 when there are values, 1 when not, 2 when the file cannot be read.)";
 
 constexpr const char* kPathFooter = R"(Examples:

@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
@@ -68,11 +69,10 @@ MakeWalk makeXmlWalk(const cpi::StdDictionaryInfo& dictionary, cpi::WalkOptions 
   };
 }
 
-MakeWalk makeFixWalk(const cpi::StdDictionaryInfo& dictionary, cpi::WalkOptions options) {
-  const auto model = std::make_shared<const cpi::FixModel>(dictionary);
-  return [model, options]() -> WalkMessage {
-    const auto walker = std::make_shared<cpi::FixWalker>(*model, options);
-    return [model, walker](const Message& message, cpi::WalkVisitor* visitor) {
+MakeWalk makeFixWalk(const cpi::FixModel& model, cpi::WalkOptions options) {
+  return [&model, options]() -> WalkMessage {
+    const auto walker = std::make_shared<cpi::FixWalker>(model, options);
+    return [walker](const Message& message, cpi::WalkVisitor* visitor) {
       return walker->walkText(message.bytes, message.name, visitor, message.start);
     };
   };
@@ -90,11 +90,12 @@ int run(Options options) {
   options.report.isColoured = isColourWanted();
   options.bulk.jobs = jobsOf(options);
   const auto dictionary = openDictionary(options.dictionary);
-  options.source.isFix = cpi::FixModel::isFix(*dictionary);
+  std::optional<cpi::FixModel> fixModel;
+  if (cpi::FixModel::isFix(*dictionary)) options.source.fixModel = &fixModel.emplace(*dictionary);
   MessageSource source(options.messages, options.source);
   const cpi::WalkOptions walking = {.isChecking = options.report.isChecking};
   const MakeWalk makeWalk =
-      options.source.isFix ? makeFixWalk(*dictionary, walking) : makeXmlWalk(*dictionary, walking);
+      fixModel ? makeFixWalk(*fixModel, walking) : makeXmlWalk(*dictionary, walking);
   return walkAll(source, makeWalk, options.report, options.bulk, *dictionary);
 }
 

@@ -73,6 +73,7 @@ constexpr std::string_view kReasons[] = {
     "not-of-facet",
     "not-a-field",
     "unknown-message",
+    "no-delimiter",
 };
 static_assert(std::size(kReasons) == cpi::kReasonCount);
 
@@ -136,6 +137,7 @@ std::string elementSentence(const Finding& finding) {
   switch (finding.verdict.kind) {
     case VerdictKind::BeyondLimit: return fmt::format("one too many: at most {}", finding.atMost);
     case VerdictKind::KnownElsewhere:
+      if (finding.elsewhere.empty()) return "may not stand here";
       return "may not stand here; it is known in " + placesOf(finding);
     case VerdictKind::UnknownName:
       if (finding.verdict.reason == Reason::UnknownMessage)
@@ -158,6 +160,8 @@ std::string elementSentence(const Finding& finding) {
     case Reason::NotDeclared:
       return "the wildcard here demands a global element, and the model has none of this name";
     case Reason::NotAField: return "is no field: a tag number with '=' and a value must stand here";
+    case Reason::TooLong: return fmt::format("is too long: at most {} bytes", finding.atMost);
+    case Reason::NoDelimiter: return "has no delimiter: each field must end with 0x01, '|' or ^A";
     default: return "may not stand here";
   }
 }
