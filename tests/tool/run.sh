@@ -216,6 +216,19 @@ cat $bank >"$work/pipe" &
 check info-pipe info "$work/pipe"
 wait
 check convert-pipe convert "$work/pipe" "$work/bank.image"
+"$tool" convert $bank "$work/bank.image" >"$work/stdout"
+cp $bank "$work/closed.image"
+chmod 600 "$work/closed.image"
+ln -s closed.image "$work/link.image"
+cat "$work/pipe" >"$work/piped.image" &
+"$tool" convert $bank "$work/pipe"
+wait
+"$tool" convert $bank "$work/link.image" >"$work/stdout"
+expect "a pipe is written to" cmp "$work/piped.image" "$work/bank.image"
+expect "a link is followed" cmp "$work/closed.image" "$work/bank.image"
+expect "a pipe stays one" [ -p "$work/pipe" ]
+expect "a link stays one" [ -L "$work/link.image" ]
+expect "permissions stay" [ "$(stat -c %a "$work/closed.image")" = 600 ]
 check convert-unwritable convert $bank "$work/no/such/folder.image"
 head -c 500 "$work/order.image" >"$work/cut.image"
 check info-cut-image info "$work/cut.image"
