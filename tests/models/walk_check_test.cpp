@@ -355,15 +355,16 @@ TEST(WalkCheck, FaultsBeyondTheLimitAreNotExplained) {
   EXPECT_EQ(summary.count(Placement::Unjudged), kMaxExplainedFaults);
 }
 
+struct Positions : WalkVisitor {
+  std::string text;
+  void element(const WalkedElement&) override {}
+  void finding(const Finding& one) override {
+    text += std::to_string(one.position.line) + ":" + std::to_string(one.position.column) + "@" +
+            std::to_string(one.position.offset) + " ";
+  }
+};
+
 TEST(WalkCheck, PositionsOfTextAndOfEnds) {
-  struct Positions : WalkVisitor {
-    std::string text;
-    void element(const WalkedElement&) override {}
-    void finding(const Finding& one) override {
-      text += std::to_string(one.position.line) + ":" + std::to_string(one.position.column) + "@" +
-              std::to_string(one.position.offset) + " ";
-    }
-  };
   const Model model(rootOf("<xs:sequence>" + element("a") + element("b") + "</xs:sequence>"));
   XmlWalker walker(*model, {.isChecking = true});
   Positions positions;
@@ -372,6 +373,22 @@ TEST(WalkCheck, PositionsOfTextAndOfEnds) {
   positions.text.clear();
   walker.walkText("<r xmlns='urn:t'>\n <a/>\n <![CDATA[\r\n x]]>\n \n</r>", "message", &positions);
   EXPECT_EQ(positions.text, "4:2@37 6:1@44 ");
+}
+
+// An end is where its tag begins, whatever follows; what an entity holds is where it is named.
+TEST(WalkCheck, PositionsOfEndsInFrontOfOtherTags) {
+  const Model model(
+      rootOf("<xs:sequence><xs:element name='p' maxOccurs='9'><xs:complexType>"
+             "<xs:sequence>" +
+             element("q") + "</xs:sequence></xs:complexType></xs:element></xs:sequence>"));
+  XmlWalker walker(*model, {.isChecking = true});
+  Positions positions;
+  walker.walkText("<r xmlns='urn:t'><p></p><p></p >\n</r>", "message", &positions);
+  EXPECT_EQ(positions.text, "1:21@20 1:28@27 ");
+  positions.text.clear();
+  walker.walkText("<!DOCTYPE r [<!ENTITY e '<p></p>'>]><r xmlns='urn:t'>&e;&e;</r>", "message",
+                  &positions);
+  EXPECT_EQ(positions.text, "1:54@53 1:57@56 ");
 }
 
 }  // namespace
