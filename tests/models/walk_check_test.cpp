@@ -102,7 +102,7 @@ TEST(WalkCheck, GroupsChoicesAndTheirRepeats) {
                   {"<k/><v/><k/><v/>", "order /r/k -a|b =a|b"},
                   {"<a/><k/><v/>", "incomplete /r -k v =k"},
                   {"<a/><k/><v/><k/>", "incomplete /r -v =v"},
-                  {"<a/><k/><k/><v/>", "too-many /r/k[2] =v max 1; incomplete /r -k v =k"},
+                  {"<a/><k/><k/><v/>", "order /r/k[2] -v =v"},
                   {"<b/><k/><v/><k/><v/>", "order /r/k -c =c"},
                   {"<a/><b/><c/><k/><v/><k/><v/>", "refused /r/b =k"},
                   {"<a/><k/><v/><k/><v/><k/><v/><k/><v/>", "too-many /r/k[4] max 3"}});
@@ -117,6 +117,20 @@ TEST(WalkCheck, GroupsChoicesAndTheirRepeats) {
                   {"<c/><i/><h/><i/><v/>", "too-many /r/i[2] =v max 2"},
                   {"<c/><h/><v/><w/><v/><w/><v/><w/>", "too-many /r/v[3] max 2"},
                   {"<c/><h/><v/><v/><v/><w/>", "too-many /r/v[3] =w max 2"}});
+}
+
+TEST(WalkCheck, SwappedElementsAreOneFault) {
+  expectFindings(rootOf("<xs:sequence>" + element("a") + "<xs:choice>" + element("b") +
+                        element("c") + "</xs:choice>" + element("d") + "</xs:sequence>"),
+                 {{"<b/><a/><d/>", "order /r/b -a =a"},
+                  {"<b/><d/><a/>", "order /r/b -a =a"},
+                  {"<b/><a/><a/><d/>", "order /r/b -a =a; too-many /r/a[2] =b|c max 1"},
+                  {"<d/><a/>", "order /r/d -a|b|c =a"}});
+  expectFindings(rootOf("<xs:sequence maxOccurs='9'>" + element("a") + element("b") +
+                        element("c", "minOccurs='0'") + "</xs:sequence>"),
+                 {{"<a/><a/><b/><b/>", "order /r/a[2] -b =b"},
+                  {"<a/><a/><b/><a/><b/>", "order /r/a[2] -b =b"},
+                  {"<a/><b/><b/>", "too-many /r/b[2] =c a max 1"}});
 }
 
 TEST(WalkCheck, UnorderedContent) {
