@@ -193,6 +193,7 @@ check next-namespace next "$dictionary" --path '/{urn:example:order}order/buyer'
 check next-past-others next "$dictionary" --path '/order/delivery/street'
 check next-wildcard next "$dictionary" --path /order/extras
 check next-missing next "$dictionary" --path '/order/quantity/piece'
+check next-too-many next "$dictionary" --path '/order/delivery/speed[2]'
 check next-fix-group next "$parcels" --path '/ParcelNotice/NoParcels.group'
 check next-no-message next $bank --path '/{urn:x}Payment'
 check next-bad-path next $bank --path '/Payment/Country[0]'
