@@ -301,6 +301,12 @@ StructureCheck::Outcome StructureCheck::judgeByName(const ElementName& name) {
     const SMD_TAG_DEFINITION& row = dictionary.tags().row(tag);
     if (!dictionary.isInNamespace(row.namespaceIndex, name.namespaceURI)) continue;
     outcome.kind = VerdictKind::KnownElsewhere;
+    if (model_.places().isGlobal(tag) && model_.properties().controlOfTag(tag).isAbstract) {
+      outcome.kind = VerdictKind::Refused;
+      outcome.reason = Reason::AbstractType;
+      outcome.content = kNone;
+      return outcome;
+    }
     fault_.elsewhereCount += model_.places().addPlaces(tag, fault_.elsewhere);
     const auto* const first = dictionary.tags().find(outcome.content);
     if (first == nullptr || model_.places().isGlobal(tag)) {

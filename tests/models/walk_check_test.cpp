@@ -133,6 +133,23 @@ TEST(WalkCheck, SwappedElementsAreOneFault) {
                   {"<a/><b/><b/>", "too-many /r/b[2] =c a max 1"}});
 }
 
+TEST(WalkCheck, GroupsAreToldByTheirMembers) {
+  struct Groups : WalkVisitor {
+    std::string text;
+    void element(const WalkedElement&) override {}
+    void finding(const Finding& one) override {
+      for (const GroupStep& group : one.groups) text += group.text + " ";
+    }
+  };
+  const Model model(rootOf(
+      "<xs:sequence><xs:choice><xs:sequence maxOccurs='2'><xs:sequence maxOccurs='2'>" +
+      element("a") + element("b") + "</xs:sequence></xs:sequence><xs:sequence>" + element("k") +
+      element("v") + "</xs:sequence></xs:choice>" + element("z") + "</xs:sequence>"));
+  Groups groups;
+  XmlWalker(*model, {.isChecking = true}).walkText("<r xmlns='urn:t'><a/></r>", "message", &groups);
+  EXPECT_EQ(groups.text, "((a ...) | (k ...)) (a, b) (a, b) (a, b) ");
+}
+
 TEST(WalkCheck, UnorderedContent) {
   expectFindings(rootOf("<xs:all>" + element("a") + element("b") + element("c", "minOccurs='0'") +
                         "</xs:all>"),
@@ -315,8 +332,12 @@ TEST(WalkCheck, AttributesAndFixedValues) {
 TEST(WalkCheck, TypesAndNil) {
   expectFindings(
       rootOf("<xs:choice maxOccurs='unbounded'><xs:element name='a' type='t:A'/>"
-             "<xs:element name='n' type='t:A' nillable='true'/></xs:choice>") +
-          "<xs:complexType name='A'><xs:sequence>" + element("x") +
+             "<xs:element name='n' type='t:A' nillable='true'/><xs:element ref='t:h'/><xs:element "
+             "name='f' type='xs:string' nillable='true' fixed='x'/></xs:choice>") +
+          "<xs:element name='h' type='t:A' abstract='true'/>"
+          "<xs:element name='i' substitutionGroup='t:h'/>"
+          "<xs:complexType name='A'><xs:sequence>" +
+          element("x") +
           "</xs:sequence></xs:complexType>"
           "<xs:complexType name='B'><xs:complexContent><xs:extension base='t:A'><xs:sequence>" +
           element("y") +
@@ -329,6 +350,8 @@ TEST(WalkCheck, TypesAndNil) {
        {"<a xsi:type='C'>text</a>", "type /r/a 'C'"},
        {"<a xsi:type='xs:int'><x/></a>", "type /r/a 'xs:int'"},
        {"<a xsi:nil='true'/>", "nil /r/a"},
+       {"<f xsi:nil='true'/><i><x/></i>", "nil /r/f"},
+       {"<h><x/></h>", "refused /r/h =a|n|i|f"},
        {"<a xsi:nil='0'><x/></a>", "nil /r/a"},
        {"<n xsi:nil='maybe'><x/></n>", "nil /r/n 'maybe'"},
        {"<n xsi:foo='1' q='1'><x/></n>", "attribute /r/n@foo '1'; attribute /r/n@q '1'"},
