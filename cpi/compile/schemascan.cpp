@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <iterator>
+#include <limits>
 #include <memory>
 #include <xercesc/framework/MemBufInputSource.hpp>
 #include <xercesc/sax/Locator.hpp>
@@ -63,6 +64,13 @@ const Row* findRow(const Row (&rows)[N], View element) {
 View localPart(View qualifiedName) {
   const std::size_t colon = qualifiedName.find(u':');
   return colon == View::npos ? qualifiedName : qualifiedName.substr(colon + 1);
+}
+
+// Of a number of occurrences the schema processor keeps 32 bits, in which -1 is unbounded.
+bool isMisread(const std::string& text) {
+  const long long number = std::strtoll(text.c_str(), nullptr, 10);
+  return number > std::numeric_limits<std::int32_t>::max() &&
+         static_cast<std::int32_t>(number) != -1;
 }
 
 class ScanHandler : public xercesc::DefaultHandler {
@@ -161,7 +169,9 @@ class ScanHandler : public xercesc::DefaultHandler {
   // it multiplied; an unbounded one counts as its least number.
   double noteTimes() {
     const auto limit = [this](const char16_t* name) {
-      return std::max(1.0, std::strtod(toUtf8(value(name).value_or(View())).c_str(), nullptr));
+      const std::string text = toUtf8(value(name).value_or(View()));
+      if (isMisread(text)) fail(toUtf8(name) + " of " + text + "; expected at most 2147483647");
+      return std::max(1.0, std::strtod(text.c_str(), nullptr));
     };
     times_.resize(depth_ - 1, 1);  // those around it
     const double around = times_.empty() ? 1 : times_.back();

@@ -40,15 +40,26 @@ constexpr int kMaxClimb = 64;
 // A group is told by so many of its members.
 constexpr std::int32_t kMaxTold = 3;
 
-std::string memberText(const ContentModel& model, std::int32_t row) {
+// A group among others is told by what may begin it: "(a ...)".
+std::string memberText(const ContentModel& model, std::int32_t row, int depth = 0) {
   const auto& member = model.member(row);
   const auto* const tag = model.dictionary().tags().find(member.toTagIndex);
   if (tag != nullptr) return toUtf8(elementNameOf(*tag));
-  return model.isGroup(row) ? "(...)" : "any";
+  if (!model.isGroup(row)) return "any";
+  const MemberRange members = model.membersOf(member.toTypeIndex);
+  if (members.begin == members.end || depth == kMaxClimb) return "(...)";
+  const std::string first = memberText(model, members.begin, depth + 1);
+  return depth > 0 ? first : "(" + first + " ...)";
 }
 
+// A group that holds nothing but another is told by that one's members.
 std::string groupText(const ContentModel& model, std::int32_t typeIndex) {
-  const MemberRange members = model.membersOf(typeIndex);
+  MemberRange members = model.membersOf(typeIndex);
+  for (int i = 0; i < kMaxClimb && members.end - members.begin == 1; ++i) {
+    if (!model.isGroup(members.begin)) break;
+    typeIndex = model.member(members.begin).toTypeIndex;
+    members = model.membersOf(typeIndex);
+  }
   const Order order = model.orderOf(typeIndex);
   const char* const separator = order == Order::Choice ? " | " : order == Order::Any ? " & " : ", ";
   std::string text = "(";

@@ -33,6 +33,7 @@ StructureCheck::Outcome StructureCheck::judge(const Scope& scope, const ElementN
   Trouble* const trouble = troubleOf(scope);
   if (trouble != nullptr && trouble->hasBookmark &&
       find(searchFrom(scope, trouble->bookmark), name)) {
+    trouble->bookmark = found_;  // it has come now
     return placed(scope);
   }
   if (Outcome ahead = judgeAhead(scope, name); ahead.isPlaced) return ahead;
@@ -179,11 +180,21 @@ StructureCheck::Outcome StructureCheck::judgeSkip(const Scope& scope) {
   return outcome;
 }
 
-// Whether the element is the last child's, once more. Then that is the fault, rather than that the
-// next repeat of a group around both would lack something.
+// Whether the element, at found_, is the last child's, once more. Then that is the fault, rather
+// than that the next repeat of a group around both would lack something in front of it. When it
+// would lack nothing the repeat has begun, and the one before was cut short.
 bool StructureCheck::isOneMore(const Scope& scope, const ElementName& name) const {
   const ContentSearch::Path last = path(scope);
-  return !last.empty() && finder_.isTaken(last.back().memberIndex, name);
+  if (last.empty() || !finder_.isTaken(last.back().memberIndex, name)) return false;
+  const auto [begun, before] = std::ranges::mismatch(found_, last);
+  if (begun->memberIndex != before->memberIndex) return true;
+  const auto level = static_cast<std::size_t>(begun - found_.begin());
+  bool lacksInFront = false;
+  searchFrom(scope, last).forEachMissing(found_, [&](const ContentLeaf& leaf) {
+    lacksInFront = leaf.path.size() > level && leaf.path[level] == found_[level];
+    return lacksInFront;
+  });
+  return lacksInFront;
 }
 
 // An element of this content that may no longer come.
@@ -200,7 +211,9 @@ StructureCheck::Outcome StructureCheck::judgeBehind(const Scope& scope, const El
   outcome.content = model_.content().member(outcome.leaf).toTagIndex;
   outcome.kind = VerdictKind::OutOfOrder;
   outcome.reason = Reason::PlacePassed;
-  outcome.isConsequence = isInRun || trouble.told.contains(outcome.leaf);
+  const ContentSearch::Path last = path(scope);
+  const bool isAgain = !last.empty() && last.back().memberIndex == outcome.leaf;
+  outcome.isConsequence = isInRun || (!isAgain && trouble.told.contains(outcome.leaf));
   if (!outcome.isConsequence) classifyBehind(scope, name, outcome);
   return outcome;
 }
@@ -288,6 +301,12 @@ StructureCheck::Outcome StructureCheck::judgeByName(const ElementName& name) {
     const SMD_TAG_DEFINITION& row = dictionary.tags().row(tag);
     if (!dictionary.isInNamespace(row.namespaceIndex, name.namespaceURI)) continue;
     outcome.kind = VerdictKind::KnownElsewhere;
+    if (model_.places().isGlobal(tag) && model_.properties().controlOfTag(tag).isAbstract) {
+      outcome.kind = VerdictKind::Refused;
+      outcome.reason = Reason::AbstractType;
+      outcome.content = kNone;
+      return outcome;
+    }
     fault_.elsewhereCount += model_.places().addPlaces(tag, fault_.elsewhere);
     const auto* const first = dictionary.tags().find(outcome.content);
     if (first == nullptr || model_.places().isGlobal(tag)) {

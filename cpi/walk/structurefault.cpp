@@ -1,6 +1,7 @@
 #include "cpi/walk/structurefault.h"
 
 #include <algorithm>
+#include <unordered_set>
 #include <utility>
 
 #include "cpi/walk/elementplaces.h"
@@ -31,11 +32,20 @@ Expected expectedOf(const ContentModel& model, const ContentLeaf& leaf) {
   return expected;
 }
 
+// A choice of which one alternative is told is told.
 void forEachUntold(const ContentSearch& search, ContentSearch::Path next, const ToldMembers* told,
                    const LeafVisitor& visit) {
+  if (told == nullptr) return search.forEachMissing(next, visit);
+  const auto isTold = [&](const ContentLeaf& leaf) {
+    return told->contains(leaf.path.back().memberIndex);
+  };
+  std::unordered_set<std::int32_t> choices;
   search.forEachMissing(next, [&](const ContentLeaf& leaf) {
-    const bool isTold = told != nullptr && told->contains(leaf.path.back().memberIndex);
-    return !isTold && visit(leaf);
+    if (leaf.choice > 0 && isTold(leaf)) choices.insert(leaf.choice);
+    return false;
+  });
+  search.forEachMissing(next, [&](const ContentLeaf& leaf) {
+    return !isTold(leaf) && !choices.contains(leaf.choice) && visit(leaf);
   });
 }
 

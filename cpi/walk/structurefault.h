@@ -28,7 +28,7 @@ using ToldMembers = std::unordered_set<std::int32_t>;
 // What may come next.
 std::vector<Expected> listExpected(const ContentModel& model, const ContentSearch& search);
 // What is left out when the next child stands at `next`, or with an empty path when the element
-// ends; without the members in `told`, if that is given.
+// ends; without the members in `told`, if that is given, and what they are alternatives of.
 std::vector<Expected> listMissing(const ContentModel& model, const ContentSearch& search,
                                   ContentSearch::Path next, const ToldMembers* told);
 // How many members that would be; alternatives are one.

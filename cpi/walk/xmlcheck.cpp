@@ -194,6 +194,9 @@ void XmlCheck::checkNil(XmlFrame& frame, std::string_view value) {
     frame.isWronglyNil = isTrue;
     if (isTrue) walk_.setUnjudged();
   } else if (isTrue) {
+    if (model_.properties().controlOfTag(frame.verdict.tagIndex).isFixed) {
+      addNil(frame, Reason::NotFixedValue, {});
+    }
     frame.isNil = true;
     walk_.setNil();
   }
@@ -202,6 +205,7 @@ void XmlCheck::checkNil(XmlFrame& frame, std::string_view value) {
 void XmlCheck::addNil(const XmlFrame& frame, Reason reason, std::string_view value) {
   Finding finding = findingOf(frame, VerdictKind::Nil, reason);
   finding.value = shown(value);
+  values_.describe(frame.verdict.tagIndex, reason, finding);
   sink_.add(std::move(finding), nullptr);
 }
 

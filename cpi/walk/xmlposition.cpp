@@ -31,6 +31,14 @@ const xmlChar* startInFront(const xmlParserInput& input, std::string_view text) 
   return at;
 }
 
+// In front of where the parser stands; where the buffer begins, if it is not there.
+const xmlChar* lastOf(xmlChar mark, const xmlParserInput& input) noexcept {
+  const xmlChar* at = input.cur;
+  while (at > input.base && *--at != mark) {
+  }
+  return at;
+}
+
 // The place of `at`, when the parser's line and column are those of `end`, behind it.
 WalkPosition positionOf(const xmlParserInput& input, const xmlChar* at,
                         const xmlChar* end) noexcept {
@@ -60,15 +68,14 @@ void catchUp(xmlParserInput& input) noexcept {
   input.end = input.base + xmlBufUse(input.buf->buffer);
 }
 
-// No value may contain '<', so the last one in front of the parser begins the tag.
-const xmlChar* tagStart(const xmlParserInput& input) noexcept {
-  const xmlChar* tag = input.cur;
-  while (tag > input.base && *tag != '<') --tag;
-  return tag;
-}
+// No value may contain '<', so the last one in front of the parser begins the tag. What the parser
+// stands on is behind it, and may be the next tag.
+const xmlChar* tagStart(const xmlParserInput& input) noexcept { return lastOf('<', input); }
 
+// No tag ends with ';': then the parser stands behind a reference to an entity that holds the tag.
 WalkPosition tagPosition(const xmlParserInput& input) noexcept {
-  return positionOf(input, tagStart(input), input.cur);
+  const bool isReference = input.cur > input.base && input.cur[-1] == ';';
+  return positionOf(input, lastOf(isReference ? '&' : '<', input), input.cur);
 }
 
 // The parser's line is that of the end of the text. It hands out the text in its input, from where

@@ -19,6 +19,7 @@ void catchUp(xmlParserInput& input) noexcept;
 
 // The tag at whose end the parser stands, or which it is reading.
 const xmlChar* tagStart(const xmlParserInput& input) noexcept;
+// Where it is; of a tag that comes out of an entity, where the reference is.
 WalkPosition tagPosition(const xmlParserInput& input) noexcept;
 
 // The end of the piece of text that is being reported, or of a part that ends with it: where that

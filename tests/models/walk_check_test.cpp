@@ -102,7 +102,7 @@ TEST(WalkCheck, GroupsChoicesAndTheirRepeats) {
                   {"<k/><v/><k/><v/>", "order /r/k -a|b =a|b"},
                   {"<a/><k/><v/>", "incomplete /r -k v =k"},
                   {"<a/><k/><v/><k/>", "incomplete /r -v =v"},
-                  {"<a/><k/><k/><v/>", "too-many /r/k[2] =v max 1; incomplete /r -k v =k"},
+                  {"<a/><k/><k/><v/>", "order /r/k[2] -v =v"},
                   {"<b/><k/><v/><k/><v/>", "order /r/k -c =c"},
                   {"<a/><b/><c/><k/><v/><k/><v/>", "refused /r/b =k"},
                   {"<a/><k/><v/><k/><v/><k/><v/><k/><v/>", "too-many /r/k[4] max 3"}});
@@ -117,6 +117,37 @@ TEST(WalkCheck, GroupsChoicesAndTheirRepeats) {
                   {"<c/><i/><h/><i/><v/>", "too-many /r/i[2] =v max 2"},
                   {"<c/><h/><v/><w/><v/><w/><v/><w/>", "too-many /r/v[3] max 2"},
                   {"<c/><h/><v/><v/><v/><w/>", "too-many /r/v[3] =w max 2"}});
+}
+
+TEST(WalkCheck, SwappedElementsAreOneFault) {
+  expectFindings(rootOf("<xs:sequence>" + element("a") + "<xs:choice>" + element("b") +
+                        element("c") + "</xs:choice>" + element("d") + "</xs:sequence>"),
+                 {{"<b/><a/><d/>", "order /r/b -a =a"},
+                  {"<b/><d/><a/>", "order /r/b -a =a"},
+                  {"<b/><a/><a/><d/>", "order /r/b -a =a; too-many /r/a[2] =b|c max 1"},
+                  {"<d/><a/>", "order /r/d -a|b|c =a"}});
+  expectFindings(rootOf("<xs:sequence maxOccurs='9'>" + element("a") + element("b") +
+                        element("c", "minOccurs='0'") + "</xs:sequence>"),
+                 {{"<a/><a/><b/><b/>", "order /r/a[2] -b =b"},
+                  {"<a/><a/><b/><a/><b/>", "order /r/a[2] -b =b"},
+                  {"<a/><b/><b/>", "too-many /r/b[2] =c a max 1"}});
+}
+
+TEST(WalkCheck, GroupsAreToldByTheirMembers) {
+  struct Groups : WalkVisitor {
+    std::string text;
+    void element(const WalkedElement&) override {}
+    void finding(const Finding& one) override {
+      for (const GroupStep& group : one.groups) text += group.text + " ";
+    }
+  };
+  const Model model(rootOf(
+      "<xs:sequence><xs:choice><xs:sequence maxOccurs='2'><xs:sequence maxOccurs='2'>" +
+      element("a") + element("b") + "</xs:sequence></xs:sequence><xs:sequence>" + element("k") +
+      element("v") + "</xs:sequence></xs:choice>" + element("z") + "</xs:sequence>"));
+  Groups groups;
+  XmlWalker(*model, {.isChecking = true}).walkText("<r xmlns='urn:t'><a/></r>", "message", &groups);
+  EXPECT_EQ(groups.text, "((a ...) | (k ...)) (a, b) (a, b) (a, b) ");
 }
 
 TEST(WalkCheck, UnorderedContent) {
@@ -301,8 +332,12 @@ TEST(WalkCheck, AttributesAndFixedValues) {
 TEST(WalkCheck, TypesAndNil) {
   expectFindings(
       rootOf("<xs:choice maxOccurs='unbounded'><xs:element name='a' type='t:A'/>"
-             "<xs:element name='n' type='t:A' nillable='true'/></xs:choice>") +
-          "<xs:complexType name='A'><xs:sequence>" + element("x") +
+             "<xs:element name='n' type='t:A' nillable='true'/><xs:element ref='t:h'/><xs:element "
+             "name='f' type='xs:string' nillable='true' fixed='x'/></xs:choice>") +
+          "<xs:element name='h' type='t:A' abstract='true'/>"
+          "<xs:element name='i' substitutionGroup='t:h'/>"
+          "<xs:complexType name='A'><xs:sequence>" +
+          element("x") +
           "</xs:sequence></xs:complexType>"
           "<xs:complexType name='B'><xs:complexContent><xs:extension base='t:A'><xs:sequence>" +
           element("y") +
@@ -315,6 +350,8 @@ TEST(WalkCheck, TypesAndNil) {
        {"<a xsi:type='C'>text</a>", "type /r/a 'C'"},
        {"<a xsi:type='xs:int'><x/></a>", "type /r/a 'xs:int'"},
        {"<a xsi:nil='true'/>", "nil /r/a"},
+       {"<f xsi:nil='true'/><i><x/></i>", "nil /r/f"},
+       {"<h><x/></h>", "refused /r/h =a|n|i|f"},
        {"<a xsi:nil='0'><x/></a>", "nil /r/a"},
        {"<n xsi:nil='maybe'><x/></n>", "nil /r/n 'maybe'"},
        {"<n xsi:foo='1' q='1'><x/></n>", "attribute /r/n@foo '1'; attribute /r/n@q '1'"},
@@ -355,15 +392,16 @@ TEST(WalkCheck, FaultsBeyondTheLimitAreNotExplained) {
   EXPECT_EQ(summary.count(Placement::Unjudged), kMaxExplainedFaults);
 }
 
+struct Positions : WalkVisitor {
+  std::string text;
+  void element(const WalkedElement&) override {}
+  void finding(const Finding& one) override {
+    text += std::to_string(one.position.line) + ":" + std::to_string(one.position.column) + "@" +
+            std::to_string(one.position.offset) + " ";
+  }
+};
+
 TEST(WalkCheck, PositionsOfTextAndOfEnds) {
-  struct Positions : WalkVisitor {
-    std::string text;
-    void element(const WalkedElement&) override {}
-    void finding(const Finding& one) override {
-      text += std::to_string(one.position.line) + ":" + std::to_string(one.position.column) + "@" +
-              std::to_string(one.position.offset) + " ";
-    }
-  };
   const Model model(rootOf("<xs:sequence>" + element("a") + element("b") + "</xs:sequence>"));
   XmlWalker walker(*model, {.isChecking = true});
   Positions positions;
@@ -372,6 +410,22 @@ TEST(WalkCheck, PositionsOfTextAndOfEnds) {
   positions.text.clear();
   walker.walkText("<r xmlns='urn:t'>\n <a/>\n <![CDATA[\r\n x]]>\n \n</r>", "message", &positions);
   EXPECT_EQ(positions.text, "4:2@37 6:1@44 ");
+}
+
+// An end is where its tag begins, whatever follows; what an entity holds is where it is named.
+TEST(WalkCheck, PositionsOfEndsInFrontOfOtherTags) {
+  const Model model(
+      rootOf("<xs:sequence><xs:element name='p' maxOccurs='9'><xs:complexType>"
+             "<xs:sequence>" +
+             element("q") + "</xs:sequence></xs:complexType></xs:element></xs:sequence>"));
+  XmlWalker walker(*model, {.isChecking = true});
+  Positions positions;
+  walker.walkText("<r xmlns='urn:t'><p></p><p></p >\n</r>", "message", &positions);
+  EXPECT_EQ(positions.text, "1:21@20 1:28@27 ");
+  positions.text.clear();
+  walker.walkText("<!DOCTYPE r [<!ENTITY e '<p></p>'>]><r xmlns='urn:t'>&e;&e;</r>", "message",
+                  &positions);
+  EXPECT_EQ(positions.text, "1:54@53 1:57@56 ");
 }
 
 }  // namespace

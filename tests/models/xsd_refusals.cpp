@@ -58,6 +58,10 @@ std::vector<RefusalCase> refusalCases() {
       "<xs:group ref='g##'/></xs:sequence></xs:group>";
   return {
       {"empty file", "", ":1:1: "},
+      {"occurrences of more than 32 bits",
+       schemaText("<xs:group name='g'><xs:sequence>"
+                  "<xs:any maxOccurs='2147483648'/></xs:sequence></xs:group>"),
+       "maxOccurs of 2147483648; expected at most 2147483647"},
       {"not well-formed", "<xs:schema\n xmlns:xs='x'", ":2:"},
       {"no schema", "<a/>", ":1:5: root element name of XML Schema document must be 'schema'"},
       {"unknown type", schemaText("\n<xs:element name='e' type='T'/>"),

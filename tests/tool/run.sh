@@ -193,6 +193,7 @@ check next-namespace next "$dictionary" --path '/{urn:example:order}order/buyer'
 check next-past-others next "$dictionary" --path '/order/delivery/street'
 check next-wildcard next "$dictionary" --path /order/extras
 check next-missing next "$dictionary" --path '/order/quantity/piece'
+check next-too-many next "$dictionary" --path '/order/delivery/speed[2]'
 check next-fix-group next "$parcels" --path '/ParcelNotice/NoParcels.group'
 check next-no-message next $bank --path '/{urn:x}Payment'
 check next-bad-path next $bank --path '/Payment/Country[0]'
@@ -216,6 +217,19 @@ cat $bank >"$work/pipe" &
 check info-pipe info "$work/pipe"
 wait
 check convert-pipe convert "$work/pipe" "$work/bank.image"
+"$tool" convert $bank "$work/bank.image" >"$work/stdout"
+cp $bank "$work/closed.image"
+chmod 600 "$work/closed.image"
+ln -s closed.image "$work/link.image"
+cat "$work/pipe" >"$work/piped.image" &
+"$tool" convert $bank "$work/pipe"
+wait
+"$tool" convert $bank "$work/link.image" >"$work/stdout"
+expect "a pipe is written to" cmp "$work/piped.image" "$work/bank.image"
+expect "a link is followed" cmp "$work/closed.image" "$work/bank.image"
+expect "a pipe stays one" [ -p "$work/pipe" ]
+expect "a link stays one" [ -L "$work/link.image" ]
+expect "permissions stay" [ "$(stat -c %a "$work/closed.image")" = 600 ]
 check convert-unwritable convert $bank "$work/no/such/folder.image"
 head -c 500 "$work/order.image" >"$work/cut.image"
 check info-cut-image info "$work/cut.image"

@@ -84,6 +84,7 @@ void run(const Options& options) {
   OutputFile output(options.output);
   cpi::writeExtract(dictionary, output.stream());
   output.commit();
+  if (!output.isFile()) return;
   const auto time = std::chrono::steady_clock::now() - start;
   fmt::print("{}: {} tags, {} types, {} members, {} ms\n", options.output,
              dictionary.tags().rowCount(), dictionary.types().rowCount(),

@@ -67,6 +67,7 @@ void runConvert(const Options& options) {
   }
   const auto size = static_cast<std::int64_t>(output.stream().tellp());
   output.commit();
+  if (!output.isFile()) return;
   fmt::print("{}: {}, {} bytes\n", options.output, form, size);
   finishOutput();
 }

@@ -6,10 +6,13 @@
 #include <deque>
 #include <stdexcept>
 #include <unordered_set>
+#include <utility>
 #include <vector>
 
 #include "cpi/dictinfo/stddi/expectation.h"
+#include "cpi/walk/walkcursor.h"
 #include "tools/stddict/definitions.h"
+#include "tools/stddict/legalplaces.h"
 #include "tools/stddict/verbs.h"
 #include "tools/stddict/words.h"
 
@@ -23,8 +26,9 @@ constexpr const char* kFooter = R"(Examples:
 A path goes from element to element, the message first; [2] is the second one of its name within its
 parent, and {namespace} keeps to one namespace. Elements beside those of the path are not named: it
 leads to the nearest place that the model has for them, past as few others as can be.
-Listed are, in the order of the model, the first children that the element at the path's end may
-have and what may come after it, each with its occurrence and the groups in which it would stand.
+Listed are, in the order of the model, the children that a move finds first in the element at the
+path's end, and what it finds after it, each with its occurrence and the groups in which it would
+stand. One that is behind owed may come only when what is owed in front of it has come.
 What is owed has to come before the element, or the one around it, may end. A member that is owed in
 any order may have come before the path's last element; that is for the message to tell.
 The repeats of a FIX group have the name of its count field with .group behind it in a path:
@@ -117,7 +121,7 @@ class PathWalk {
  public:
   // At the message of the first step, if there is one.
   PathWalk(const cpi::StdDictionaryInfo& dictionary, const PathStep& message)
-      : dictionary_(dictionary), iterator_(nullptr, &dictionary, nullptr, cpi::KelStringBase()) {
+      : dictionary_(dictionary), iterator_(dictionary), model_(dictionary) {
     const std::vector<std::int32_t> tags = chooseTags(dictionary, message.query);
     if (tags.empty() || message.occurrence > 1) return;
     iterator_.setContextFromTag(dictionary.tags().row(tags.front()).Id);
@@ -126,23 +130,41 @@ class PathWalk {
 
   // Goes on to a child of the element; false when there is no place for it.
   bool goTo(const PathStep& step) {
-    const cpi::StdDictionaryIterator before(iterator_);
+    const cpi::WalkCursor before(iterator_);
+    cpi::OccurrenceCounter counter(dictionary_.typeMembers().rowCount());
     for (std::int32_t i = 0; i < step.occurrence; ++i) {
-      if (seek(step.query, i == 0)) continue;
+      if (seek(step.query, i == 0) && isWithinLimit(counter)) continue;
       iterator_ = before;
       return false;
     }
+    parentHeight_ = before.height();
+    parentType_ = before.position().typeIndex;
+    counter_ = std::move(counter);
     path_ += "/" + step.text;
     return true;
   }
 
   const cpi::StdDictionaryIterator& iterator() const { return iterator_; }
+  // What may stand inside the element, or behind it, with nothing before that.
+  LegalPlaces legalInside() const {
+    const std::int32_t type = iterator_.hasContext() ? iterator_.position().typeIndex : cpi::kNone;
+    return LegalPlaces({model_, counter_, kInside, type, {}});
+  }
+  LegalPlaces legalBehind() const {
+    cpi::ContentPath last;
+    if (parentHeight_ > 0) iterator_.readPath(parentHeight_, last);
+    return LegalPlaces({model_, counter_, kAround, parentType_, last});
+  }
   const std::string& path() const { return path_; }
 
  private:
+  // Numbers of the element and of the one around it, for the counter.
+  static constexpr std::int64_t kAround = 1;
+  static constexpr std::int64_t kInside = 2;
+
   // A place that was reached on the way, by the fewest elements.
   struct Place {
-    cpi::StdDictionaryIterator at;
+    cpi::WalkCursor at;
     bool isParent;
   };
   static constexpr std::size_t kMaximumPlaces = 10'000;
@@ -159,7 +181,7 @@ class PathWalk {
       }
       for (const cpi::ExpectedElement& element : expectation_.elements) {
         if (element.tagIndex < 0 || !seen.insert(element.memberIndex).second) continue;
-        cpi::StdDictionaryIterator next(place.at);
+        cpi::WalkCursor next(place.at);
         if (move(place, element.tagIndex, next)) places.push_back({next, false});
       }
     }
@@ -174,7 +196,15 @@ class PathWalk {
     }
   }
 
-  bool move(const Place& place, std::int32_t tagIndex, cpi::StdDictionaryIterator& moved) const {
+  // The moves count the occurrences of a member in any order from wherever they come to it.
+  bool isWithinLimit(cpi::OccurrenceCounter& counter) const {
+    if (!iterator_.isInUnorderedType()) return true;
+    const std::int32_t limit = iterator_.getMemberDef()->MaxOccurs;
+    const std::int32_t count = counter.count(kAround, iterator_.position().memberIndex);
+    return limit < 0 || count <= limit;
+  }
+
+  bool move(const Place& place, std::int32_t tagIndex, cpi::WalkCursor& moved) const {
     const std::int32_t tagId = dictionary_.tags().row(tagIndex).Id;
     moved = place.at;
     return place.isParent ? moved.moveToFirstChildTagId(tagId, false, true)
@@ -189,8 +219,12 @@ class PathWalk {
   }
 
   const cpi::StdDictionaryInfo& dictionary_;
-  cpi::StdDictionaryIterator iterator_;
+  cpi::WalkCursor iterator_;
+  const cpi::ContentModel model_;
   cpi::Expectation expectation_;
+  std::size_t parentHeight_ = 0;  // 0: at the message
+  std::int32_t parentType_ = cpi::kNone;
+  cpi::OccurrenceCounter counter_{0};  // of what the last step of the path names
   std::string path_;
 };
 
@@ -204,13 +238,14 @@ class ExpectationFacts {
   ExpectationFacts(const cpi::StdDictionaryInfo& dictionary, const cpi::Expectation& expectation)
       : dictionary_(dictionary), expectation_(expectation) {}
 
-  Json elements() const {
+  Json elements(const LegalPlaces& legal) const {
     Json list = Json::array();
     for (const cpi::ExpectedElement& element : expectation_.elements) {
       Json& facts = list.emplace_back(placeFacts(element));
       facts["occurrence"] = element.repeatIndex + 1;
       facts["groups"] = groups(element);
       facts["isFoundByName"] = element.isFoundByName;
+      facts["isBehindOwed"] = !legal.contains(expectation_, element);
     }
     return list;
   }
@@ -272,9 +307,9 @@ class ExpectationFacts {
 
 // Adds the two lists of a position, or null where no model says what may come.
 void addLists(const PathWalk& walk, bool isListed, const cpi::Expectation& expectation,
-              const char* elements, const char* owed, Json& facts) {
+              const LegalPlaces& legal, const char* elements, const char* owed, Json& facts) {
   const ExpectationFacts lists(*walk.iterator().getDictionaryInfo(), expectation);
-  facts[elements] = isListed ? lists.elements() : Json();
+  facts[elements] = isListed ? lists.elements(legal) : Json();
   facts[owed] = isListed ? lists.owed() : Json();
 }
 
@@ -286,9 +321,9 @@ Json placeFacts(const PathWalk& walk, const std::string& missing) {
                       : Json();
   cpi::Expectation expectation;
   bool isListed = at.listFirstChildren(expectation, true);
-  addLists(walk, isListed, expectation, "firstChildren", "owedInside", facts);
+  addLists(walk, isListed, expectation, walk.legalInside(), "firstChildren", "owedInside", facts);
   isListed = at.listNextSiblings(expectation, true);
-  addLists(walk, isListed, expectation, "nextSiblings", "owedAfter", facts);
+  addLists(walk, isListed, expectation, walk.legalBehind(), "nextSiblings", "owedAfter", facts);
   return facts;
 }
 
@@ -304,8 +339,8 @@ Json forPeople(Json facts) {
       }
       entry["groups"] = std::move(in);
       entry.erase("isFoundByName");
-      if (entry.contains("isInAnyOrder") && !entry["isInAnyOrder"].get<bool>()) {
-        entry.erase("isInAnyOrder");
+      for (const char* flag : {"isBehindOwed", "isInAnyOrder"}) {
+        if (entry.contains(flag) && !entry[flag].get<bool>()) entry.erase(flag);
       }
     }
   }

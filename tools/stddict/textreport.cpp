@@ -33,7 +33,9 @@ bool isAboutPlace(const cpi::Finding& finding) {
   using cpi::VerdictKind;
   if (finding.expected.empty() && !finding.missing.empty()) return false;
   switch (finding.verdict.kind) {
-    case VerdictKind::Refused: return finding.verdict.reason == cpi::Reason::OtherAlternative;
+    case VerdictKind::Refused:
+      return finding.verdict.reason == cpi::Reason::OtherAlternative ||
+             finding.verdict.reason == cpi::Reason::AbstractType;
     case VerdictKind::BeyondLimit:
     case VerdictKind::OutOfOrder:
     case VerdictKind::KnownElsewhere:

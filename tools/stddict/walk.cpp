@@ -109,7 +109,8 @@ void addForms(CLI::App& verb, Options& options) {
           ->excludes(json)
           ->excludes(lines);
   lines->excludes(json);
-  verb.add_flag("--quiet", options.report.isQuiet, "Summaries only");
+  verb.add_flag("--quiet", options.report.isQuiet,
+                "Summaries only; --jsonl and --sarif have all faults");
   verb.add_flag("--summary", options.bulk.hasSummary, "At the end, the verdicts of each path")
       ->excludes(sarif);
 }

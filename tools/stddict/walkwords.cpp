@@ -119,12 +119,14 @@ std::string valuesOf(const Finding& finding) {
   return text;
 }
 
+// Types may share a name, or have none and be told by that of their element.
 std::string placesOf(const Finding& finding) {
   std::vector<std::string> names;
   for (const cpi::KnownPlace& place : finding.elsewhere) {
-    names.push_back(place.parent.empty() ? "the global elements" : printable(place.parent));
+    std::string name = place.parent.empty() ? "the global elements" : printable(place.parent);
+    if (std::ranges::find(names, name) == names.end()) names.push_back(std::move(name));
   }
-  const auto more = finding.elsewhereCount - static_cast<std::int64_t>(names.size());
+  const auto more = finding.elsewhereCount - std::ssize(finding.elsewhere);
   std::string text = fmt::format("{}", fmt::join(names, ", "));
   return more > 0 ? text + fmt::format(" and {} more", more) : text;
 }
@@ -159,6 +161,8 @@ std::string elementSentence(const Finding& finding) {
     case Reason::InNil: return "may not stand in an element that is nil";
     case Reason::NotDeclared:
       return "the wildcard here demands a global element, and the model has none of this name";
+    case Reason::AbstractType:
+      return "is abstract: an element that may stand in its place must come instead";
     case Reason::NotAField: return "is no field: a tag number with '=' and a value must stand here";
     case Reason::TooLong: return fmt::format("is too long: at most {} bytes", finding.atMost);
     case Reason::NoDelimiter: return "has no delimiter: each field must end with 0x01, '|' or ^A";
@@ -205,7 +209,11 @@ std::string nilSentence(const Finding& finding) {
   switch (finding.verdict.reason) {
     case Reason::NotNillable: return "may not be nil, and may not say whether it is";
     case Reason::WrongForm: return "xsi:nil must be true or false: " + value;
-    default: return "is nil, but has text: " + value;
+    case Reason::NotFixedValue:
+      return "may not be nil: its value is fixed to '" + valuesOf(finding) + "'";
+    default:
+      return finding.value.empty() ? "is nil, but has white space"
+                                   : "is nil, but has text: " + value;
   }
 }
 
@@ -268,9 +276,15 @@ std::string expectedList(const std::vector<Expected>& expected) {
   return listOf(expected, nameOwed) + (isOwed ? "" : ", or the end");
 }
 
+// A group in a group of nothing else has the same text, and is told again only for its occurrence.
 std::string textOf(const std::vector<cpi::GroupStep>& groups) {
   std::string text;
-  for (const cpi::GroupStep& group : groups) {
+  std::string_view last;
+  for (std::size_t i = 0; i < groups.size(); ++i) {
+    const cpi::GroupStep& group = groups[i];
+    const bool isNextSame = i + 1 < groups.size() && groups[i + 1].text == group.text;
+    if (group.occurrence == 1 && (isNextSame || last == group.text)) continue;
+    last = group.text;
     if (!text.empty()) text += ' ';
     text += printable(group.text);
     if (group.occurrence > 1) text += fmt::format("[{}]", group.occurrence);
