@@ -125,6 +125,16 @@ TEST(WalkCheck, UnorderedContent) {
                  {{"<b/><c/><a/>", ""},
                   {"<c/><b/>", "incomplete /r -a =a"},
                   {"<b/><a/><b/>", "too-many /r/b[2] =c max 1"}});
+  expectFindings(rootOf("<xs:all>" + element("a") + "<xs:element ref='t:k'/>" +
+                        "<xs:element ref='t:h' minOccurs='0'/></xs:all>") +
+                     element("k") + element("l", "substitutionGroup='t:k'") + element("h") +
+                     element("i", "substitutionGroup='t:h'"),
+                 {{"<a/><l/>", ""},
+                  {"<i/><k/><a/>", ""},
+                  {"<a/><h/>", "incomplete /r -k|l =k|l"},
+                  {"<h/><i/><a/><k/>", "too-many /r/i =a|k|l max 1"},
+                  {"<l/><i/><a/><k/>", "too-many /r/k max 1"},
+                  {"<h/><a/><h/><k/>", "too-many /r/h[2] =k|l max 1"}});
 }
 
 // The second is what a search by name alone gets wrong: it takes the second a for a new repeat.
