@@ -292,12 +292,15 @@ TEST(WalkCheck, AttributesAndFixedValues) {
       rootOf("<xs:choice maxOccurs='unbounded'><xs:element name='a'><xs:complexType>"
              "<xs:attribute name='q' type='xs:int' use='required'/>"
              "<xs:attribute name='e'><xs:simpleType><xs:restriction base='xs:token'>"
-             "<xs:enumeration value='x'/></xs:restriction></xs:simpleType></xs:attribute>"
+             "<xs:enumeration value='x'/><xs:enumeration value='R&amp;D'/></xs:restriction>"
+             "</xs:simpleType></xs:attribute>"
              "<xs:attribute name='f' type='xs:string' fixed='1'/></xs:complexType></xs:element>"
              "<xs:element name='w'><xs:complexType>"
              "<xs:anyAttribute namespace='##other' processContents='lax'/></xs:complexType>"
              "</xs:element><xs:element name='v' type='xs:string' fixed='yes'/></xs:choice>"),
       {{"<a q='1' e=' x ' f='1'/><w o:z='1'/><v>yes</v><v/>", ""},
+       {"<a q='1' e='R&amp;D'/><a q='1' e='R&#38;D'/>", ""},
+       {"<a q='1' e='&lt;&amp;amp;'/>", "attribute /r/a@e '<&amp;'"},
        {"<a/>", "attribute /r/a@q"},
        {"<a q='one'/>", "attribute /r/a@q 'one'"},
        {"<a q='1' e='y' f='2'/>", "attribute /r/a@e 'y'; attribute /r/a@f '2'"},
