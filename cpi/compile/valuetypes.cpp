@@ -8,7 +8,9 @@
 #include <span>
 #include <xercesc/framework/psvi/XSComplexTypeDefinition.hpp>
 
+#include <xercesc/util/KVStringPair.hpp>
 #include <xercesc/validators/datatype/DatatypeValidator.hpp>
+#include <xercesc/validators/schema/SchemaSymbols.hpp>
 
 #include "cpi/compile/xmltext.h"
 #include "cpi/extract/modelconventions.h"
@@ -139,18 +141,17 @@ void addFacets(std::u16string& text, XSSimpleTypeDefinition& type, std::span<con
 }
 
 // The patterns of one derivation are alternatives; those of all derivations hold. The patterns of
-// built-in types say nothing that their logical type does not.
+// built-in types say nothing that their logical type does not. The processor's list of them is
+// split at each '|', so they are taken as it joined them.
 void addPatterns(std::u16string& text, XSSimpleTypeDefinition& first) {
   XSTypeDefinition* type = &first;
   while (type != nullptr && !isBuiltIn(*type) &&
          type->getTypeCategory() == XSTypeDefinition::SIMPLE_TYPE) {
-    auto* const patterns = static_cast<XSSimpleTypeDefinition*>(type)->getLexicalPattern();
-    std::u16string alternatives;
-    for (XMLSize_t i = 0; patterns != nullptr && i < patterns->size(); ++i) {
-      if (i > 0) alternatives += u'|';
-      alternatives += viewOf(patterns->elementAt(i));
-    }
-    if (!alternatives.empty()) addFacet(text, u"pattern", alternatives);
+    const auto* const own = static_cast<XSSimpleTypeDefinition*>(type)->getDatatypeValidator();
+    const auto* const facets = own == nullptr ? nullptr : own->getFacets();
+    const auto* const pattern =
+        facets == nullptr ? nullptr : facets->get(xercesc::SchemaSymbols::fgELT_PATTERN);
+    if (pattern != nullptr) addFacet(text, u"pattern", viewOf(pattern->getValue()));
     type = type->getBaseType();
   }
 }
@@ -206,11 +207,15 @@ ValueRow constantOf(std::u16string_view lexical, std::int32_t logicalType) {
   }
 }
 
+// Behind each qualified name the processor keeps its namespace.
 std::vector<ValueRow> enumerationOf(XSSimpleTypeDefinition& type) {
   std::vector<ValueRow> values;
   xercesc::StringList* const texts = type.getLexicalEnumeration();
   const std::int32_t logicalType = logicalTypeOf(type);
-  for (XMLSize_t i = 0; texts != nullptr && i < texts->size(); ++i) {
+  const auto* const validator = type.getDatatypeValidator();
+  const bool isOfNames =
+      validator != nullptr && validator->getType() == xercesc::DatatypeValidator::QName;
+  for (XMLSize_t i = 0; texts != nullptr && i < texts->size(); i += isOfNames ? 2 : 1) {
     values.push_back(constantOf(viewOf(texts->elementAt(i)), logicalType));
   }
   return values;

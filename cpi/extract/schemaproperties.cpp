@@ -114,6 +114,19 @@ void SchemaProperties::readItemLimits(std::int32_t typeIndex, SchemaParts& parts
   });
 }
 
+std::u16string_view SchemaProperties::builtInBaseOf(std::int32_t typeIndex) const {
+  std::int32_t row = typeIndex;
+  for (int step = 0; step < kMaxBases; ++step) {
+    const SMD_TYPE_DEFINITION* const type = dictionary_->types().find(row);
+    if (type == nullptr) break;
+    if (dictionary_->namespaceText(type->NamespaceIndex) == kSchemaNamespace) {
+      return textView(type->Identifier);
+    }
+    row = dictionary_->getTypeDefIndex(type->BaseTypeId);
+  }
+  return {};
+}
+
 std::optional<DerivationMethods> SchemaProperties::derivation(std::int32_t typeIndex,
                                                               std::int32_t fromIndex) const {
   const auto& types = dictionary_->types();

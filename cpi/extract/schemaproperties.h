@@ -54,6 +54,8 @@ class SchemaProperties {
   // Of a type that is a list or union, or derived from one. Nothing for others, and when a part of
   // it is no row or it has more than 256.
   std::optional<SchemaParts> partsOf(std::int32_t typeIndex) const;
+  // The name of the built-in type that the type in a row is, or is restricted from; empty: none.
+  std::u16string_view builtInBaseOf(std::int32_t typeIndex) const;
   // Whether the dictionary tells how its types are derived at all.
   bool hasDerivations() const noexcept { return derivation_ != nullptr; }
   // How the type in one row is derived from that in another; nothing when it is not. A type is

@@ -7,7 +7,6 @@
 #include <utility>
 
 #include "cpi/extract/modelconventions.h"
-#include "cpi/walk/valueform.h"
 
 namespace cpi {
 namespace {
@@ -46,18 +45,16 @@ std::string_view FacetCheck::firstFault(std::int32_t typeIndex, std::string_view
                                         std::string_view collapsed) {
   if (!isNeeded(typeIndex)) return {};
   Facets& facets = facetsOf(typeIndex);
-  const std::string_view limit = firstLimit(facets, typeIndex, collapsed);
+  const std::string_view limit = firstLimit(facets, collapsed);
   return limit.empty() ? firstPattern(facets, value, collapsed) : limit;
 }
 
-std::string_view FacetCheck::firstLimit(const Facets& facets, std::int32_t typeIndex,
-                                        std::string_view collapsed) const {
+std::string_view FacetCheck::firstLimit(const Facets& facets, std::string_view collapsed) {
   if (facets.limits.empty()) return {};
-  const std::int32_t logicalType = model_.dictionary().types().row(typeIndex).LogicalType;
   std::string number(collapsed);
-  if (isDecimal(logicalType) && !canonicalDecimal(collapsed, false, number)) return {};
+  if (isDecimal(facets.logicalType) && !canonicalDecimal(collapsed, false, number)) return {};
   for (const Limit& limit : facets.limits) {
-    if (!isKept(limit, logicalType, number)) return limit.text;
+    if (!isKept(limit, facets, number)) return limit.text;
   }
   return {};
 }
@@ -76,13 +73,16 @@ std::string_view FacetCheck::firstPattern(Facets& facets, std::string_view value
 FacetCheck::Facets& FacetCheck::facetsOf(std::int32_t typeIndex) {
   const auto [entry, isNew] = facets_.try_emplace(typeIndex);
   if (!isNew) return entry->second;
-  const std::int32_t logicalType = model_.dictionary().types().row(typeIndex).LogicalType;
   Facets& facets = entry->second;
+  facets.logicalType = model_.dictionary().types().row(typeIndex).LogicalType;
+  if (facets.logicalType == LTFloat) {
+    facets.form = formOf(model_.properties().builtInBaseOf(typeIndex));
+  }
   forEachFacet(model_.properties().facetsOf(typeIndex),
                [&](std::u16string_view name, std::u16string_view value) {
                  if (facets.limits.size() + facets.patterns.size() >= kMaxFacets) return;
                  if (name == kPatternFacet) addPattern(value, facets);
-                 else addLimit(name, toUtf8(value), logicalType, facets);
+                 else addLimit(name, toUtf8(value), facets);
                });
   return facets;
 }
@@ -93,24 +93,24 @@ void FacetCheck::addPattern(std::u16string_view text, Facets& facets) {
     facets.patterns.push_back({std::move(pattern), "pattern " + toUtf8(text)});
 }
 
-void FacetCheck::addLimit(std::u16string_view name, const std::string& text,
-                          std::int32_t logicalType, Facets& facets) {
+void FacetCheck::addLimit(std::u16string_view name, const std::string& text, Facets& facets) {
   const auto bound = std::ranges::find(kBounds, name);
   if (bound == std::end(kBounds)) return;
   Limit limit{static_cast<Bound>(bound - std::begin(kBounds)), text, toUtf8(name) + " " + text};
-  const bool isNumber = isDecimal(logicalType) ? canonicalDecimal(text, false, limit.value)
-                                               : logicalType == LTFloat && floatOf(text);
+  const bool isNumber = isDecimal(facets.logicalType)
+                            ? canonicalDecimal(text, false, limit.value)
+                            : facets.logicalType == LTFloat && floatOf(text, facets.form);
   if (isNumber) facets.limits.push_back(std::move(limit));
 }
 
 // What cannot be compared, as a date or what is no number, keeps all limits.
-bool FacetCheck::isKept(const Limit& limit, std::int32_t logicalType, const std::string& number) {
+bool FacetCheck::isKept(const Limit& limit, const Facets& facets, const std::string& number) {
   if (limit.bound == Bound::TotalDigits || limit.bound == Bound::FractionDigits) {
     const std::int64_t digits =
         limit.bound == Bound::TotalDigits ? totalDigits(number) : fractionDigits(number);
     return compareDecimals(std::to_string(digits), limit.value) <= 0;
   }
-  const std::optional<int> order = orderOf(number, limit.value, logicalType);
+  const std::optional<int> order = orderOf(number, limit.value, facets);
   if (!order) return true;
   switch (limit.bound) {
     case Bound::MinInclusive: return *order >= 0;
@@ -121,10 +121,10 @@ bool FacetCheck::isKept(const Limit& limit, std::int32_t logicalType, const std:
 }
 
 std::optional<int> FacetCheck::orderOf(std::string_view left, std::string_view right,
-                                       std::int32_t logicalType) {
-  if (logicalType != LTFloat) return compareDecimals(left, right);
-  const std::optional<double> first = floatOf(left);
-  const std::optional<double> second = floatOf(right);
+                                       const Facets& facets) {
+  if (facets.logicalType != LTFloat) return compareDecimals(left, right);
+  const std::optional<double> first = floatOf(left, facets.form);
+  const std::optional<double> second = floatOf(right, facets.form);
   if (!first || !second || std::isnan(*first) || std::isnan(*second)) return std::nullopt;
   return *first < *second ? -1 : *first > *second ? 1 : 0;
 }

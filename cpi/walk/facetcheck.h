@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "cpi/extract/schemapattern.h"
+#include "cpi/walk/valueform.h"
 #include "cpi/walk/walkmodel.h"
 
 namespace cpi {
@@ -49,21 +50,21 @@ class FacetCheck {
     std::string text;
   };
   struct Facets {
+    std::int32_t logicalType = 0;
+    ValueForm form = ValueForm::Plain;
     std::vector<Limit> limits;
     std::vector<Pattern> patterns;
   };
 
-  std::string_view firstLimit(const Facets& facets, std::int32_t typeIndex,
-                              std::string_view collapsed) const;
+  static std::string_view firstLimit(const Facets& facets, std::string_view collapsed);
   static std::string_view firstPattern(Facets& facets, std::string_view value,
                                        std::string_view collapsed);
   Facets& facetsOf(std::int32_t typeIndex);
   static void addPattern(std::u16string_view text, Facets& facets);
-  static void addLimit(std::u16string_view name, const std::string& text, std::int32_t logicalType,
-                       Facets& facets);
-  static bool isKept(const Limit& limit, std::int32_t logicalType, const std::string& number);
+  static void addLimit(std::u16string_view name, const std::string& text, Facets& facets);
+  static bool isKept(const Limit& limit, const Facets& facets, const std::string& number);
   static std::optional<int> orderOf(std::string_view left, std::string_view right,
-                                    std::int32_t logicalType);
+                                    const Facets& facets);
 
   const WalkModel& model_;
   std::unordered_map<std::int32_t, Facets> facets_;  // by Types row

@@ -18,7 +18,7 @@ FixWalk::FixWalk(const FixModel& model, bool isChecking)
       at_(model.dictionary()),
       levels_(kSectionCount),
       seen_(static_cast<std::size_t>(model.dictionary().typeMembers().rowCount())),
-      balance_(static_cast<std::size_t>(model.dictionary().tags().rowCount())) {}
+      balance_(static_cast<std::size_t>(model.dictionary().tags().rowCount()) + 1) {}
 FixWalk::~FixWalk() = default;
 
 // A field in the midst of a level that needs no search, as most are. False: it is left to place().

@@ -80,8 +80,9 @@ bool FixWalk::belongsToStray(const FixField& field) const {
   return false;
 }
 
+// What a dictionary names but does not have shares the last balance.
 std::int32_t& FixWalk::balanceOf(std::int32_t row) {
-  Seen& balance = balance_[static_cast<std::size_t>(row)];
+  Seen& balance = balance_[std::min(static_cast<std::size_t>(row), balance_.size() - 1)];
   if (balance.stamp != messageStamp_) balance = {messageStamp_, 0};
   return balance.count;
 }

@@ -383,9 +383,11 @@ Reason ModelWalk::refusalUnder(const OpenElement& parent) const {
 
 inline void ModelWalk::countUnordered(const Cursor& at, const OpenElement& parent,
                                       Verdict& verdict) {
-  if (!hasUnordered_ || !at.isInUnorderedType()) return;
-  verdict.occurrence = counter_.count(parent.number, verdict.memberIndex);
-  verdict.kind = kindOfRepeat(*at.getMemberDef(), verdict.occurrence - 1);
+  const std::int32_t member = hasUnordered_ ? at.unorderedMember() : kNone;
+  if (member < 0) return;
+  verdict.occurrence = counter_.count(parent.number, member);
+  verdict.kind =
+      kindOfRepeat(model_->dictionary().typeMembers().row(member), verdict.occurrence - 1);
 }
 
 // False when the iterator stands on no member.

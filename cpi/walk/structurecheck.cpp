@@ -249,10 +249,16 @@ bool StructureCheck::isExhausted(const Scope& scope, const ElementName& name) {
     fault_.groups = groupsOf(model_.content(), beyond);
     return true;
   }
-  const bool isOneMore = (!last.empty() && last.back().memberIndex == found_.back().memberIndex) ||
-                         counter_.countedFor(scope.number, found_.back().memberIndex) > 0;
-  fault_.atMost = isOneMore ? model_.content().member(found_.back().memberIndex).MaxOccurs : kNone;
-  return isOneMore;
+  // In any order it may have come anywhere before, or a substitute for it.
+  const auto counted = std::ranges::find_if(found_, [&](const ContentStep& step) {
+    return counter_.countedFor(scope.number, step.memberIndex) > 0;
+  });
+  const bool isLast = !last.empty() && last.back().memberIndex == found_.back().memberIndex;
+  if (!isLast && counted == found_.end()) fault_.atMost = kNone;
+  else
+    fault_.atMost =
+        model_.content().member((isLast ? found_.back() : *counted).memberIndex).MaxOccurs;
+  return fault_.atMost != kNone;
 }
 
 StructureCheck::Outcome StructureCheck::judgeUnknown(const Scope& scope, const ElementName& name) {

@@ -5,14 +5,11 @@
 
 #include "cpi/dictinfo/stddi/stddictionaryiterator.h"
 #include "cpi/extract/modelconventions.h"
-#include "cpi/walk/valueform.h"
 
 namespace cpi {
 namespace {
 
 constexpr std::size_t kMaxShownValues = 20;
-// Types derive from one another through fewer steps than these.
-constexpr int kMaxBases = 64;
 // Sets may overlap, so that a small dictionary has very many values in all; start over then.
 constexpr std::size_t kMaxKeptValues = 1'000'000;
 // The same of lists and unions that derive from one another; those behind are let pass.
@@ -49,6 +46,12 @@ void forEachValue(const StdDictionaryInfo& dictionary, std::int32_t first, Visit
 
 ValueCheck::ValueCheck(const WalkModel& model)
     : model_(model), dictionary_(model.dictionary()), facets_(model) {
+  forms_.resize(static_cast<std::size_t>(dictionary_.types().rowCount()));
+  for (std::int32_t row = 0; row < dictionary_.types().rowCount(); ++row) {
+    const std::int32_t logicalType = dictionary_.types().row(row).LogicalType;
+    if (logicalType != LTString && logicalType != LTFloat) continue;
+    forms_[static_cast<std::size_t>(row)] = formOf(model.properties().builtInBaseOf(row));
+  }
   if (!model.properties().hasDerivations()) return;
   std::size_t partCount = 0;
   for (std::int32_t row = 0; row < dictionary_.types().rowCount(); ++row) {
@@ -75,6 +78,7 @@ bool ValueCheck::hasOneForm(std::int32_t typeIndex) const {
   const Parts* const parts = partsOf(typeIndex);
   return parts == nullptr || std::ranges::all_of(parts->types, [&](const Part& part) {
            return dictionary_.types().row(part.typeIndex).LogicalType == LTString &&
+                  formOfType(part.typeIndex) == ValueForm::Plain &&
                   partsOf(part.typeIndex) == nullptr;
          });
 }
@@ -85,8 +89,8 @@ bool ValueCheck::isNeeded(std::int32_t tagIndex) {
   const std::int32_t logicalType = logicalTypeOf(*tag);
   if (logicalType < 1 || logicalType >= kFirstWildcardLogicalType) return false;
   return tag->ValueSetTableIndex >= 0 || tag->MinLength > 0 || tag->MaxLength >= 0 ||
-         isNumeric(logicalType) || partsOf(tag->ToTypeIndexField) != nullptr ||
-         facets_.isNeeded(tag->ToTypeIndexField) ||
+         isNumeric(logicalType) || formOfType(tag->ToTypeIndexField) != ValueForm::Plain ||
+         partsOf(tag->ToTypeIndexField) != nullptr || facets_.isNeeded(tag->ToTypeIndexField) ||
          model_.properties().controlOfTag(tagIndex).isFixed;
 }
 
@@ -136,8 +140,8 @@ Reason ValueCheck::judgePart(const Part& part, std::string_view value, int depth
     reason = judgeWhole(dictionary_.tags().row(part.tagIndex), part.tagIndex, value);
   } else {
     collapse(value, collapsed_);
-    const bool isForm =
-        makeKey(dictionary_.types().row(part.typeIndex).LogicalType, collapsed_, key_);
+    const bool isForm = makeKey(dictionary_.types().row(part.typeIndex).LogicalType,
+                                formOfType(part.typeIndex), collapsed_, key_);
     reason = isForm ? judgeFacets(part.typeIndex, value) : Reason::WrongForm;
   }
   return reason == Reason::None ? judgeParts(part.typeIndex, value, depth + 1) : reason;
@@ -147,8 +151,10 @@ Reason ValueCheck::judgeWhole(const SMD_TAG_DEFINITION& tag, std::int32_t tagInd
                               std::string_view value) {
   const std::int32_t logicalType = logicalTypeOf(tag);
   collapse(value, collapsed_);
-  if (!makeKey(logicalType, collapsed_, key_)) return Reason::WrongForm;
-  if (tag.ValueSetTableIndex >= 0 && !isInSet(tagIndex, logicalType, value) &&
+  const ValueForm form = formOfType(tag.ToTypeIndexField);
+  if (!makeKey(logicalType, form, collapsed_, key_)) return Reason::WrongForm;
+  if (form == ValueForm::Name) return judgeFacets(tag.ToTypeIndexField, value);
+  if (tag.ValueSetTableIndex >= 0 && !isInSet(tag, logicalType, value) &&
       hasOneForm(tag.ToTypeIndexField)) {
     return Reason::NotInValueSet;
   }
@@ -163,7 +169,6 @@ Reason ValueCheck::judgeWhole(const SMD_TAG_DEFINITION& tag, std::int32_t tagInd
 Reason ValueCheck::judgeLength(const SMD_TAG_DEFINITION& tag, std::string_view value) const {
   if (tag.MinLength <= 0 && tag.MaxLength < 0) return Reason::None;
   const std::int64_t longest = lengthOf(tag, value);
-  if (longest < 0) return Reason::None;
   if (longest < tag.MinLength) return Reason::TooShort;
   const bool isTooLong = tag.MaxLength >= 0 && lengthOf(tag, collapsed_) > tag.MaxLength;
   return isTooLong ? Reason::TooLong : Reason::None;
@@ -211,18 +216,26 @@ bool ValueCheck::isFixedValue(const SMD_TAG_DEFINITION& tag, std::int32_t logica
   std::string collapsed;
   std::string key;
   collapse(*text, collapsed);
-  return !makeKey(logicalType, collapsed, key) || key == key_;
+  return !makeKey(logicalType, formOfType(tag.ToTypeIndexField), collapsed, key) || key == key_;
 }
 
-bool ValueCheck::isInSet(std::int32_t tagIndex, std::int32_t logicalType, std::string_view value) {
-  const ValueSet& set = setOf(tagIndex, logicalType);
+ValueForm ValueCheck::formOfType(std::int32_t typeIndex) const {
+  return dictionary_.types().contains(typeIndex) ? forms_[static_cast<std::size_t>(typeIndex)]
+                                                 : ValueForm::Plain;
+}
+
+bool ValueCheck::isInSet(const SMD_TAG_DEFINITION& tag, std::int32_t logicalType,
+                         std::string_view value) {
+  const ValueSet& set = setOf(tag, logicalType);
   if (!set.isJudged || set.keys.contains(key_)) return true;
   return logicalType == LTString && set.keys.contains(value);
 }
 
-const ValueCheck::ValueSet& ValueCheck::setOf(std::int32_t tagIndex, std::int32_t logicalType) {
-  const std::int32_t first = dictionary_.tags().row(tagIndex).ValueSetTableIndex;
-  if (const auto known = sets_.find({first, logicalType}); known != sets_.end()) {
+const ValueCheck::ValueSet& ValueCheck::setOf(const SMD_TAG_DEFINITION& tag,
+                                              std::int32_t logicalType) {
+  const std::int32_t first = tag.ValueSetTableIndex;
+  const ValueForm form = formOfType(tag.ToTypeIndexField);
+  if (const auto known = sets_.find({first, logicalType, form}); known != sets_.end()) {
     return known->second;
   }
   if (valueCount_ > kMaxKeptValues) {
@@ -235,36 +248,22 @@ const ValueCheck::ValueSet& ValueCheck::setOf(std::int32_t tagIndex, std::int32_
     std::string collapsed;
     std::string key;
     if (text) collapse(*text, collapsed);
-    set.isJudged = text && makeKey(logicalType, collapsed, key);
+    set.isJudged = text && makeKey(logicalType, form, collapsed, key);
     if (logicalType == LTString && text) set.keys.insert(*text);
     set.keys.insert(std::move(key));
     return set.isJudged;
   });
   valueCount_ += set.keys.size();
-  return sets_.emplace(std::pair(first, logicalType), std::move(set)).first->second;
+  return sets_.emplace(std::tuple(first, logicalType, form), std::move(set)).first->second;
 }
 
-// In the units of the type's length limits; -1 when these say nothing of the text.
+// In the units of the type's length limits.
 std::int64_t ValueCheck::lengthOf(const SMD_TAG_DEFINITION& tag, std::string_view value) const {
-  const std::u16string_view base = builtInBase(tag);
-  if (base == u"QName" || base == u"NOTATION") return -1;
-  if (base != u"hexBinary" && base != u"base64Binary") return characters(value);
+  const ValueForm form = formOfType(tag.ToTypeIndexField);
+  if (form != ValueForm::Hex && form != ValueForm::Base64) return characters(value);
   const std::int64_t digits = std::count_if(
       value.begin(), value.end(), [](char unit) { return !isSpace(unit) && unit != '='; });
-  return base == u"hexBinary" ? digits / 2 : digits * 3 / 4;
-}
-
-std::u16string_view ValueCheck::builtInBase(const SMD_TAG_DEFINITION& tag) const {
-  std::int32_t row = tag.ToTypeIndexField;
-  for (int step = 0; step < kMaxBases; ++step) {
-    const SMD_TYPE_DEFINITION* const type = dictionary_.types().find(row);
-    if (type == nullptr) break;
-    if (dictionary_.namespaceText(type->NamespaceIndex) == kSchemaNamespace) {
-      return textView(type->Identifier);
-    }
-    row = dictionary_.getTypeDefIndex(type->BaseTypeId);
-  }
-  return {};
+  return form == ValueForm::Hex ? digits / 2 : digits * 3 / 4;
 }
 
 }  // namespace cpi

@@ -4,7 +4,7 @@
 //
 // How white space counts in a value is not looked up, so a value is refused only when it is wrong
 // both as it stands and with its white space collapsed. Sets of dates, times and durations,
-// and lengths of qualified names, are not judged.
+// and sets, fixed values and lengths of qualified names, are not judged.
 //
 // Thread rule: used by one thread at a time; what it has prepared of a value set is kept.
 #ifndef CPI_WALK_VALUECHECK_H
@@ -16,13 +16,14 @@
 #include <map>
 #include <string>
 #include <string_view>
+#include <tuple>
 #include <unordered_map>
 #include <unordered_set>
-#include <utility>
 #include <vector>
 
 #include "cpi/dictinfo/stddi/stddictionaryinfo.h"
 #include "cpi/walk/facetcheck.h"
+#include "cpi/walk/valueform.h"
 #include "cpi/walk/verdict.h"
 #include "cpi/walk/walkmodel.h"
 
@@ -74,18 +75,19 @@ class ValueCheck {
   bool hasOneForm(std::int32_t typeIndex) const;
   Reason judgeItems(const Parts& list, std::string_view value, int depth);
   std::int32_t logicalTypeOf(const SMD_TAG_DEFINITION& tag) const;
+  ValueForm formOfType(std::int32_t typeIndex) const;
   bool isFixedValue(const SMD_TAG_DEFINITION& tag, std::int32_t logicalType) const;
-  bool isInSet(std::int32_t tagIndex, std::int32_t logicalType, std::string_view value);
-  const ValueSet& setOf(std::int32_t tagIndex, std::int32_t logicalType);
+  bool isInSet(const SMD_TAG_DEFINITION& tag, std::int32_t logicalType, std::string_view value);
+  const ValueSet& setOf(const SMD_TAG_DEFINITION& tag, std::int32_t logicalType);
   std::int64_t lengthOf(const SMD_TAG_DEFINITION& tag, std::string_view value) const;
-  std::u16string_view builtInBase(const SMD_TAG_DEFINITION& tag) const;
 
   const WalkModel& model_;
   const StdDictionaryInfo& dictionary_;
-  // By first row of the set and logical type of the values.
-  std::map<std::pair<std::int32_t, std::int32_t>, ValueSet> sets_;
+  // By first row of the set, and logical type and form of the values.
+  std::map<std::tuple<std::int32_t, std::int32_t, ValueForm>, ValueSet> sets_;
   std::size_t valueCount_ = 0;                     // of all sets
   std::unordered_map<std::int32_t, Parts> parts_;  // by Types row
+  std::vector<ValueForm> forms_;                   // the same; only of texts and floating numbers
   std::size_t budget_ = 0;  // bytes that may still be looked at for one value
   FacetCheck facets_;
   std::string facet_;  // that the last value was not of

@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <cstdlib>
+#include <iterator>
 #include <limits>
 
 #include "cpi/dictinfo/stddi/records.h"
@@ -18,6 +20,38 @@ bool takeDigits(std::string_view& text, std::string_view& digits) {
   digits = text.substr(0, static_cast<std::size_t>(end - text.begin()));
   text.remove_prefix(digits.size());
   return !digits.empty();
+}
+
+bool isHexDigit(char unit) { return (unit >= '0' && unit <= '9') || (unit >= 'a' && unit <= 'f'); }
+
+bool makeHexKey(std::string_view text, std::string& key) {
+  key.clear();
+  std::ranges::transform(text, std::back_inserter(key), [](char unit) {
+    return unit >= 'A' && unit <= 'F' ? static_cast<char>(unit - 'A' + 'a') : unit;
+  });
+  return key.size() % 2 == 0 && std::ranges::all_of(key, isHexDigit);
+}
+
+// Bits of the last digit that belong to no byte are 0.
+bool makeBase64Key(std::string_view text, std::string& key) {
+  constexpr std::string_view kDigits =
+      "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+  key.clear();
+  std::ranges::copy_if(text, std::back_inserter(key), [](char unit) { return unit != ' '; });
+  const std::size_t count = std::min(key.find('='), key.size());
+  const std::size_t padding = key.size() - count;
+  const bool isDigits =
+      std::string_view(key).substr(0, count).find_first_not_of(kDigits) == key.npos;
+  const bool isPadded = key.find_first_not_of('=', count) == key.npos && padding <= 2;
+  if (key.size() % 4 != 0 || !isDigits || !isPadded) return false;
+  return padding == 0 || kDigits.find(key[count - 1]) % (padding == 1 ? 4 : 16) == 0;
+}
+
+bool makeTextKey(ValueForm form, std::string_view collapsed, std::string& key) {
+  if (form == ValueForm::Hex) return makeHexKey(collapsed, key);
+  if (form == ValueForm::Base64) return makeBase64Key(collapsed, key);
+  key = collapsed;
+  return true;
 }
 
 }  // namespace
@@ -72,7 +106,14 @@ int compareDecimals(std::string_view left, std::string_view right) {
   return isNegative ? -order : order;
 }
 
-std::optional<double> floatOf(std::string_view text) {
+ValueForm formOf(std::u16string_view builtIn) noexcept {
+  if (builtIn == u"QName" || builtIn == u"NOTATION") return ValueForm::Name;
+  if (builtIn == u"hexBinary") return ValueForm::Hex;
+  if (builtIn == u"base64Binary") return ValueForm::Base64;
+  return builtIn == u"float" ? ValueForm::Single : ValueForm::Plain;
+}
+
+std::optional<double> floatOf(std::string_view text, ValueForm form) {
   if (text == "INF") return std::numeric_limits<double>::infinity();
   if (text == "-INF") return -std::numeric_limits<double>::infinity();
   if (text == "NaN") return std::numeric_limits<double>::quiet_NaN();
@@ -81,14 +122,19 @@ std::optional<double> floatOf(std::string_view text) {
   double value = 0;
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
   if (end != text.data() + text.size() || error == std::errc::invalid_argument) return std::nullopt;
-  return value;
+  if (error == std::errc::result_out_of_range)
+    value = std::strtod(std::string(text).c_str(), nullptr);
+  return form == ValueForm::Single ? static_cast<double>(static_cast<float>(value)) : value;
 }
 
 std::string floatText(double value) {
-  return std::isnan(value) ? "NaN" : fmt::format("{:.9g}", value);
+  if (std::isnan(value)) return "NaN";
+  if (std::isinf(value)) return value < 0 ? "-INF" : "INF";
+  return fmt::format("{}", value == 0 ? 0 : value);
 }
 
-bool makeKey(std::int32_t logicalType, std::string_view collapsed, std::string& key) {
+bool makeKey(std::int32_t logicalType, ValueForm form, std::string_view collapsed,
+             std::string& key) {
   switch (logicalType) {
     case LTInteger: return canonicalDecimal(collapsed, true, key);
     case LTDecimal: return canonicalDecimal(collapsed, false, key);
@@ -98,11 +144,11 @@ bool makeKey(std::int32_t logicalType, std::string_view collapsed, std::string& 
       return isTrue || collapsed == "false" || collapsed == "0";
     }
     case LTFloat: {
-      const std::optional<double> value = floatOf(collapsed);
+      const std::optional<double> value = floatOf(collapsed, form);
       if (value) key = floatText(*value);
       return value.has_value();
     }
-    default: key = collapsed; return true;
+    default: return makeTextKey(form, collapsed, key);
   }
 }
 

@@ -7,17 +7,27 @@ bool WalkCursor::isMemberWithinLimit() const {
   return member != nullptr && (member->MaxOccurs < 0 || getRepeatIndex() < member->MaxOccurs);
 }
 
-bool WalkCursor::isInUnorderedType() const {
-  if (positionStack.size() < 2) return false;
-  const auto parent = positionStack.rbegin() + 1;
+bool WalkCursor::isOneOfChoice() const {
+  const SMD_TYPE_DEFINITION* const parent =
+      getDictionaryInfo()->types().find((positionStack.rbegin() + 1)->typeIndex);
+  return parent != nullptr && parent->Composition == TYPE_CHOICE && getMemberDef() != nullptr &&
+         getMemberDef()->MaxOccurs == 1;
+}
+
+std::int32_t WalkCursor::unorderedMember() const {
+  if (positionStack.size() < 2) return kNone;
+  auto at = positionStack.rbegin();
+  if (isGroup(*(at + 1)) && isOneOfChoice()) ++at;
+  const auto parent = at + 1;
   const auto& types = getDictionaryInfo()->types();
-  if (!types.contains(parent->typeIndex)) return false;
+  if (!types.contains(parent->typeIndex)) return kNone;
   const std::int32_t composition = types.records()[parent->typeIndex].Composition;
-  if (composition != TYPE_UNORDERED && composition != TYPE_ALL) return false;
-  if (!isGroup(*parent)) return true;
+  if (composition != TYPE_UNORDERED && composition != TYPE_ALL) return kNone;
+  if (!isGroup(*parent)) return at->memberIndex;
   const SMD_STRUCTURE_ELEMENT_DEFINITION* const group =
       getDictionaryInfo()->typeMembers().find(parent->memberIndex);
-  return group != nullptr && group->MaxOccurs == 1 && !isGroup(*(parent + 1));
+  const bool isOnce = group != nullptr && group->MaxOccurs == 1 && !isGroup(*(parent + 1));
+  return isOnce ? at->memberIndex : kNone;
 }
 
 void WalkCursor::readPath(std::size_t height, ContentPath& path) const {

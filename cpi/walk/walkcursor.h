@@ -22,10 +22,11 @@ class WalkCursor : public StdDictionaryIterator {
   const DictionaryPosition& position() const noexcept { return positionStack.back(); }
   // Whether it stands on a member that is within its limit.
   bool isMemberWithinLimit() const;
-  // Whether the occurrences of the current element, a member, may be scattered over the enclosing
-  // element: it is a member of an unordered type, which is the element's own or that of a group
-  // that occurs once.
-  bool isInUnorderedType() const;
+  // The member whose occurrences may be scattered over the enclosing element and have risen by the
+  // current element, a member; kNone when there is none. It is the element's own or that of a
+  // choice around it, as that of a head and its substitutes: a member of an unordered type, which
+  // is the enclosing element's or that of a group that occurs once.
+  std::int32_t unorderedMember() const;
 
   // Identifies an element as long as it is open: what stands behind it leads to a child.
   std::size_t height() const noexcept { return positionStack.size(); }
@@ -36,6 +37,7 @@ class WalkCursor : public StdDictionaryIterator {
   void standAt(std::size_t height, ContentSearch::Path path);
 
  private:
+  bool isOneOfChoice() const;
   static bool isGroup(const DictionaryPosition& position) {
     return position.memberIndex >= 0 && position.tagIndex == kNone;
   }

@@ -10,6 +10,7 @@
 #include <span>
 
 #include "cpi/walk/xmlposition.h"
+#include "cpi/walk/xmlreferences.h"
 
 namespace cpi {
 namespace {
@@ -137,6 +138,7 @@ class XmlEventParser::Context {
                                      int type, int defaulted, const xmlChar* value,
                                      xmlEnumerationPtr values);
   static xmlEntityPtr onReference(void* parser, const xmlChar* name);
+  const xmlChar** replaced(void* parser, const xmlChar** attributes, int count);
   static void onExternalSubset(void* parser, const xmlChar* name, const xmlChar* publicId,
                                const xmlChar* systemId);
   static void onError(void* parser, xmlErrorPtr error);
@@ -181,6 +183,7 @@ class XmlEventParser::Context {
   const xmlChar* instance_ = nullptr;  // interned namespace of xsi:type
   const Read* read_ = nullptr;
   std::string_view unread_;  // of what it gave last
+  XmlReferences references_;
   std::exception_ptr pending_;
   bool isAtEnd_ = false;
   bool hasRoot_ = false;
@@ -294,6 +297,7 @@ void XmlEventParser::Context::onStart(void* parser, const xmlChar* local, const 
     if (++self.depth_ > kMaxXmlDepth) self.fail("elements are nested too deeply");
     if (attributeCount > kMaxAttributes) self.fail("a tag has too many attributes");
     if (self.parser_->nsNr / 2 > kMaxNamespaces) self.fail("too many namespaces are in scope");
+    attributes = self.replaced(parser, attributes, attributeCount);
     self.events_.startElement({charsOf(local), charsOf(uri), declarations, declarationCount,
                                self.typeAmong(attributes, attributeCount), attributes,
                                attributeCount});
@@ -361,6 +365,16 @@ xmlEntityPtr XmlEventParser::Context::onReference(void* parser, const xmlChar* n
   if (self.pending_ == nullptr) return entity;
   stop(static_cast<xmlParserCtxtPtr>(parser));  // it may be one between the first and the last
   return nullptr;
+}
+
+const xmlChar** XmlEventParser::Context::replaced(void* parser, const xmlChar** attributes,
+                                                  int count) {
+  return references_.replacedIn(attributes, count, [&](const std::string& name) {
+    const xmlEntityPtr entity = onReference(parser, bytesOf(name.c_str()));
+    if (pending_ != nullptr) std::rethrow_exception(pending_);
+    if (entity == nullptr || entity->content == nullptr) return std::string_view();
+    return std::string_view(charsOf(entity->content));
+  });
 }
 
 void XmlEventParser::Context::onExternalSubset(void* parser, const xmlChar*, const xmlChar*,

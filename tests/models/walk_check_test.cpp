@@ -156,6 +156,16 @@ TEST(WalkCheck, UnorderedContent) {
                  {{"<b/><c/><a/>", ""},
                   {"<c/><b/>", "incomplete /r -a =a"},
                   {"<b/><a/><b/>", "too-many /r/b[2] =c max 1"}});
+  expectFindings(rootOf("<xs:all>" + element("a") + "<xs:element ref='t:k'/>" +
+                        "<xs:element ref='t:h' minOccurs='0'/></xs:all>") +
+                     element("k") + element("l", "substitutionGroup='t:k'") + element("h") +
+                     element("i", "substitutionGroup='t:h'"),
+                 {{"<a/><l/>", ""},
+                  {"<i/><k/><a/>", ""},
+                  {"<a/><h/>", "incomplete /r -k|l =k|l"},
+                  {"<h/><i/><a/><k/>", "too-many /r/i =a|k|l max 1"},
+                  {"<l/><i/><a/><k/>", "too-many /r/k max 1"},
+                  {"<h/><a/><h/><k/>", "too-many /r/h[2] =k|l max 1"}});
 }
 
 // The second is what a search by name alone gets wrong: it takes the second a for a new repeat.
@@ -224,6 +234,28 @@ TEST(WalkCheck, Values) {
        {"<i>1.5</i><i/><t>yes</t>", "value /r/i '1.5'; value /r/i[2]; value /r/t 'yes'"}});
 }
 
+// Equal values may be written in several ways, and not all texts are values.
+TEST(WalkCheck, FormsOfValues) {
+  const auto set = [](const std::string& name, const std::string& base,
+                      const std::vector<std::string>& values) {
+    std::string text =
+        "<xs:element name='" + name + "'><xs:simpleType><xs:restriction base='xs:" + base + "'>";
+    for (const std::string& value : values) text += "<xs:enumeration value='" + value + "'/>";
+    return text + "</xs:restriction></xs:simpleType></xs:element>";
+  };
+  expectFindings(
+      rootOf("<xs:choice maxOccurs='unbounded'>" + set("h", "hexBinary", {"0aFF"}) +
+             set("b", "base64Binary", {"AAAA BBBB"}) + set("q", "QName", {"xs:a", "xs:b"}) +
+             set("f", "float", {"INF", "NaN", "0.1"}) + set("d", "double", {"1"}) +
+             "<xs:element name='x' type='xs:hexBinary'/><xs:element name='y' "
+             "type='xs:base64Binary'/></xs:choice>"),
+      {{"<h> 0Aff </h><b>AA AABB\nBB</b><q>o:a</q><f>INF</f><f>NaN</f><f>0.10000000001</f>", ""},
+       {"<x/><x>0g</x><x>012</x>", "value /r/x[2] '0g'; value /r/x[3] '012'"},
+       {"<y/><y>AA==</y><y>AAA</y><y>AB==</y>", "value /r/y[3] 'AAA'; value /r/y[4] 'AB=='"},
+       {"<h>0aFE</h><b>AAAA</b>", "value /r/h '0aFE'; value /r/b 'AAAA'"},
+       {"<f>2</f><d>1.00000000001</d>", "value /r/f '2'; value /r/d '1.00000000001'"}});
+}
+
 TEST(WalkCheck, Facets) {
   const auto type = [](const std::string& name, const std::string& base,
                        const std::string& facets) {
@@ -239,9 +271,12 @@ TEST(WalkCheck, Facets) {
              type("f", "double", "<xs:minExclusive value='0'/>") + "<xs:element name='b' " +
              "type='xs:byte'/>" +
              type("p", "token", "<xs:pattern value='[A-Z-[DF]]{2}'/><xs:pattern value='\\d'/>") +
-             type("q", "string", "<xs:pattern value='(x+x+)+y'/>") + "</xs:choice>"),
+             type("q", "string", "<xs:pattern value='(x+x+)+y'/>") +
+             type("e", "string", "<xs:pattern value='a||b|\\|'/>") +
+             type("s", "float", "<xs:maxInclusive value='1'/>") + "</xs:choice>"),
       {{"<i> +9 </i><i>-05</i><d>09.950</d><d>-12.34</d><f>INF</f><f>1e-9</f><b>-128</b>", ""},
-       {"<p> AZ </p><p>7</p><q>xxy</q>", ""},
+       {"<p> AZ </p><p>7</p><q>xxy</q><e/><e>|</e><s>1.00000000001</s>", ""},
+       {"<e>ab</e><s>1e39</s>", "value /r/e 'ab'; value /r/s '1e39'"},
        {"<i>-6</i><i>10</i>", "value /r/i '-6'; value /r/i[2] '10'"},
        {"<d>9.951</d><d>-1234.5</d><d>10</d>",
         "value /r/d '9.951'; value /r/d[2] '-1234.5'; value /r/d[3] '10'"},
@@ -313,12 +348,15 @@ TEST(WalkCheck, AttributesAndFixedValues) {
       rootOf("<xs:choice maxOccurs='unbounded'><xs:element name='a'><xs:complexType>"
              "<xs:attribute name='q' type='xs:int' use='required'/>"
              "<xs:attribute name='e'><xs:simpleType><xs:restriction base='xs:token'>"
-             "<xs:enumeration value='x'/></xs:restriction></xs:simpleType></xs:attribute>"
+             "<xs:enumeration value='x'/><xs:enumeration value='R&amp;D'/></xs:restriction>"
+             "</xs:simpleType></xs:attribute>"
              "<xs:attribute name='f' type='xs:string' fixed='1'/></xs:complexType></xs:element>"
              "<xs:element name='w'><xs:complexType>"
              "<xs:anyAttribute namespace='##other' processContents='lax'/></xs:complexType>"
              "</xs:element><xs:element name='v' type='xs:string' fixed='yes'/></xs:choice>"),
       {{"<a q='1' e=' x ' f='1'/><w o:z='1'/><v>yes</v><v/>", ""},
+       {"<a q='1' e='R&amp;D'/><a q='1' e='R&#38;D'/>", ""},
+       {"<a q='1' e='&lt;&amp;amp;'/>", "attribute /r/a@e '<&amp;'"},
        {"<a/>", "attribute /r/a@q"},
        {"<a q='one'/>", "attribute /r/a@q 'one'"},
        {"<a q='1' e='y' f='2'/>", "attribute /r/a@e 'y'; attribute /r/a@f '2'"},

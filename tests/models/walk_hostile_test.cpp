@@ -113,6 +113,11 @@ TEST(WalkHostile, EntityBombs) {
                    "\">]><r xmlns='urn:t'>" + repeated("&e;", 1'000) + "</r>")
                 .substr(0, 10),
             "message:1:");
+  EXPECT_NE(
+      walked("<!DOCTYPE r [<!ENTITY x '" + std::string(100'000, 'x') + "'><!ENTITY e '" +
+             repeated("&x;", 10) + "'>]><r xmlns='urn:t'>" + repeated("<a b='&e;'/>", 20) + "</r>")
+          .find("entities expand to too much"),
+      std::string::npos);
 }
 
 // The file is there and readable: had it been fetched, it would have shown.

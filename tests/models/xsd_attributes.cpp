@@ -85,7 +85,7 @@ constexpr const char* kSchema = R"(
 <xs:complexType name="Open"><xs:complexContent><xs:extension base="xs:anyType"/>
  </xs:complexContent></xs:complexType>
 <xs:simpleType name="Text"><xs:restriction base="xs:token"><xs:pattern value="a.*"/>
- <xs:pattern value="q"/></xs:restriction></xs:simpleType>
+ <xs:pattern value="q|\||"/></xs:restriction></xs:simpleType>
 <xs:simpleType name="Short"><xs:restriction base="Text"><xs:pattern value=".?"/>
  <xs:maxLength value="1"/></xs:restriction></xs:simpleType>
 <xs:simpleType name="Number"><xs:restriction base="xs:decimal"><xs:minExclusive value="1.50"/>
@@ -113,8 +113,9 @@ const TypeCase kTypeCases[] = {
     {"Less", "restriction Base", "", "", "id:ID!"},
     {"Valued", "extension Number", "", "minExclusive 1.50\nfractionDigits 2", "id:ID! g:int@ns="},
     {"Open", "extension 0", "", "", ":any^lax ##any"},
-    {"Text", "restriction token", "", "whiteSpace collapse\npattern a.*|q", nullptr},
-    {"Short", "restriction Text", "", "whiteSpace collapse\npattern .?\npattern a.*|q", nullptr},
+    {"Text", "restriction token", "", "whiteSpace collapse\npattern a.*|q|\\||", nullptr},
+    {"Short", "restriction Text", "", "whiteSpace collapse\npattern .?\npattern a.*|q|\\||",
+     nullptr},
     {"Number", "restriction decimal", "", "minExclusive 1.50\nfractionDigits 2", nullptr},
     {"List", "list Number", "", "whiteSpace collapse", nullptr},
     {"Few", "restriction List", "", "maxLength 3\nwhiteSpace collapse", nullptr},

@@ -305,6 +305,29 @@ class ExpectationFacts {
   const cpi::Expectation& expectation_;
 };
 
+// In any order a move goes back to the choice that the element has just taken, as to that of a head
+// and its substitutes. Where it has occurred as often as it may, its alternatives are not for now.
+void dropTakenChoice(const cpi::StdDictionaryIterator& at, cpi::Expectation& expectation) {
+  const cpi::StdDictionaryInfo& dictionary = *at.getDictionaryInfo();
+  const std::vector<cpi::MbrPathItem> groups = at.getPartialMemberPath();
+  const auto* const element = at.getMemberDef();
+  if (groups.empty() || element == nullptr || element->MaxOccurs != 1) return;
+  const auto* const group = dictionary.typeMembers().find(groups.back().memberIndex);
+  if (group == nullptr || group->MaxOccurs < 0) return;
+  if (groups.back().repeatIndex + 1 < group->MaxOccurs) return;
+  const auto* const choice = dictionary.types().find(group->toTypeIndex);
+  const auto* const around =
+      dictionary.types().find(dictionary.getTypeDefIndex(group->ParentTypeId));
+  const bool isTaken =
+      choice != nullptr && choice->Composition == cpi::TYPE_CHOICE && around != nullptr &&
+      (around->Composition == cpi::TYPE_ALL || around->Composition == cpi::TYPE_UNORDERED);
+  std::erase_if(expectation.elements, [&](const cpi::ExpectedElement& one) {
+    const auto path = expectation.groupsOf(one);
+    return isTaken && path.size() >= groups.size() &&
+           path[groups.size() - 1].memberIndex == groups.back().memberIndex;
+  });
+}
+
 // Adds the two lists of a position, or null where no model says what may come.
 void addLists(const PathWalk& walk, bool isListed, const cpi::Expectation& expectation,
               const LegalPlaces& legal, const char* elements, const char* owed, Json& facts) {
@@ -323,6 +346,7 @@ Json placeFacts(const PathWalk& walk, const std::string& missing) {
   bool isListed = at.listFirstChildren(expectation, true);
   addLists(walk, isListed, expectation, walk.legalInside(), "firstChildren", "owedInside", facts);
   isListed = at.listNextSiblings(expectation, true);
+  if (isListed) dropTakenChoice(at, expectation);
   addLists(walk, isListed, expectation, walk.legalBehind(), "nextSiblings", "owedAfter", facts);
   return facts;
 }
