@@ -72,9 +72,10 @@ class FixModel {
   }
   // The member of a group's instances, in a type that has the group, by its first field; or kNone.
   std::int32_t groupBegunBy(std::int32_t type, std::int32_t tagRow) const noexcept;
-  // By Tags row of a field; null: any value may be, also beside those of its value set.
+  // By Tags row of a field; null: any value may be, also beside those of its value set, or the row
+  // is negative.
   const FixValueSet* valueSet(std::int32_t row) const noexcept {
-    const std::int32_t set = values_[asIndex(row)].valueSet;
+    const std::int32_t set = row < 0 ? kNone : values_[asIndex(row)].valueSet;
     return set == kNone ? nullptr : &valueSets_[asIndex(set)];
   }
   // By Types row: how many of its members must occur.

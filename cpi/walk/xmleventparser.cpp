@@ -34,6 +34,12 @@ std::string withoutLineEnd(const char* message) {
   return text;
 }
 
+// Threads that use libxml2 for the first time at once would each initialise it.
+void initialise() noexcept {
+  static const bool isInitialised = (xmlInitParser(), true);
+  static_cast<void>(isInitialised);
+}
+
 // Errors of input and encoding have no parser to be told to: libxml2 prints them unless the thread
 // has a handler for errors.
 class Silence {
@@ -76,6 +82,7 @@ class XmlEventParser::Context {
   Context& operator=(const Context&) = delete;
 
   void parse(const std::string& name, const Read& read) {
+    initialise();
     const Silence silence;
     try {
       begin(name, read);
@@ -184,9 +191,6 @@ class XmlEventParser::Context {
 };
 
 void XmlEventParser::Context::open() {
-  // Parsers made in several threads at once would each initialise the library.
-  static const bool isInitialised = (xmlInitParser(), true);
-  static_cast<void>(isInitialised);
   parser_ = xmlNewParserCtxt();
   if (parser_ == nullptr) throw std::bad_alloc();
   *parser_->sax = makeHandler();
