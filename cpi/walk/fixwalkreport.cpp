@@ -192,9 +192,12 @@ WalkedElement FixWalk::elementOf(const Verdict& verdict, std::string_view name,
 // `right` is what a wrong count or sum should be.
 void FixWalk::reportValue(const FixField& field, Reason reason, std::int64_t right) {
   if (!countFinding(VerdictKind::Value)) return;
-  Verdict verdict = memberVerdict(memberFor(field), 1);
+  const std::int32_t member = memberFor(field);
+  Verdict verdict = member == kNone ? Verdict() : memberVerdict(member, 1);
+  verdict.placement = Placement::Member;
   verdict.kind = VerdictKind::Value;
   verdict.reason = reason;
+  verdict.tagIndex = field.row;
   trailField_ = &field;
   Finding finding = findingOf(verdict, &field);
   trailField_ = nullptr;
