@@ -43,7 +43,7 @@ class ContentSearch::Lister {
     const std::int32_t type = search_.typeAt(path, level);
     path_.assign(path.begin(), path.end() - 1);
     if (model_.orderOf(type) == Order::Any) return anyOf(type, search_.isCounted(path, level));
-    if (repeats(path.back())) return true;
+    if (repeats(level)) return true;
     return model_.orderOf(type) == Order::Sequence &&
            sequence(path.back().memberIndex + 1, model_.membersOf(type).end);
   }
@@ -55,20 +55,19 @@ class ContentSearch::Lister {
   }
 
   // The members of a sequence from `begin` to `end`, in the place that `path` leads to, after the
-  // repeats of `last` that are owed, if it is given.
-  bool between(Path path, const ContentStep* last, std::int32_t begin, std::int32_t end) {
+  // repeats of the last child's step there that are owed, if `isBehindLast`.
+  bool between(Path path, bool isBehindLast, std::int32_t begin, std::int32_t end) {
     path_.assign(path.begin(), path.end());
-    return (last != nullptr && repeats(*last)) || sequence(begin, end);
+    return (isBehindLast && repeats(path.size())) || sequence(begin, end);
   }
 
  private:
   bool endsAt(bool isOwed) const { return isStopped_ || (mode_ == Mode::Legal && isOwed); }
 
-  bool repeats(const ContentStep& last) {
-    const auto& member = model_.member(last.memberIndex);
-    const std::int32_t count = last.repeat + 1;
-    const std::int32_t owed = model_.isRequired(last.memberIndex) ? owedOf(member, count) : 0;
-    visitMember({last.memberIndex, count}, owed);
+  bool repeats(std::size_t level) {
+    const ContentStep& last = search_.last_[level];
+    const std::int32_t owed = search_.owedAt(level);
+    visitMember({last.memberIndex, last.repeat + 1}, owed);
     return endsAt(owed > 0);
   }
 
@@ -196,7 +195,7 @@ bool ContentSearch::closes(std::size_t level) const {
   const Order order = model_.orderOf(type);
   if (order == Order::Any) return !isCounted(last_, level) || hasAllOf(type);
   const ContentStep& step = last_[level];
-  return hasRepeats(step) &&
+  return owedAt(level) == 0 &&
          (order == Order::Choice ||
           !model_.isAnyRequired(step.memberIndex + 1, model_.membersOf(type).end));
 }
@@ -212,7 +211,7 @@ bool ContentSearch::turns(std::size_t level, const ContentStep& next) const {
   const ContentStep& last = last_[level];
   if (next.memberIndex == last.memberIndex) return next.repeat == last.repeat + 1;
   return order == Order::Sequence && next.memberIndex > last.memberIndex && next.repeat == 0 &&
-         hasRepeats(last) && !model_.isAnyRequired(last.memberIndex + 1, next.memberIndex);
+         owedAt(level) == 0 && !model_.isAnyRequired(last.memberIndex + 1, next.memberIndex);
 }
 
 bool ContentSearch::opens(Path next, std::size_t level) const {
@@ -223,9 +222,31 @@ bool ContentSearch::opens(Path next, std::size_t level) const {
          !model_.isAnyRequired(model_.membersOf(type).begin, step.memberIndex);
 }
 
-bool ContentSearch::hasRepeats(const ContentStep& last) const {
-  return owedOf(model_.member(last.memberIndex), last.repeat + 1) == 0 ||
-         !model_.isRequired(last.memberIndex);
+std::int32_t ContentSearch::owedAt(std::size_t level) const {
+  const ContentStep& step = last_[level];
+  const std::int32_t owed = model_.isRequired(step.memberIndex)
+                                ? owedOf(model_.member(step.memberIndex), step.repeat + 1)
+                                : 0;
+  if (owed == 0 || divides(level) || (level > 0 && divides(level - 1))) return 0;
+  return owed;
+}
+
+// Whether the repeats of the one member of the group at `level` can be divided among as many
+// repeats of the group as there must be. The walk fills one repeat of the group before the next.
+bool ContentSearch::divides(std::size_t level) const {
+  if (level + 1 >= last_.size()) return false;
+  const auto& group = model_.member(last_[level].memberIndex);
+  const MemberRange members = model_.membersOf(group.toTypeIndex);
+  if (members.end - members.begin != 1 || model_.orderOf(group.toTypeIndex) == Order::Any) {
+    return false;
+  }
+  const auto& member = model_.member(members.begin);
+  const std::int64_t full = std::max(member.MaxOccurs, 1);
+  const std::int64_t count = last_[level].repeat * full + last_[level + 1].repeat + 1;
+  const std::int64_t least = member.MaxOccurs < 0 ? 1 : (count + full - 1) / full;
+  const std::int64_t most = member.MinOccurs > 0 ? count / member.MinOccurs : count;
+  return std::max<std::int64_t>(least, group.MinOccurs) <= most &&
+         (group.MaxOccurs < 0 || least <= group.MaxOccurs);
 }
 
 bool ContentSearch::hasAllOf(std::int32_t typeIndex) const {
@@ -274,8 +295,8 @@ void ContentSearch::forEachMissing(Path next, const LeafVisitor& visit) const {
     if (next.empty() || at >= std::min(last_.size(), next.size())) return;
     const bool isOnward = next[at].memberIndex > last_[at].memberIndex &&
                           model_.orderOf(typeAt(last_, at)) == Order::Sequence;
-    if (isOnward && lister.between(next.first(at), &last_[at], last_[at].memberIndex + 1,
-                                   next[at].memberIndex)) {
+    if (isOnward &&
+        lister.between(next.first(at), true, last_[at].memberIndex + 1, next[at].memberIndex)) {
       return;
     }
     opening = at + 1;
@@ -283,7 +304,7 @@ void ContentSearch::forEachMissing(Path next, const LeafVisitor& visit) const {
   for (; opening < next.size(); ++opening) {
     const std::int32_t type = typeAt(next, opening);
     if (model_.orderOf(type) != Order::Sequence) continue;
-    if (lister.between(next.first(opening), nullptr, model_.membersOf(type).begin,
+    if (lister.between(next.first(opening), false, model_.membersOf(type).begin,
                        next[opening].memberIndex)) {
       return;
     }

@@ -67,7 +67,9 @@ class ContentSearch {
   bool turns(std::size_t level, const ContentStep& next) const;
   bool opens(Path next, std::size_t level) const;
   bool isCounted(Path path, std::size_t level) const;
-  bool hasRepeats(const ContentStep& last) const;
+  // How many repeats of the last child's step must still come.
+  std::int32_t owedAt(std::size_t level) const;
+  bool divides(std::size_t level) const;
   bool hasAllOf(std::int32_t typeIndex) const;
   std::int32_t countOf(std::int32_t memberRow) const {
     return counter_.countedFor(element_, memberRow);

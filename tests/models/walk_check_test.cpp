@@ -150,6 +150,22 @@ TEST(WalkCheck, GroupsAreToldByTheirMembers) {
   EXPECT_EQ(groups.text, "((a ...) | (k ...)) (a, b) (a, b) (a, b) ");
 }
 
+// Which repeat of the group an element belongs to is for the counts to say.
+TEST(WalkCheck, RepeatsThatCanBeDivided) {
+  expectFindings(
+      rootOf("<xs:sequence><xs:sequence minOccurs='2' maxOccurs='5'>" +
+             element("a", "maxOccurs='unbounded'") +
+             "</xs:sequence><xs:sequence minOccurs='0' maxOccurs='2'>" +
+             element("b", "minOccurs='2' maxOccurs='3'") + "</xs:sequence></xs:sequence>"),
+      {{"<a/><a/>", ""},
+       {"<a/><a/><a/><a/><a/><a/><b/><b/><b/><b/>", ""},
+       {"<a/>", "incomplete /r -a =a a"},
+       {"<a/><b/><b/>", "order /r/b -a =a a"},
+       {"<a/><a/><b/>", "incomplete /r -b =b"},
+       {"<a/><a/><x/>", "unknown /r/x =a a b"},
+       {"<a/><a/><b/><b/><b/><b/><b/><b/><b/>", "too-many /r/b[7] max 3"}});
+}
+
 TEST(WalkCheck, UnorderedContent) {
   expectFindings(rootOf("<xs:all>" + element("a") + element("b") + element("c", "minOccurs='0'") +
                         "</xs:all>"),

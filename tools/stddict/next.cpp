@@ -198,9 +198,10 @@ class PathWalk {
 
   // The moves count the occurrences of a member in any order from wherever they come to it.
   bool isWithinLimit(cpi::OccurrenceCounter& counter) const {
-    if (!iterator_.isInUnorderedType()) return true;
-    const std::int32_t limit = iterator_.getMemberDef()->MaxOccurs;
-    const std::int32_t count = counter.count(kAround, iterator_.position().memberIndex);
+    const std::int32_t member = iterator_.unorderedMember();
+    if (member == cpi::kNone) return true;
+    const std::int32_t limit = dictionary_.typeMembers().row(member).MaxOccurs;
+    const std::int32_t count = counter.count(kAround, member);
     return limit < 0 || count <= limit;
   }
 
