@@ -157,7 +157,8 @@ void FixModel::readType(std::int32_t row) {
 
 // Whether each member has a tag of its own.
 bool FixModel::makeSlots(Type& type) {
-  const std::uint32_t size = std::bit_ceil(2 * static_cast<std::uint32_t>(type.memberCount) + 1);
+  // At least two: one is left free, and the hash keeps a bit.
+  const std::uint32_t size = std::bit_ceil(2 * static_cast<std::uint32_t>(type.memberCount) + 2);
   type.slotMask = size - 1;
   type.slotShift = static_cast<std::uint8_t>(std::countl_zero(size) + 1);
   type.firstSlot = slots_.size();
