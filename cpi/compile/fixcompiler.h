@@ -4,8 +4,8 @@
 //     const cpi::DictionaryTables tables = cpi::compileFix({"FIX44.xml"}, {}, report);
 //
 // What each definition becomes is told in docs/fix-mapping.md; what a reader of the tables relies
-// on, in modelconventions.h. The same files give the same tables, byte for byte. Thread rule: may
-// be called from any number of threads at once.
+// on, in modelconventions.h. The same files give the same tables, byte for byte. Thread rule:
+// `const` means safe to share. Calls may run at once.
 #ifndef CPI_COMPILE_FIXCOMPILER_H
 #define CPI_COMPILE_FIXCOMPILER_H
 

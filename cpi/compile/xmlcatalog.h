@@ -1,7 +1,7 @@
 // XmlCatalog: the local files that stand for locations elsewhere, from an OASIS XML catalog.
 //
 // Understood are system, public, uri, rewriteSystem, rewriteURI, group and xml:base; nextCatalog
-// and delegates are not followed. Thread rule: safe to share once constructed.
+// and delegates are not followed. Thread rule: `const` means safe to share.
 #ifndef CPI_COMPILE_XMLCATALOG_H
 #define CPI_COMPILE_XMLCATALOG_H
 

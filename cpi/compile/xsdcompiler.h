@@ -8,7 +8,7 @@
 // What each construct becomes is told in docs/xsd-mapping.md; what a reader of the tables relies
 // on, in modelconventions.h. Schema documents are read from local files only: a location that is
 // not local must be in the catalog. The same documents give the same tables, byte for byte. Thread
-// rule: may be called from any number of threads at once.
+// rule: `const` means safe to share. Calls may run at once.
 #ifndef CPI_COMPILE_XSDCOMPILER_H
 #define CPI_COMPILE_XSDCOMPILER_H
 

@@ -1,8 +1,8 @@
 // The binary image of a dictionary: its finished tables as one block of bytes.
 //
 // DictionaryInfo::ToQLBuffer makes an image and FromQLBuffer opens one, after having verified all
-// of it. docs/image-format.md describes the layout. Everything here is stateless and safe to share
-// between threads.
+// of it. docs/image-format.md describes the layout. Everything here is stateless. Thread rule:
+// `const` means safe to share.
 #ifndef CPI_DICTINFO_DICTIONARYIMAGE_H
 #define CPI_DICTINFO_DICTIONARYIMAGE_H
 

@@ -1,7 +1,7 @@
 // DictionaryInfo: the base of every dictionary. Owns the tables and announces their properties.
 //
 // A copy shares the tables of its source: they live until the last of the sharers is gone. Thread
-// rule: one thread loads; afterwards any number of threads may read one dictionary.
+// rule: `const` means safe to share. One thread loads.
 #ifndef CPI_DICTINFO_DICTIONARYINFO_H
 #define CPI_DICTINFO_DICTIONARYINFO_H
 

@@ -1,6 +1,6 @@
 // DictTable: one table of the dictionary, a block of fixed-size records and its properties.
 //
-// Thread rule: written by the one thread that loads; afterwards read by any number of threads.
+// Thread rule: `const` means safe to share. One thread loads.
 #ifndef CPI_DICTINFO_DICTTABLE_H
 #define CPI_DICTINFO_DICTTABLE_H
 

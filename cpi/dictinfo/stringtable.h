@@ -1,8 +1,8 @@
 // StringTable and StringTableGroup: the named properties of a table, one value a row.
 //
 // A property keeps its values in one growing buffer: an array of 32-bit offsets, one a row, and
-// behind it the values in the order in which they were set. Offset 0 means that a row has no
-// value. Thread rule: written by the one thread that loads; afterwards read by any number.
+// behind it the values in the order in which they were set. Offset 0 means that a row has no value.
+// Thread rule: `const` means safe to share. One thread loads.
 #ifndef CPI_DICTINFO_STRINGTABLE_H
 #define CPI_DICTINFO_STRINGTABLE_H
 

@@ -7,7 +7,7 @@
 //
 // Loading checks neither orders nor indexes, and readers treat an index that leads nowhere as none:
 // a faulty dictionary loads, answers, and misses what its producer meant. This check tells where.
-// Functions without state; any number of threads may check one loaded dictionary.
+// Functions without state. Thread rule: `const` means safe to share.
 #ifndef CPI_EXTRACT_DICTIONARYCHECK_H
 #define CPI_EXTRACT_DICTIONARYCHECK_H
 

@@ -9,7 +9,7 @@
 //     cpi::feed(tables, dictionary);
 //
 // Fields bear the names of the columns and have the defaults of the dictionary's records; see
-// records.h for the sentinels and codes. Thread rule: a value is used by one thread at a time.
+// records.h for the sentinels and codes. Thread rule: one thread at a time.
 #ifndef CPI_EXTRACT_DICTIONARYTABLES_H
 #define CPI_EXTRACT_DICTIONARYTABLES_H
 

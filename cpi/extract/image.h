@@ -4,8 +4,8 @@
 //     cpi::writeImage(dictionary, stream);
 //
 // A file of any origin may be opened: all of it is verified before it is used. The form depends on
-// the machine; docs/image-format.md describes it. Functions without state, safe to share between
-// threads.
+// the machine; docs/image-format.md describes it. Functions without state. Thread rule: `const`
+// means safe to share.
 #ifndef CPI_EXTRACT_IMAGE_H
 #define CPI_EXTRACT_IMAGE_H
 

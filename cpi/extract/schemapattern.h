@@ -4,7 +4,7 @@
 // subtracts, in classes such as \i and \w, and in what '^', '$' and '.' mean. A few forms have no
 // like there; such a pattern, and one that ICU refuses, admits every value.
 //
-// Thread rule: used by one thread at a time.
+// Thread rule: one thread at a time.
 #ifndef CPI_EXTRACT_SCHEMAPATTERN_H
 #define CPI_EXTRACT_SCHEMAPATTERN_H
 

@@ -5,7 +5,7 @@
 //     if (!properties.mayTake(tagIndex, typeIndex)) ...  // xsi:type names a type that may not
 //     stand
 //
-// Thread rule: `const` after construction; safe to share.
+// Thread rule: `const` means safe to share.
 #ifndef CPI_EXTRACT_SCHEMAPROPERTIES_H
 #define CPI_EXTRACT_SCHEMAPROPERTIES_H
 

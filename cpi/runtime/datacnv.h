@@ -1,6 +1,6 @@
 // DataCnv: converts ISO 8601 texts of a dictionary into date-times and intervals.
 //
-// Thread rule: a converter holds no state beyond its settings and may be shared.
+// Thread rule: `const` means safe to share.
 #ifndef CPI_RUNTIME_DATACNV_H
 #define CPI_RUNTIME_DATACNV_H
 

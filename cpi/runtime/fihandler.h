@@ -2,7 +2,7 @@
 //
 // Whoever reads a dictionary file drives an FIHandler; whoever consumes the events implements it.
 // Numeric-id events must be implemented; name-based and message-content events do nothing unless
-// overridden. Thread rule: one handler is driven by one thread at a time.
+// overridden. Thread rule: one thread at a time.
 #ifndef CPI_RUNTIME_FIHANDLER_H
 #define CPI_RUNTIME_FIHANDLER_H
 

@@ -1,7 +1,7 @@
 // KelStringBase: an immutable UTF-16 text whose copies share one buffer.
 //
-// Thread rule: one object is used by one thread at a time, but any number of threads may hold,
-// copy and destroy copies of the same text at once; the reference count is atomic.
+// Thread rule: `const` means safe to share. Any number of threads may hold, copy and destroy copies
+// of the same text at once; the reference count is atomic.
 #ifndef CPI_RUNTIME_KELSTRING_H
 #define CPI_RUNTIME_KELSTRING_H
 

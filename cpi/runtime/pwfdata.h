@@ -1,7 +1,7 @@
 // PWFData: one typed value, as the parser hands it to a dictionary and gets it back.
 //
 // A value is text, a 64-bit integer, a double, a boolean, a date-time, an interval or a decimal
-// held as its text. Thread rule: a value is used by one thread at a time.
+// held as its text. Thread rule: one thread at a time.
 #ifndef CPI_RUNTIME_PWFDATA_H
 #define CPI_RUNTIME_PWFDATA_H
 

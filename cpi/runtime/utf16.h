@@ -2,7 +2,7 @@
 //
 // Every public operation that takes a text takes `const unsigned short*`. Beside it stands a
 // template overload for `const char16_t*`, so that literals need no cast and a plain `nullptr`
-// still picks the first form. Thread rule: everything here is stateless and safe to share.
+// still picks the first form. Thread rule: `const` means safe to share.
 #ifndef CPI_RUNTIME_UTF16_H
 #define CPI_RUNTIME_UTF16_H
 

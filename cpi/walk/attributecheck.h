@@ -1,8 +1,7 @@
 // AttributeCheck: holds the attributes of an element against those that its type has.
 //
 // A dictionary that was not made of a schema and tells no attributes at all says nothing of them:
-// then all are admitted.
-// Thread rule: used by one thread at a time; what it has prepared of a type is kept.
+// then all are admitted. Thread rule: one thread at a time. What it has prepared of a type is kept.
 #ifndef CPI_WALK_ATTRIBUTECHECK_H
 #define CPI_WALK_ATTRIBUTECHECK_H
 

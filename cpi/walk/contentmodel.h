@@ -4,8 +4,7 @@
 // what is counted here once per dictionary, that question costs a few additions for each group
 // that the walk enters or leaves, however many members the type has.
 //
-// Thread rule: `const` after construction; any number of walks may share one. The dictionary is
-// not owned and must outlive it.
+// Thread rule: `const` means safe to share. The dictionary is not owned and must outlive it.
 #ifndef CPI_WALK_CONTENTMODEL_H
 #define CPI_WALK_CONTENTMODEL_H
 

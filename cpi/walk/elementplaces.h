@@ -1,6 +1,6 @@
 // ElementPlaces: where in a model a name is known. Asked only when something is wrong.
 //
-// Thread rule: `const` after construction; any number of walks may share one.
+// Thread rule: `const` means safe to share.
 #ifndef CPI_WALK_ELEMENTPLACES_H
 #define CPI_WALK_ELEMENTPLACES_H
 

@@ -1,7 +1,7 @@
 // FacetCheck: holds values against the facets that a dictionary has as properties of types: ranges
 // of numbers, numbers of digits, and patterns.
 //
-// Thread rule: used by one thread at a time; what it has prepared of a type is kept.
+// Thread rule: one thread at a time. What it has prepared of a type is kept.
 #ifndef CPI_WALK_FACETCHECK_H
 #define CPI_WALK_FACETCHECK_H
 

@@ -1,8 +1,8 @@
 // The tag=value form of FIX messages: where one begins and ends in a text, and its fields.
 //
 // Fields end with the byte 0x01, or with '|' or "^A" as people paste them. Messages may follow one
-// another at once, or stand one in a line behind any other text. Thread rule: plain values and
-// functions of what they are given.
+// another at once, or stand one in a line behind any other text. Thread rule: `const` means safe to
+// share.
 #ifndef CPI_WALK_FIXMESSAGE_H
 #define CPI_WALK_FIXMESSAGE_H
 

@@ -4,8 +4,7 @@
 // Tag numbers lead straight to rows, and rows to the few facts that are asked for at each field.
 // The conventions by which all this is found in the tables are in modelconventions.h.
 //
-// Thread rule: `const` after construction; any number of walks may share one. The dictionary is
-// not owned and must outlive it.
+// Thread rule: `const` means safe to share. The dictionary is not owned and must outlive it.
 #ifndef CPI_WALK_FIXMODEL_H
 #define CPI_WALK_FIXMODEL_H
 

@@ -1,6 +1,6 @@
 // The values of FIX fields: the forms that value types prescribe, and sets of values.
 //
-// Thread rule: functions without state and a set that is `const` after it was filled.
+// Thread rule: `const` means safe to share.
 #ifndef CPI_WALK_FIXVALUE_H
 #define CPI_WALK_FIXVALUE_H
 

@@ -4,7 +4,7 @@
 // a repeating group; which of them a field belongs to is found here, and the iterator is moved by
 // tag id within each. After a fault the iterator stays where the next field can be placed from.
 //
-// Thread rule: used by one thread at a time; any number of walks may share one model.
+// Thread rule: one thread at a time. Any number of walks may share one model.
 #ifndef CPI_WALK_FIXWALK_H
 #define CPI_WALK_FIXWALK_H
 

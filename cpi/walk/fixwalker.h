@@ -11,7 +11,7 @@
 // only the places of fields are judged; with it values, counts, body length, check sum and what is
 // missing as well, see docs/fix-mapping.md.
 //
-// Thread rule: a walker is used by one thread at a time; any number of walkers may share a model.
+// Thread rule: one thread at a time. Any number of walkers may share a model.
 #ifndef CPI_WALK_FIXWALKER_H
 #define CPI_WALK_FIXWALKER_H
 

@@ -1,6 +1,6 @@
 // MemberFinder: which member of a content an element is to be taken for, by its name.
 //
-// Thread rule: `const`; safe to share. The model is not owned and must outlive it.
+// Thread rule: `const` means safe to share. The model is not owned and must outlive it.
 #ifndef CPI_WALK_MEMBERFINDER_H
 #define CPI_WALK_MEMBERFINDER_H
 

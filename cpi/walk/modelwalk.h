@@ -9,7 +9,7 @@
 // levels are kept and used again, so that a walk allocates nothing once it has been as deep as
 // the message goes.
 //
-// Thread rule: used by one thread at a time; any number of walks may share one model.
+// Thread rule: one thread at a time. Any number of walks may share one model.
 #ifndef CPI_WALK_MODELWALK_H
 #define CPI_WALK_MODELWALK_H
 

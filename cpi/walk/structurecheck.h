@@ -9,7 +9,7 @@
 // that came too early does not move the others out of their places, and an unknown element stands
 // in for one that is missing beside it.
 //
-// Thread rule: used by the one thread that walks.
+// Thread rule: one thread at a time.
 #ifndef CPI_WALK_STRUCTURECHECK_H
 #define CPI_WALK_STRUCTURECHECK_H
 

@@ -1,6 +1,6 @@
 // StructureFault: what a Finding has to say about the structure, and how its lists are made.
 //
-// Thread rule: plain values.
+// Thread rule: `const` means safe to share.
 #ifndef CPI_WALK_STRUCTUREFAULT_H
 #define CPI_WALK_STRUCTUREFAULT_H
 

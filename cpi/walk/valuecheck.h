@@ -6,7 +6,7 @@
 // both as it stands and with its white space collapsed. Sets of dates, times and durations,
 // and sets, fixed values and lengths of qualified names, are not judged.
 //
-// Thread rule: used by one thread at a time; what it has prepared of a value set is kept.
+// Thread rule: one thread at a time. What it has prepared of a value set is kept.
 #ifndef CPI_WALK_VALUECHECK_H
 #define CPI_WALK_VALUECHECK_H
 

@@ -6,8 +6,8 @@
 // forms (XmlWalker, and others that drive a ModelWalk or an iterator of their own) speak in these
 // terms.
 //
-// Thread rule: plain values; they keep nothing of the walk that made them, and row indexes refer
-// to its dictionary.
+// Thread rule: `const` means safe to share. Plain values: they keep nothing of the walk that made
+// them, and row indexes refer to its dictionary.
 #ifndef CPI_WALK_VERDICT_H
 #define CPI_WALK_VERDICT_H
 

@@ -5,8 +5,7 @@
 // named type a hidden tag under which an element can take that type. Both are found here once, so
 // that a walk only looks them up.
 //
-// Thread rule: `const` after construction; any number of walks may share one. The dictionary is
-// not owned and must outlive it.
+// Thread rule: `const` means safe to share. The dictionary is not owned and must outlive it.
 #ifndef CPI_WALK_WALKMODEL_H
 #define CPI_WALK_WALKMODEL_H
 

@@ -1,7 +1,7 @@
 // XmlCheck: what is judged of an XML element beside its place: its text, the type that it asks
 // for, and whether it may be nil.
 //
-// Thread rule: used by the one thread that walks.
+// Thread rule: one thread at a time.
 #ifndef CPI_WALK_XMLCHECK_H
 #define CPI_WALK_XMLCHECK_H
 

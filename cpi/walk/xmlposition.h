@@ -1,7 +1,7 @@
 // Where the parser of a message stands in it: lines, columns and offsets of what it reports.
 //
-// Thread rule: used by the thread that parses. An offset is not known (-1) where the parser has
-// converted the bytes, a column not (0) where the start of the line is no longer at hand.
+// Thread rule: one thread at a time. An offset is not known (-1) where the parser has converted the
+// bytes, a column not (0) where the start of the line is no longer at hand.
 #ifndef CPI_WALK_XMLPOSITION_H
 #define CPI_WALK_XMLPOSITION_H
 

@@ -3,7 +3,7 @@
 // libxml2 leaves references to entities in these values, and writes '&' as "&#38;", unless it is
 // told to substitute entities; told so, it would parse those between elements twice.
 //
-// Thread rule: used by one thread at a time.
+// Thread rule: one thread at a time.
 #ifndef CPI_WALK_XMLREFERENCES_H
 #define CPI_WALK_XMLREFERENCES_H
 

@@ -1,6 +1,6 @@
 // XmlTrail: the open elements of an XML message, with their numbers among their siblings.
 //
-// Thread rule: used by the one thread that walks.
+// Thread rule: one thread at a time.
 #ifndef CPI_WALK_XMLTRAIL_H
 #define CPI_WALK_XMLTRAIL_H
 

@@ -11,7 +11,7 @@
 // beyond the message is ever read: external entities and external document types are counted and
 // left out. Entities that the message defines itself are expanded within the parser's limits.
 //
-// Thread rule: a walker is used by one thread at a time; any number of walkers may share a model.
+// Thread rule: one thread at a time. Any number of walkers may share a model.
 #ifndef CPI_WALK_XMLWALKER_H
 #define CPI_WALK_XMLWALKER_H
 

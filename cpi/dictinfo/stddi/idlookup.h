@@ -3,7 +3,7 @@
 // A view of what a dictionary derives from a column of ids when a load ends: nothing where the ids
 // are consecutive, an array where they are dense, and otherwise a perfect hash, in which an id has
 // one place where it can be. It serves StdDictionaryInfo, inline, and is not called by others.
-// Thread rule: a value that never changes while its arrays live; safe to share.
+// Thread rule: `const` means safe to share.
 #ifndef CPI_DICTINFO_STDDI_IDLOOKUP_H
 #define CPI_DICTINFO_STDDI_IDLOOKUP_H
 

@@ -8,9 +8,9 @@
 //     cpi::readExtract("order.json", dictionary);
 //     const std::int32_t row = dictionary.getTagDefIndexFromName(u"Order");
 //
-// Thread rule: loaded by one thread; once the load has ended every `const` operation is safe to
-// call from any number of threads at once. So is it when the dictionary has refused an event of a
-// load; when the load was broken off in another way, call postProcessDictionary first.
+// Thread rule: `const` means safe to share. One thread loads, and the rule holds once the load has
+// ended, or the dictionary has refused an event of it; when the load was broken off in another way,
+// call postProcessDictionary first.
 //
 // Queries throw nothing for what they are asked: they return -1 or a result code (records.h), and
 // write their out-parameters only on success unless told otherwise. Records and texts that they

@@ -10,13 +10,12 @@
 //       switch (at.getCurrentPosition()->whereDefined()) { ... }
 //     }
 //
-// A move returns true when the iterator stands on the new position, and false when it stands
-// where it stood; but a next-sibling move that fails behind an element that the model does not
-// define may leave the iterator on the member beside which that was placed. Moves throw
-// KelParserException for states that make no sense (no dictionary, no context, a definition that
-// the dictionary does not hold); the position is then as before too. Thread rule: an iterator is
-// used by one thread at a time; any number of iterators may share one dictionary, which must
-// outlive them.
+// A move returns true when the iterator stands on the new position, and false when it stands where
+// it stood; but a next-sibling move that fails behind an element that the model does not define may
+// leave the iterator on the member beside which that was placed. Moves throw KelParserException for
+// states that make no sense (no dictionary, no context, a definition that the dictionary does not
+// hold); the position is then as before too. Thread rule: one thread at a time. Its `const` getters
+// fill its caches too. Any number of iterators may share one dictionary, which must outlive them.
 #ifndef CPI_DICTINFO_STDDI_STDDICTIONARYITERATOR_H
 #define CPI_DICTINFO_STDDI_STDDICTIONARYITERATOR_H
 
@@ -395,8 +394,8 @@ class CPI_API StdDictionaryIterator : public KelOwnedLogSource {
 //     for (cpi::StdValueIterator at(nullptr, &dictionary, tagIndex, -1);
 //          at.getValue(value, role) == 0; at.moveToNextValue()) { ... }
 //
-// A plain value: copies go on independently. Thread rule: used by one thread at a time; must not
-// outlive its dictionary.
+// A plain value: copies go on independently. Thread rule: one thread at a time. It must not outlive
+// its dictionary.
 class CPI_API StdValueIterator : public KelOwnedLogSource {
  public:
   // Without context: getValue returns -1 until setContext.

@@ -1,9 +1,9 @@
 // TableReference: the one way by which readers reach the rows of a table.
 //
 // A record's text field is a cache of what the table's string table holds. Every read of a row
-// through a reference refreshes it: the field is compared and written only when it differs, so on
-// a loaded dictionary, whose fields were all refreshed when the load ended, reading writes nothing.
-// Thread rule: `const` and safe to share between threads once the load has ended.
+// through a reference refreshes it: the field is compared and written only when it differs, so on a
+// loaded dictionary, whose fields were all refreshed when the load ended, reading writes nothing.
+// Thread rule: `const` means safe to share. That holds once the load has ended.
 #ifndef CPI_DICTINFO_STDDI_TABLEREFERENCE_H
 #define CPI_DICTINFO_STDDI_TABLEREFERENCE_H
 

@@ -3,7 +3,7 @@
 // Exists from startMessage to endMessage of a dictionary. It tracks where in the stream it is
 // (section, column, row) and hands each data item to the function of the open section. Every row
 // that a stream names is checked before anything is written, and what was loaded stays readable
-// when an item is refused. Thread rule: used by the one thread that drives the load.
+// when an item is refused. Thread rule: one thread at a time.
 #ifndef CPI_DICTINFO_STDDI_LOAD_STDDICTIONARYHANDLER_H
 #define CPI_DICTINFO_STDDI_LOAD_STDDICTIONARYHANDLER_H
 

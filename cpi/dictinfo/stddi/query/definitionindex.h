@@ -1,7 +1,7 @@
 // DefinitionIndex: runs of members, tags of wide types, logical types and override rows without a
 // scan.
 //
-// Thread rule: never changes once built, safe to share.
+// Thread rule: `const` means safe to share.
 #ifndef CPI_DICTINFO_STDDI_QUERY_DEFINITIONINDEX_H
 #define CPI_DICTINFO_STDDI_QUERY_DEFINITIONINDEX_H
 

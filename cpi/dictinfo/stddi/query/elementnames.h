@@ -2,8 +2,7 @@
 //
 // A tag answers to a name and a namespace. Each distinct pair that occurs among the tags is a key;
 // a key is found by one probe of the name, and whether a tag answers to it is one comparison. A key
-// is the first of the Tags rows that answer to it. Thread rule: never changes once built, safe to
-// share.
+// is the first of the Tags rows that answer to it. Thread rule: `const` means safe to share.
 #ifndef CPI_DICTINFO_STDDI_QUERY_ELEMENTNAMES_H
 #define CPI_DICTINFO_STDDI_QUERY_ELEMENTNAMES_H
 

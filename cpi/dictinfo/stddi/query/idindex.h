@@ -1,6 +1,6 @@
 // IdIndex and KeyIndex: the arrays behind look-ups by id and by pairs of ids.
 //
-// Thread rule: never change once built, safe to share.
+// Thread rule: `const` means safe to share.
 #ifndef CPI_DICTINFO_STDDI_QUERY_IDINDEX_H
 #define CPI_DICTINFO_STDDI_QUERY_IDINDEX_H
 

@@ -1,6 +1,6 @@
 // IndexArray: an array of an index, its own or one that lies in an image.
 //
-// Thread rule: written by the one thread that builds the index; afterwards safe to share.
+// Thread rule: `const` means safe to share. One thread builds the index.
 #ifndef CPI_DICTINFO_STDDI_QUERY_INDEXARRAY_H
 #define CPI_DICTINFO_STDDI_QUERY_INDEXARRAY_H
 

@@ -1,7 +1,7 @@
 // IndexWriter and IndexReader: arrays as the image of a dictionary carries them.
 //
 // Each array is its number of elements, 8 bytes, and the elements, padded to whole words. Thread
-// rule: used by one thread.
+// rule: one thread at a time.
 #ifndef CPI_DICTINFO_STDDI_QUERY_INDEXBYTES_H
 #define CPI_DICTINFO_STDDI_QUERY_INDEXBYTES_H
 

@@ -1,7 +1,7 @@
 // LookupIndex: what a dictionary derives from its finished tables to answer faster.
 //
 // Everything here gives exactly the rows of the plain algorithm, which a dictionary without an
-// index still runs. Thread rule: never changes once built, safe to share.
+// index still runs. Thread rule: `const` means safe to share.
 #ifndef CPI_DICTINFO_STDDI_QUERY_LOOKUPINDEX_H
 #define CPI_DICTINFO_STDDI_QUERY_LOOKUPINDEX_H
 

@@ -5,11 +5,11 @@
 // may stand, or one that changes how the search goes on although it does not match. What lies
 // between is passed over, with the same outcome.
 //
-// Memory: about 4 bytes for each entry, 8 for one by which a group is found to lead to a member, and
-// half as much again for free slots; 8 bytes a member when the dictionary has groups. There are at
-// most four entries a member of the second kind. What would need more is left to the plain search,
-// and so are groups that contain themselves, and members of one type that stand apart. Thread rule:
-// never changes once built, safe to share.
+// Memory: about 4 bytes for each entry, 8 for one by which a group is found to lead to a member,
+// and half as much again for free slots; 8 bytes a member when the dictionary has groups. There are
+// at most four entries a member of the second kind. What would need more is left to the plain
+// search, and so are groups that contain themselves, and members of one type that stand apart.
+// Thread rule: `const` means safe to share.
 #ifndef CPI_DICTINFO_STDDI_QUERY_MEMBERINDEX_H
 #define CPI_DICTINFO_STDDI_QUERY_MEMBERINDEX_H
 

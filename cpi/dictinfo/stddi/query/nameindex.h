@@ -3,7 +3,7 @@
 // An open-addressing table of the distinct pairs of name and namespace. A slot leads straight to
 // the text in the string table and to the first row of its pair; the slots of one name follow each
 // other in row order on the way of a probe. So "the first row that matches wins" holds as in a
-// scan. Thread rule: never changes once built, safe to share.
+// scan. Thread rule: `const` means safe to share.
 #ifndef CPI_DICTINFO_STDDI_QUERY_NAMEINDEX_H
 #define CPI_DICTINFO_STDDI_QUERY_NAMEINDEX_H
 

@@ -1,6 +1,6 @@
 // NamespaceTexts: the URIs of the Namespaces rows, measured once.
 //
-// Thread rule: never changes once built, safe to share. The views point into the string table.
+// Thread rule: `const` means safe to share. The views point into the string table.
 #ifndef CPI_DICTINFO_STDDI_QUERY_NAMESPACETEXTS_H
 #define CPI_DICTINFO_STDDI_QUERY_NAMESPACETEXTS_H
 
