@@ -148,6 +148,18 @@ std::uint64_t sumOf(std::string_view text) noexcept {
   return sum;
 }
 
+// Whether a message whose check sum begins at `checkSum` is one, and not the rest of one that was
+// cut off and the next line's. Data may hold such a line: then the sum tells.
+bool isOneMessage(std::string_view text, std::size_t checkSum, FixDelimiter delimiter) noexcept {
+  constexpr std::string_view kNextLine = "\n8=FIX";
+  const std::string_view body = text.substr(0, checkSum);
+  if (body.find(kNextLine) == body.npos) return true;
+  const auto mark = static_cast<std::uint64_t>(firstOf(delimiter));
+  const auto marks = static_cast<std::uint64_t>(std::ranges::count(body, firstOf(delimiter)));
+  const std::uint64_t sum = sumOf(body) - marks * (mark - 1);
+  return fixNumberOf(text.substr(checkSum + 3, 3)) == static_cast<std::int32_t>(sum % 256);
+}
+
 struct Tag {
   std::int32_t number = kNone;
   std::uint32_t size = 0;
@@ -241,7 +253,8 @@ bool FixFramer::frameAt(std::string_view text, bool isLast, FixFrame& frame) con
   if (byLength != text.npos) {
     if (!isLast && byLength + kCheckSumSize > text.size()) return false;
     frame.end = endByLength(text, byLength, frame.delimiter);
-    if (frame.end != text.npos) return true;
+    const bool isFound = frame.end != text.npos;
+    if (isFound && isOneMessage(text, byLength, frame.delimiter)) return true;
   }
   const std::size_t width = widthOf(frame.delimiter);
   std::int32_t dataSize = kNone;

@@ -284,6 +284,10 @@ TEST_F(FixWalkTest, MessagesComeInManyForms) {
             "M(StandardHeader(BeginString BodyLength MsgType) a) " + expected);
   EXPECT_EQ(line("8=FIX.4.4|9=900|35=M|1=x|" + with("|")),
             "M(StandardHeader(BeginString BodyLength MsgType) a) " + expected);
+  const std::string next = with("|");  // to whose check sum the length of the one cut off leads
+  const std::string length = std::to_string(std::string("35=M|1=x\n" + next).size() - 7);
+  EXPECT_EQ(line("8=FIX.4.4|9=" + length + "|35=M|1=x\n" + next),
+            "M(StandardHeader(BeginString BodyLength MsgType) a) " + expected);
   EXPECT_THROW(line("no message at all\n"), FileError);
 }
 
