@@ -43,7 +43,7 @@ bool FacetCheck::isNeeded(std::int32_t typeIndex) {
 
 std::string_view FacetCheck::firstFault(std::int32_t typeIndex, std::string_view value,
                                         std::string_view collapsed) {
-  if (!isNeeded(typeIndex)) return {};
+  if (!model_.dictionary().types().contains(typeIndex)) return {};
   Facets& facets = facetsOf(typeIndex);
   const std::string_view limit = firstLimit(facets, collapsed);
   return limit.empty() ? firstPattern(facets, value, collapsed) : limit;

@@ -18,9 +18,8 @@ constexpr std::int32_t kDenseNumbers = 1 << 16;
 // Real models have each value and member read once, and some tens of thousands of them.
 constexpr std::int64_t kMaxRowsRead = 5'000'000;
 
-bool isInAnyOrder(const SMD_TYPE_DEFINITION& type) noexcept {
-  return (type.Composition == TYPE_UNORDERED || type.Composition == TYPE_ALL) &&
-         type.LogicalType <= 0;
+bool isFreeOfOrder(const SMD_TYPE_DEFINITION& type) noexcept {
+  return isInAnyOrder(type) && type.LogicalType <= 0;
 }
 
 // Of a field in a type.
@@ -152,7 +151,7 @@ void FixModel::readType(std::int32_t row) {
     ++type.memberCount;
     type.requiredCount += members_[asIndex(member)].isRequired ? 1 : 0;
   }
-  type.isFlat = makeSlots(type) && isInAnyOrder(definition);
+  type.isFlat = makeSlots(type) && isFreeOfOrder(definition);
 }
 
 // Whether each member has a tag of its own.

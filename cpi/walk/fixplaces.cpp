@@ -1,6 +1,5 @@
-#include <algorithm>
-
 #include "cpi/walk/fixwalk.h"
+#include "cpi/walk/valueform.h"
 
 namespace cpi {
 
@@ -28,8 +27,7 @@ void FixPlaces::advance(WalkPosition& place, std::string_view bytes) noexcept {
     place.column = 1;
     bytes.remove_prefix(end + 1);
   }
-  place.column += std::ranges::count_if(
-      bytes, [](char byte) { return (static_cast<unsigned char>(byte) & 0xc0) != 0x80; });
+  place.column += characters(bytes);
 }
 
 }  // namespace cpi

@@ -51,6 +51,8 @@ class FixWalk final : private WalkTrail {
   enum Section : std::size_t { kHeader, kBody, kTrailer, kSectionCount };
   // A group may be defined inside itself, and a message is long: levels cost time and stack.
   static constexpr std::size_t kMaxLevels = 256;
+  // Longer texts are cut off in a finding.
+  static constexpr std::size_t kMaxText = 80;
 
   // The fields of one section or of one instance of a group.
   struct Level {

@@ -6,13 +6,6 @@
 #include "cpi/walk/fixwalk.h"
 
 namespace cpi {
-namespace {
-
-// Longer texts are cut off in a finding.
-constexpr std::size_t kMaxText = 80;
-
-}  // namespace
-
 std::string FixWalk::nameOfTag(std::int32_t row) const {
   const SMD_TAG_DEFINITION* const tag = model_->dictionary().tags().find(row);
   return tag == nullptr ? std::string() : fixNameOf(textView(tag->TextIdentifier));

@@ -8,8 +8,6 @@
 namespace cpi {
 namespace {
 
-// Longer texts are cut off in a finding.
-constexpr std::size_t kMaxText = 80;
 // Of more values than these, or elements that might have come, the first are listed.
 constexpr std::size_t kMaxListed = 20;
 constexpr std::size_t kMaxExpected = 200;

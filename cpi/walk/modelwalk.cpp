@@ -9,13 +9,9 @@
 namespace cpi {
 namespace {
 
-bool isUnordered(const SMD_TYPE_DEFINITION& type) {
-  return type.Composition == TYPE_UNORDERED || type.Composition == TYPE_ALL;
-}
-
 bool hasUnorderedType(const StdDictionaryInfo& dictionary) {
   for (std::int32_t row = 0; row < dictionary.types().rowCount(); ++row) {
-    if (isUnordered(dictionary.types().row(row))) return true;
+    if (isInAnyOrder(dictionary.types().row(row))) return true;
   }
   return false;
 }

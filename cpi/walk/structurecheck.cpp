@@ -113,7 +113,7 @@ void StructureCheck::settle(const Scope& scope, ContentSearch::Path next) {
 // Then what an element without a place stood for may be missing to the end.
 bool StructureCheck::isInAnyOrder(const Scope& scope) const {
   const SMD_TYPE_DEFINITION* const type = model_.dictionary().types().find(scope.typeIndex);
-  return type != nullptr && (type->Composition == TYPE_UNORDERED || type->Composition == TYPE_ALL);
+  return type != nullptr && cpi::isInAnyOrder(*type);
 }
 
 // A member of which more has to come: one may be among the elements without a place.

@@ -21,8 +21,7 @@ std::int32_t WalkCursor::unorderedMember() const {
   const auto parent = at + 1;
   const auto& types = getDictionaryInfo()->types();
   if (!types.contains(parent->typeIndex)) return kNone;
-  const std::int32_t composition = types.records()[parent->typeIndex].Composition;
-  if (composition != TYPE_UNORDERED && composition != TYPE_ALL) return kNone;
+  if (!cpi::isInAnyOrder(types.records()[parent->typeIndex])) return kNone;
   if (!isGroup(*parent)) return at->memberIndex;
   const SMD_STRUCTURE_ELEMENT_DEFINITION* const group =
       getDictionaryInfo()->typeMembers().find(parent->memberIndex);

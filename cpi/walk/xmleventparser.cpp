@@ -17,7 +17,6 @@ namespace {
 
 // The parser compares each attribute of a tag with those before it.
 constexpr int kMaxAttributes = 20'000;
-constexpr int kPartsOfAttribute = 5;  // local name, prefix, URI, value, its end
 // Each element's prefix is sought among the declarations in scope.
 constexpr int kMaxNamespaces = 4'096;
 // libxml2 limits what entities expand to only where it builds text of them; here each reference is

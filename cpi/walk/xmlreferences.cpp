@@ -9,7 +9,6 @@
 namespace cpi {
 namespace {
 
-constexpr int kPartsOfAttribute = 5;
 // As deep as libxml2 follows entities in entities.
 constexpr int kMaxDepth = 40;
 

@@ -15,6 +15,9 @@
 
 namespace cpi {
 
+// Of an attribute as libxml2 tells it: local name, prefix, URI, value, its end.
+inline constexpr int kPartsOfAttribute = 5;
+
 class XmlReferences {
  public:
   // The replacement text of an entity that is no predefined one; empty for none. Called for each

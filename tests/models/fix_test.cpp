@@ -171,15 +171,21 @@ class FixWalkTest : public testing::Test {
     return text + both.faults;
   }
 
+  // What the fields of a message's body become.
+  struct Body {
+    const char* fields;
+    const char* expected;
+  };
+  void expectBodies(std::initializer_list<Body> rows) {
+    for (const Body& row : rows) EXPECT_EQ(body(row.fields), row.expected) << row.fields;
+  }
+
   TemporaryFile file_;
   FixDictionary dictionary_;
 };
 
 TEST_F(FixWalkTest, GroupsBeginAndEnd) {
-  const struct {
-    const char* fields;
-    const char* expected;
-  } rows[] = {
+  expectBodies({
       {"1=x|3=0|7=n|", "a NoG note"},
       {"7=n|1=x|", "note a"},
       {"1=x|3=2|4=1|2=c|4=2|7=n|", "a NoG NoG.group(d b) NoG.group[2](d note)"},
@@ -198,15 +204,11 @@ TEST_F(FixWalkTest, GroupsBeginAndEnd) {
       {"1=x|3=1|", "a NoG; /M/NoG 10"},
       {"1=x|1=y|1=z|", "a >a[2] >a[3]; /M/a[2] 1; /M/a[3] 1"},
       {"3=1|4=1|4x=7|2=c|", "NoG NoG.group(d !4x=7 b); /M/NoG.group/4x=7 6; /M 8 -a"},
-  };
-  for (const auto& row : rows) EXPECT_EQ(body(row.fields), row.expected) << row.fields;
+  });
 }
 
 TEST_F(FixWalkTest, OneFaultIsToldOnce) {
-  const struct {
-    const char* fields;
-    const char* expected;
-  } rows[] = {
+  expectBodies({
       // Behind a group, and again behind it.
       {"1=x|3=1|4=1|1=y|", "a NoG NoG.group(d) >a[2]; /M/a[2] 1"},
       {"3=1|4=1|99=?|1=x|", "NoG NoG.group(d) !99 a; /M/99 4"},
@@ -230,8 +232,7 @@ TEST_F(FixWalkTest, OneFaultIsToldOnce) {
       {"1=x|3=2|4=1|2=c|7=n|2=e|7=m|",
        "a NoG NoG.group(d b note) NoG.group[2](b note); /M/NoG.group[2] 8 -d"},
       {"1=x|3=1|4=1|4=1|2=c|7=n|", "a NoG NoG.group(d) NoG.group[2](d b note); /M/NoG 10"},
-  };
-  for (const auto& row : rows) EXPECT_EQ(body(row.fields), row.expected) << row.fields;
+  });
 }
 
 TEST_F(FixWalkTest, FindingsBeyondAThousandAreCounted) {

@@ -250,14 +250,20 @@ TEST(WalkCheck, Values) {
        {"<i>1.5</i><i/><t>yes</t>", "value /r/i '1.5'; value /r/i[2]; value /r/t 'yes'"}});
 }
 
+// An element of a simple type of its own.
+std::string restricted(const std::string& name, const std::string& base,
+                       const std::string& facets) {
+  return "<xs:element name='" + name + "'><xs:simpleType><xs:restriction base='xs:" + base + "'>" +
+         facets + "</xs:restriction></xs:simpleType></xs:element>";
+}
+
 // Equal values may be written in several ways, and not all texts are values.
 TEST(WalkCheck, FormsOfValues) {
   const auto set = [](const std::string& name, const std::string& base,
                       const std::vector<std::string>& values) {
-    std::string text =
-        "<xs:element name='" + name + "'><xs:simpleType><xs:restriction base='xs:" + base + "'>";
-    for (const std::string& value : values) text += "<xs:enumeration value='" + value + "'/>";
-    return text + "</xs:restriction></xs:simpleType></xs:element>";
+    std::string facets;
+    for (const std::string& value : values) facets += "<xs:enumeration value='" + value + "'/>";
+    return restricted(name, base, facets);
   };
   expectFindings(
       rootOf("<xs:choice maxOccurs='unbounded'>" + set("h", "hexBinary", {"0aFF"}) +
@@ -273,23 +279,19 @@ TEST(WalkCheck, FormsOfValues) {
 }
 
 TEST(WalkCheck, Facets) {
-  const auto type = [](const std::string& name, const std::string& base,
-                       const std::string& facets) {
-    return "<xs:element name='" + name + "'><xs:simpleType><xs:restriction base='xs:" + base +
-           "'>" + facets + "</xs:restriction></xs:simpleType></xs:element>";
-  };
   expectFindings(
-      rootOf("<xs:choice maxOccurs='unbounded'>" +
-             type("i", "int", "<xs:minInclusive value='-5'/><xs:maxExclusive value='10'/>") +
-             type("d", "decimal",
-                  "<xs:maxInclusive value='9.95'/><xs:totalDigits value='4'/>"
-                  "<xs:fractionDigits value='2'/>") +
-             type("f", "double", "<xs:minExclusive value='0'/>") + "<xs:element name='b' " +
-             "type='xs:byte'/>" +
-             type("p", "token", "<xs:pattern value='[A-Z-[DF]]{2}'/><xs:pattern value='\\d'/>") +
-             type("q", "string", "<xs:pattern value='(x+x+)+y'/>") +
-             type("e", "string", "<xs:pattern value='a||b|\\|'/>") +
-             type("s", "float", "<xs:maxInclusive value='1'/>") + "</xs:choice>"),
+      rootOf(
+          "<xs:choice maxOccurs='unbounded'>" +
+          restricted("i", "int", "<xs:minInclusive value='-5'/><xs:maxExclusive value='10'/>") +
+          restricted("d", "decimal",
+                     "<xs:maxInclusive value='9.95'/><xs:totalDigits value='4'/>"
+                     "<xs:fractionDigits value='2'/>") +
+          restricted("f", "double", "<xs:minExclusive value='0'/>") + "<xs:element name='b' " +
+          "type='xs:byte'/>" +
+          restricted("p", "token", "<xs:pattern value='[A-Z-[DF]]{2}'/><xs:pattern value='\\d'/>") +
+          restricted("q", "string", "<xs:pattern value='(x+x+)+y'/>") +
+          restricted("e", "string", "<xs:pattern value='a||b|\\|'/>") +
+          restricted("s", "float", "<xs:maxInclusive value='1'/>") + "</xs:choice>"),
       {{"<i> +9 </i><i>-05</i><d>09.950</d><d>-12.34</d><f>INF</f><f>1e-9</f><b>-128</b>", ""},
        {"<p> AZ </p><p>7</p><q>xxy</q><e/><e>|</e><s>1.00000000001</s>", ""},
        {"<e>ab</e><s>1e39</s>", "value /r/e 'ab'; value /r/s '1e39'"},

@@ -155,6 +155,13 @@ class PathWalk {
     if (parentHeight_ > 0) iterator_.readPath(parentHeight_, last);
     return LegalPlaces({model_, counter_, kAround, parentType_, last});
   }
+  // The member in any order that the element, or a choice around it, is for the last time.
+  std::int32_t usedUp() const {
+    const std::int32_t member = parentHeight_ > 0 ? iterator_.unorderedMember() : cpi::kNone;
+    if (member == cpi::kNone) return member;
+    const std::int32_t limit = dictionary_.typeMembers().row(member).MaxOccurs;
+    return limit >= 0 && counter_.countedFor(kAround, member) >= limit ? member : cpi::kNone;
+  }
   const std::string& path() const { return path_; }
 
  private:
@@ -308,24 +315,10 @@ class ExpectationFacts {
 
 // In any order a move goes back to the choice that the element has just taken, as to that of a head
 // and its substitutes. Where it has occurred as often as it may, its alternatives are not for now.
-void dropTakenChoice(const cpi::StdDictionaryIterator& at, cpi::Expectation& expectation) {
-  const cpi::StdDictionaryInfo& dictionary = *at.getDictionaryInfo();
-  const std::vector<cpi::MbrPathItem> groups = at.getPartialMemberPath();
-  const auto* const element = at.getMemberDef();
-  if (groups.empty() || element == nullptr || element->MaxOccurs != 1) return;
-  const auto* const group = dictionary.typeMembers().find(groups.back().memberIndex);
-  if (group == nullptr || group->MaxOccurs < 0) return;
-  if (groups.back().repeatIndex + 1 < group->MaxOccurs) return;
-  const auto* const choice = dictionary.types().find(group->toTypeIndex);
-  const auto* const around =
-      dictionary.types().find(dictionary.getTypeDefIndex(group->ParentTypeId));
-  const bool isTaken =
-      choice != nullptr && choice->Composition == cpi::TYPE_CHOICE && around != nullptr &&
-      (around->Composition == cpi::TYPE_ALL || around->Composition == cpi::TYPE_UNORDERED);
+void dropUsedUp(std::int32_t choice, cpi::Expectation& expectation) {
   std::erase_if(expectation.elements, [&](const cpi::ExpectedElement& one) {
-    const auto path = expectation.groupsOf(one);
-    return isTaken && path.size() >= groups.size() &&
-           path[groups.size() - 1].memberIndex == groups.back().memberIndex;
+    const auto groups = expectation.groupsOf(one);
+    return std::ranges::find(groups, choice, &cpi::MbrPathItem::memberIndex) != groups.end();
   });
 }
 
@@ -347,7 +340,7 @@ Json placeFacts(const PathWalk& walk, const std::string& missing) {
   bool isListed = at.listFirstChildren(expectation, true);
   addLists(walk, isListed, expectation, walk.legalInside(), "firstChildren", "owedInside", facts);
   isListed = at.listNextSiblings(expectation, true);
-  if (isListed) dropTakenChoice(at, expectation);
+  if (isListed && walk.usedUp() != cpi::kNone) dropUsedUp(walk.usedUp(), expectation);
   addLists(walk, isListed, expectation, walk.legalBehind(), "nextSiblings", "owedAfter", facts);
   return facts;
 }

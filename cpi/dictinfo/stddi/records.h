@@ -115,6 +115,9 @@ struct SMD_TYPE_DEFINITION {
   std::int32_t ToTypeMbrIndex = kNotSupplied;
   std::int32_t NamespaceIndex = kNone;
 };
+inline bool isInAnyOrder(const SMD_TYPE_DEFINITION& type) noexcept {
+  return type.Composition == TYPE_UNORDERED || type.Composition == TYPE_ALL;
+}
 
 struct SMD_PATH_BASED_DEFINITION {
   std::int32_t MsgId = 0;

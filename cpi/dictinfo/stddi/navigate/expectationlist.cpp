@@ -150,8 +150,7 @@ bool ExpectationList::isFirstOfItsName(std::int32_t tagIndex) {
 bool ExpectationList::isRestarting(const ExpectedElement& element) const {
   if (element.repeatIndex == 0) return false;
   const SMD_TYPE_DEFINITION* const parent = parentType();
-  return parent != nullptr &&
-         (parent->Composition == TYPE_UNORDERED || parent->Composition == TYPE_ALL);
+  return parent != nullptr && isInAnyOrder(*parent);
 }
 
 // The groups' occurrences are those that they would have after a match. Neighbours share a path.

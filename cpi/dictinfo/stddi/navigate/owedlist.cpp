@@ -4,14 +4,6 @@
 
 namespace cpi {
 
-namespace {
-
-bool isAnyOrder(const SMD_TYPE_DEFINITION& type) noexcept {
-  return type.Composition == TYPE_UNORDERED || type.Composition == TYPE_ALL;
-}
-
-}  // namespace
-
 void ExpectationList::oweSiblings() {
   auto& stack = probe_.positionStack;
   const std::vector<DictionaryPosition> atCall = stack;
@@ -42,7 +34,7 @@ void ExpectationList::oweLevel(const Level& level, const DictionaryPosition& at)
   const std::int32_t composition = level.type->Composition;
   if (composition == TYPE_SEQUENCE || composition == TYPE_ORDERED) {
     oweMembers(level, isBegun ? at.memberIndex : first, current);
-  } else if (isAnyOrder(*level.type)) {
+  } else if (isInAnyOrder(*level.type)) {
     oweMembers(level, first, current);
   } else if (isBegun) {
     oweMember(level, at.memberIndex, current);
@@ -94,7 +86,7 @@ void ExpectationList::oweAlternative(const Level& level) {
 void ExpectationList::owe(const Level& level, OwedMember owed) {
   owed.firstGroup = level.firstGroup;
   owed.groupCount = level.groupCount;
-  owed.isInAnyOrder = isAnyOrder(*level.type);
+  owed.isInAnyOrder = isInAnyOrder(*level.type);
   expectation_.owed.push_back(owed);
 }
 

@@ -293,8 +293,7 @@ bool PositionSearch::isCandidateFound() {
 bool PositionSearch::mayRepeat() const {
   if (top().repeatIndex < occurrenceLimit() - 1) return true;
   const SMD_TYPE_DEFINITION* const parent = parentType();
-  return parent != nullptr &&
-         (parent->Composition == TYPE_UNORDERED || parent->Composition == TYPE_ALL);
+  return parent != nullptr && isInAnyOrder(*parent);
 }
 
 bool PositionSearch::placeFound() {

@@ -26,10 +26,6 @@ bool isInOrder(const SMD_TYPE_DEFINITION& type) noexcept {
   return type.Composition == TYPE_SEQUENCE || type.Composition == TYPE_ORDERED;
 }
 
-bool isInAnyOrder(const SMD_TYPE_DEFINITION& type) noexcept {
-  return type.Composition == TYPE_UNORDERED || type.Composition == TYPE_ALL;
-}
-
 // Whether one more occurrence is within the limit.
 bool mayOccurAgain(const Member& member, std::int32_t repeatIndex) noexcept {
   return repeatIndex < (member.MaxOccurs < 0 ? kUnbounded : member.MaxOccurs) - 1;
