@@ -4,7 +4,6 @@
 #include <limits>
 #include <stdexcept>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "cpi/runtime/datacnv.h"
@@ -57,21 +56,6 @@ TEST(KelString, CopiesShareOneBufferAndOutliveTheFirst) {
   EXPECT_EQ(third.getText(), text);
   const KelStringBase moved = std::move(third);
   EXPECT_EQ(moved.getText(), text);
-}
-
-TEST(KelString, IsSharedBetweenThreads) {
-  const KelStringBase text(u"shared");
-  std::vector<std::thread> threads;
-  for (int i = 0; i < 4; ++i) {
-    threads.emplace_back([copy = text] {
-      for (int n = 0; n < 10000; ++n) {
-        const KelStringBase another = copy;
-        ASSERT_EQ(another.length(), 6U);
-      }
-    });
-  }
-  for (std::thread& thread : threads) thread.join();
-  EXPECT_EQ(text.view(), u"shared");
 }
 
 TEST(KelString, EmptyAndNullAreOneAndTheTextIsTerminated) {
