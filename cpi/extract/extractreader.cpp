@@ -1,11 +1,10 @@
 #include "cpi/extract/extractreader.h"
 
-#include <cerrno>
-#include <cstring>
 #include <fstream>
 #include <memory>
 
 #include "cpi/extract/extractparser.h"
+#include "cpi/extract/openfile.h"
 
 namespace cpi {
 
@@ -19,9 +18,7 @@ void readExtract(std::istream& stream, const std::string& fileName, FIHandler& h
 
 void readExtract(const std::string& path, FIHandler& handler, const ReadOptions& options) {
   std::ifstream stream(path, std::ios::binary);
-  if (!stream) {
-    throw FileError(path, {}, std::string("the file cannot be opened: ") + std::strerror(errno));
-  }
+  if (!stream) failToOpen(path);
   readExtract(stream, path, handler, options);
 }
 
