@@ -16,8 +16,8 @@ class PathReader {
  public:
   explicit PathReader(const std::string& text) : text_(text) {}
 
-  std::vector<PathStep> steps() {
-    std::vector<PathStep> steps;
+  std::vector<MessageStep> steps() {
+    std::vector<MessageStep> steps;
     do {
       if (!accept('/')) refuse("/");
       steps.push_back(step());
@@ -26,9 +26,9 @@ class PathReader {
   }
 
  private:
-  PathStep step() {
+  MessageStep step() {
     const std::size_t begin = at_;
-    PathStep step;
+    MessageStep step;
     if (accept('{')) step.query.namespaceUri = until("}", "} at the namespace's end");
     if (step.query.namespaceUri) ++at_;
     step.query.text = until("/[", nullptr);
@@ -77,4 +77,6 @@ class PathReader {
 
 }  // namespace
 
-std::vector<PathStep> readMessagePath(const std::string& text) { return PathReader(text).steps(); }
+std::vector<MessageStep> readMessagePath(const std::string& text) {
+  return PathReader(text).steps();
+}

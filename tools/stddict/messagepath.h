@@ -8,13 +8,13 @@
 
 #include "tools/stddict/definitions.h"
 
-struct PathStep {
+struct MessageStep {
   Query query;
   std::int32_t occurrence = 1;
   std::string text;  // as it was written
 };
 
 // The steps of a path, at least one. Throws std::invalid_argument, which tells the column.
-std::vector<PathStep> readMessagePath(const std::string& text);
+std::vector<MessageStep> readMessagePath(const std::string& text);
 
 #endif  // TOOLS_STDDICT_MESSAGEPATH_H

@@ -46,7 +46,7 @@ struct Options {
 class PathWalk {
  public:
   // At the message of the first step, if there is one.
-  PathWalk(const cpi::StdDictionaryInfo& dictionary, const PathStep& message)
+  PathWalk(const cpi::StdDictionaryInfo& dictionary, const MessageStep& message)
       : dictionary_(dictionary), iterator_(dictionary), model_(dictionary) {
     const std::vector<std::int32_t> tags = chooseTags(dictionary, message.query);
     if (tags.empty() || message.occurrence > 1) return;
@@ -55,7 +55,7 @@ class PathWalk {
   }
 
   // Goes on to a child of the element; false when there is no place for it.
-  bool goTo(const PathStep& step) {
+  bool goTo(const MessageStep& step) {
     const cpi::WalkCursor before(iterator_);
     cpi::OccurrenceCounter counter(dictionary_.typeMembers().rowCount());
     for (std::int32_t i = 0; i < step.occurrence; ++i) {
@@ -292,7 +292,7 @@ Json forPeople(Json facts) {
 }
 
 int run(const Options& options) {
-  const std::vector<PathStep> steps = readMessagePath(options.path);
+  const std::vector<MessageStep> steps = readMessagePath(options.path);
   const auto dictionary = openDictionary(options.dictionary);
   PathWalk walk(*dictionary, steps.front());
   std::size_t found = walk.iterator().hasContext() ? 1 : 0;
