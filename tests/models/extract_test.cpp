@@ -454,6 +454,12 @@ TEST(ExtractFile, OtherFilesAreRefused) {
 {"section": "ValueSet", "content": [{"column": "NumRows", "values": [16777216]}]}]})";
   EXPECT_THAT(load(folder.write("d.json", large)),
               HasSubstr("row 0: the tables would claim more than 1088256 bytes"));
+  const auto loadInto = [&] {
+    StdDictionaryInfo dictionary(0);
+    readExtract(file, dictionary);
+  };
+  EXPECT_THAT(refusalOf<FileError>(loadInto),
+              HasSubstr("the tables would claim more than 1088256 bytes"));
 }
 
 TEST(Extract, TextsMayBeLong) {
