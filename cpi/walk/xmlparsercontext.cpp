@@ -10,6 +10,12 @@ namespace {
 constexpr int kMaxNamespaces = 4'096;
 // Names that the parser keeps for the next message, in bytes.
 constexpr std::size_t kMaxKeptNames = std::size_t{1} << 20;
+// Comparisons of attributes with one another and with the namespaces in scope, of all tags of a
+// message, beyond a number for each attribute that the tags have themselves.
+constexpr std::int64_t kMaxComparisons = 400'000'000;
+constexpr std::int64_t kFewAttributes = 100;
+constexpr std::int64_t kComparisonsOfAttribute = 1'000;
+constexpr const char* kNoText = "bytes that are no text in the encoding of the message";
 
 std::string withoutLineEnd(const char* message) {
   std::string text = message == nullptr ? "not well-formed" : message;
@@ -53,6 +59,7 @@ void XmlEventParser::Context::parse(const std::string& name, const Read& read) {
     if (pending_ != nullptr) std::rethrow_exception(pending_);
     if (lacksMemory()) throw std::bad_alloc();
     if (!isParsed) fail("not well-formed");
+    checkEnd();
   } catch (...) {
     close();  // in whatever state it is
     throw;
@@ -97,7 +104,7 @@ void XmlEventParser::Context::begin(const std::string& name, const Read& read) {
   unread_ = {};
   pending_ = nullptr;
   isAtEnd_ = hasRoot_ = false;
-  depth_ = declared_ = expansion_ = notFetched_ = 0;
+  depth_ = declared_ = expansion_ = comparisons_ = notFetched_ = 0;
 }
 
 // The parser reads on while it is inside a tag, too: there is the chance to end the message before
@@ -133,6 +140,22 @@ void XmlEventParser::Context::checkTag() const {
   if (hasLongTag(tagStart(*input), input->cur)) fail("a tag has too many attributes");
 }
 
+// Defaults that are declared once make any number of short tags long. `given` are in the message.
+void XmlEventParser::Context::countComparisons(std::int64_t attributes, std::int64_t given) {
+  if (attributes <= kFewAttributes) return;
+  const std::int64_t comparisons = attributes * (attributes + parser_->nsNr / 2);
+  comparisons_ += std::max<std::int64_t>(0, comparisons - given * kComparisonsOfAttribute);
+  if (comparisons_ > kMaxComparisons) fail("the tags of the message have too many attributes");
+}
+
+// What is left over when all is read is a part of a character.
+void XmlEventParser::Context::checkEnd() const {
+  const xmlParserInputPtr input = parser_->input;
+  if (input == nullptr || input->buf == nullptr || input->buf->encoder == nullptr) return;
+  if (input->buf->raw == nullptr || xmlBufUse(input->buf->raw) == 0) return;
+  throw FileError(name_, {input->line, input->col}, kNoText);
+}
+
 // Starts from libxml2's own handler, which keeps the entities that the message declares, and
 // takes off all that would build a tree or read anything else.
 xmlSAXHandler XmlEventParser::Context::makeHandler() {
@@ -159,14 +182,16 @@ xmlSAXHandler XmlEventParser::Context::makeHandler() {
 
 void XmlEventParser::Context::onStart(void* parser, const xmlChar* local, const xmlChar*,
                                       const xmlChar* uri, int declarationCount,
-                                      const xmlChar** declarations, int attributeCount, int,
-                                      const xmlChar** attributes) {
+                                      const xmlChar** declarations, int attributeCount,
+                                      int defaulted, const xmlChar** attributes) {
   Context& self = of(parser);
   self.guarded(parser, [&] {
     self.hasRoot_ = true;
     if (++self.depth_ > kMaxXmlDepth) self.fail("elements are nested too deeply");
     if (attributeCount > kMaxAttributes) self.fail("a tag has too many attributes");
     if (self.parser_->nsNr / 2 > kMaxNamespaces) self.fail("too many namespaces are in scope");
+    self.countComparisons(std::int64_t{attributeCount} + declarationCount,
+                          attributeCount - defaulted);
     attributes = self.replaced(parser, attributes, attributeCount);
     self.events_.startElement({charsOf(local), charsOf(uri), declarations, declarationCount,
                                self.typeAmong(attributes, attributeCount), attributes,
@@ -217,7 +242,7 @@ void XmlEventParser::Context::onError(void* parser, xmlErrorPtr error) {
 std::string XmlEventParser::Context::messageOf(const xmlError& error) const {
   const xmlParserInputPtr input = parser_->input;
   if (input != nullptr && input->buf != nullptr && input->buf->error != 0) {
-    return "bytes that are no text in the encoding of the message";
+    return kNoText;
   }
   const bool isShort = isAtEnd_ && input != nullptr && input->cur >= input->end &&
                        error.code != XML_ERR_TAG_NAME_MISMATCH;

@@ -39,6 +39,10 @@ class XmlEventParser::Context {
     return parser_->input == nullptr ? WalkPosition() : cpi::textPosition(*parser_->input, part);
   }
   std::int64_t notFetched() const noexcept { return notFetched_; }
+  [[noreturn]] void fail(const std::string& message) const {
+    const WalkPosition at = position();
+    throw FileError(name_, {at.line, at.column}, message);
+  }
 
  private:
   // The parser compares each attribute of a tag with those before it.
@@ -62,6 +66,8 @@ class XmlEventParser::Context {
     return parser_->maxatts > kPartsOfAttribute * kMaxAttributes / 2;
   }
   void checkTag() const;
+  void checkEnd() const;
+  void countComparisons(std::int64_t attributes, std::int64_t given);
   static bool hasLongTag(const xmlChar* begin, const xmlChar* end) noexcept;
   static xmlSAXHandler makeHandler();
   static int onRead(void* self, char* buffer, int size) noexcept;
@@ -109,10 +115,6 @@ class XmlEventParser::Context {
     parser->wellFormed = 0;  // or else the parser would look an entity up by itself
     xmlStopParser(parser);
   }
-  [[noreturn]] void fail(const std::string& message) const {
-    const WalkPosition at = position();
-    throw FileError(name_, {at.line, at.column}, message);
-  }
 
   XmlEvents& events_;
   const bool hasText_;
@@ -129,6 +131,7 @@ class XmlEventParser::Context {
   std::int64_t depth_ = 0;
   std::int64_t declared_ = 0;  // attributes, in the document type
   std::int64_t expansion_ = 0;
+  std::int64_t comparisons_ = 0;  // of attributes with one another
   std::int64_t notFetched_ = 0;
 };
 
