@@ -1,5 +1,6 @@
 #include "cpi/walk/contentmodel.h"
 
+#include <algorithm>
 #include <stdexcept>
 
 namespace cpi {
@@ -8,6 +9,8 @@ namespace {
 // Members of all types together, those that types share counted for each. Types mostly have members
 // of their own; many that share many would make each question about all members take very long.
 constexpr std::int64_t kMaxMembersOfTypes = 5'000'000;
+// What depends on groups is found in rounds; real models need two or three.
+constexpr int kMaxRounds = 64;
 
 Order orderOfComposition(std::int32_t composition) noexcept {
   switch (composition) {
@@ -25,6 +28,7 @@ Order orderOfComposition(std::int32_t composition) noexcept {
 ContentModel::ContentModel(const StdDictionaryInfo& dictionary) : dictionary_(&dictionary) {
   readContents();
   findEmptiable();
+  findReach();
   const std::int32_t rows = dictionary.typeMembers().rowCount();
   requiredUpTo_.assign(static_cast<std::size_t>(rows) + 1, 0);
   for (std::int32_t row = 0; row < rows; ++row) {
@@ -55,6 +59,11 @@ bool ContentModel::canBeEmpty(std::int32_t typeIndex) const noexcept {
   return content == nullptr || content->canBeEmpty;
 }
 
+std::int64_t ContentModel::reachOf(std::int32_t typeIndex) const noexcept {
+  const Content* const content = find(typeIndex);
+  return content == nullptr ? 0 : content->reach;
+}
+
 void ContentModel::readContents() {
   const auto& types = dictionary_->types();
   const auto& members = dictionary_->typeMembers();
@@ -82,10 +91,9 @@ void ContentModel::readContents() {
 }
 
 // Types are taken to need content until shown otherwise, again and again while that shows more:
-// so groups that contain one another find an end. Real models need two rounds or three.
+// so groups that contain one another find an end.
 void ContentModel::findEmptiable() {
   const std::int32_t count = dictionary_->types().rowCount();
-  constexpr int kMaxRounds = 64;
   bool hasChanged = true;
   for (int round = 0; hasChanged && round < kMaxRounds; ++round) {
     hasChanged = false;
@@ -96,6 +104,38 @@ void ContentModel::findEmptiable() {
       hasChanged = true;
     }
   }
+}
+
+// Groups that contain themselves, or lie very deep, have no end by half of the rounds: from then on
+// what still grows is as large as can be.
+void ContentModel::findReach() {
+  bool hasChanged = true;
+  for (int round = 0; hasChanged && round < kMaxRounds; ++round) {
+    hasChanged = false;
+    for (std::size_t type = contents_.size(); type-- > 0;) {
+      const auto [begin, end] = contents_[type].members;
+      std::int32_t reach = 0;
+      for (std::int32_t row = begin; row < end && reach < kMaxReach; ++row) {
+        reach = addedReach(reach, row);
+      }
+      std::int32_t& known = contents_[type].reach;
+      if (reach == known) continue;
+      known = round < kMaxRounds / 2 ? reach : kMaxReach;
+      hasChanged = true;
+    }
+  }
+  const auto& members = dictionary_->typeMembers();
+  reachBefore_.assign(static_cast<std::size_t>(members.rowCount()), 0);
+  for (std::int32_t row = 1; row < members.rowCount(); ++row) {
+    if (members.row(row).ParentTypeId != members.row(row - 1).ParentTypeId) continue;
+    const auto slot = static_cast<std::size_t>(row);
+    reachBefore_[slot] = addedReach(reachBefore_[slot - 1], row - 1);
+  }
+}
+
+std::int32_t ContentModel::addedReach(std::int32_t reach, std::int32_t memberRow) const {
+  const std::int64_t inside = isGroup(memberRow) ? reachOf(member(memberRow).toTypeIndex) : 0;
+  return static_cast<std::int32_t>(std::min<std::int64_t>(kMaxReach, reach + 1 + inside));
 }
 
 bool ContentModel::isEmptiable(std::int32_t typeIndex) const {

@@ -38,6 +38,9 @@ struct MemberRange {
   std::int32_t end = 0;
 };
 
+// A search gives up before it has looked at so many members.
+inline constexpr std::int32_t kMaxReach = 2'000'000;
+
 class ContentModel {
  public:
   // Reads all rows of a loaded dictionary. Indexes that lead nowhere read as types without members.
@@ -62,6 +65,13 @@ class ContentModel {
   }
   // Whether a type is complete without any element.
   bool canBeEmpty(std::int32_t typeIndex) const noexcept;
+  // How many members a search through the whole content of a type may look at, those of a group
+  // counted wherever it stands; at most kMaxReach.
+  std::int64_t reachOf(std::int32_t typeIndex) const noexcept;
+  // The same of the members in front of one, among those beside it.
+  std::int64_t reachBefore(std::int32_t memberRow) const noexcept {
+    return reachBefore_[static_cast<std::size_t>(memberRow)];
+  }
 
  private:
   std::int32_t requiredUpTo(std::int32_t row) const noexcept {
@@ -71,6 +81,7 @@ class ContentModel {
     MemberRange members;
     Order order = Order::Sequence;
     bool canBeEmpty = false;
+    std::int32_t reach = 0;
   };
   const Content* find(std::int32_t typeIndex) const noexcept {
     const auto slot = static_cast<std::size_t>(typeIndex);
@@ -78,12 +89,15 @@ class ContentModel {
   }
   void readContents();
   void findEmptiable();
+  void findReach();
+  std::int32_t addedReach(std::int32_t reach, std::int32_t memberRow) const;
   bool isEmptiable(std::int32_t typeIndex) const;
   bool demandsContent(std::int32_t memberRow) const;
 
   const StdDictionaryInfo* dictionary_;
   std::vector<Content> contents_;           // by type row
   std::vector<std::int32_t> requiredUpTo_;  // by member row, and the end: required rows before it
+  std::vector<std::int32_t> reachBefore_;   // by member row
 };
 
 }  // namespace cpi

@@ -127,6 +127,7 @@ class ContentSearch::Lister {
   void visitMember(const ContentStep& step, std::int32_t owed) {
     const auto& member = model_.member(step.memberIndex);
     if (mode_ == Mode::Required && owed == 0) return;
+    if (search_.searched_ != nullptr) ++*search_.searched_;
     isStopped_ = isStopped_ || ++visits_ > kMaxVisits;
     if (isStopped_ || !isWithinLimit(member, step.repeat) || path_.size() >= kMaxGroups) return;
     path_.push_back(step);

@@ -34,10 +34,16 @@ class ContentSearch {
   using Path = std::span<const ContentStep>;
 
   // The content of the element with the number `element` (see OccurrenceCounter), whose type is
-  // `typeIndex` and whose last child stands at `last`; empty: it has none yet.
+  // `typeIndex` and whose last child stands at `last`; empty: it has none yet. The members that it
+  // looks at one by one are added to `searched`, which is not owned.
   ContentSearch(const ContentModel& model, const OccurrenceCounter& counter, std::int64_t element,
-                std::int32_t typeIndex, Path last)
-      : model_(model), counter_(counter), element_(element), typeIndex_(typeIndex), last_(last) {}
+                std::int32_t typeIndex, Path last, std::int64_t* searched = nullptr)
+      : model_(model),
+        counter_(counter),
+        element_(element),
+        typeIndex_(typeIndex),
+        last_(last),
+        searched_(searched) {}
 
   // Whether a child may stand at `next`: nothing required is left out, no second alternative is
   // taken, and no repeat is beyond its limit.
@@ -80,6 +86,7 @@ class ContentSearch {
   std::int64_t element_;
   std::int32_t typeIndex_;
   Path last_;
+  std::int64_t* searched_;  // null: not counted
 };
 
 }  // namespace cpi

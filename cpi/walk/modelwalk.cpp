@@ -43,7 +43,7 @@ ModelWalk::ModelWalk(const WalkModel& model, bool isChecking)
       isChecking_(isChecking),
       hasUnordered_(hasUnorderedType(model.dictionary())),
       counter_(hasUnordered_ ? model.dictionary().typeMembers().rowCount() : 0),
-      structure_(model, counter_) {}
+      structure_(model, counter_, searched_) {}
 ModelWalk::~ModelWalk() = default;
 
 void ModelWalk::restart() noexcept {
@@ -51,7 +51,7 @@ void ModelWalk::restart() noexcept {
   levelCount_ = 0;
   counter_.forget(0);
   structure_.restart();
-  elements_ = 0;
+  elements_ = searched_ = 0;
   faults_ = 0;
 }
 
@@ -272,20 +272,35 @@ ModelWalk::Move ModelWalk::place(const OpenElement& parent, const Name& name,
   return byName;
 }
 
-bool ModelWalk::placeByName(Cursor& at, const OpenElement& parent, const Name& name) const {
+bool ModelWalk::placeByName(Cursor& at, const OpenElement& parent, const Name& name) {
   if (goTo(at, parent, name)) return true;
-  return parent.hadChild ? at.moveToNextSiblingTagName(name.local, name.namespaceURI, true, true)
-                         : at.moveToFirstChildTagName(name.local, name.namespaceURI, true, true);
+  return isFoundBy(at, parent, [&] {
+    return parent.hadChild ? at.moveToNextSiblingTagName(name.local, name.namespaceURI, true, true)
+                           : at.moveToFirstChildTagName(name.local, name.namespaceURI, true, true);
+  });
+}
+
+// Counts what a search looked at: what lies between two members, or else all of the content.
+template <class Search>
+bool ModelWalk::isFoundBy(Cursor& at, const OpenElement& parent, Search search) {
+  const ContentModel& content = model_->content();
+  const std::int64_t from = parent.hadChild ? at.offset(content) : 0;
+  const bool isFound = search();
+  const std::int64_t to = isFound ? at.offset(content) : 0;
+  searched_ += to > from ? to - from : content.reachOf(parent.typeIndex);
+  return isFound;
 }
 
 bool ModelWalk::placeByWildcard(Cursor& at, const OpenElement& parent, const Name& name,
-                                ProcessContents& contents) const {
+                                ProcessContents& contents) {
   for (const std::int32_t number : model_->wildcardsOf(parent.typeIndex)) {
     const Wildcard& wildcard = model_->wildcard(number);
     if (!wildcard.admits(name.namespaceURI.view())) continue;
     const auto code = static_cast<ELogicalType>(wildcard.logicalType);
-    const bool isPlaced = parent.hadChild ? at.moveToNextSiblingSimpleType(code, false, true)
-                                          : at.moveToFirstChildSimpleType(code, false, true);
+    const bool isPlaced = isFoundBy(at, parent, [&] {
+      return parent.hadChild ? at.moveToNextSiblingSimpleType(code, false, true)
+                             : at.moveToFirstChildSimpleType(code, false, true);
+    });
     if (!isPlaced) continue;
     contents = wildcard.processContents;
     return true;

@@ -78,6 +78,11 @@ class ModelWalk {
   // The anonymous groups around the innermost open element, outermost first.
   std::vector<GroupStep> groups() const;
 
+  // About how many members were looked at one by one since restart(), because no index tells where
+  // an element belongs or because something was wrong. Whoever walks messages of strangers ends the
+  // walk when they are too many.
+  std::int64_t searched() const noexcept { return searched_; }
+
   // The number of open elements.
   std::size_t depth() const noexcept { return open_.size(); }
 
@@ -132,9 +137,11 @@ class ModelWalk {
   bool isMember(const OpenElement& parent, const Name& name);
   Verdict enterMember(OpenElement& parent);
   bool readMember(const Cursor& at, Verdict& verdict) const;
-  bool placeByName(Cursor& at, const OpenElement& parent, const Name& name) const;
+  bool placeByName(Cursor& at, const OpenElement& parent, const Name& name);
   bool placeByWildcard(Cursor& at, const OpenElement& parent, const Name& name,
-                       ProcessContents& contents) const;
+                       ProcessContents& contents);
+  template <class Search>
+  bool isFoundBy(Cursor& at, const OpenElement& parent, Search search);
   bool hasWildcardFor(const OpenElement& parent, const Name& name) const noexcept;
   Reason refusalUnder(const OpenElement& parent) const;
   Verdict verdictAt(const Cursor& at) const;
@@ -155,6 +162,7 @@ class ModelWalk {
   std::size_t levelCount_ = 0;  // those in use; the others wait to be used again
   std::vector<OpenElement> open_;
   OccurrenceCounter counter_;
+  std::int64_t searched_ = 0;
   StructureCheck structure_;
   ContentPath path_;           // of the element that is being placed
   std::int64_t elements_ = 0;  // entered so far

@@ -8,8 +8,9 @@
 
 namespace cpi {
 
-StructureCheck::StructureCheck(const WalkModel& model, const OccurrenceCounter& counter)
-    : model_(model), counter_(counter), finder_(model) {}
+StructureCheck::StructureCheck(const WalkModel& model, const OccurrenceCounter& counter,
+                               std::int64_t& searched)
+    : model_(model), counter_(counter), searched_(searched), finder_(model) {}
 
 void StructureCheck::restart() noexcept {
   trail_.clear();
@@ -82,7 +83,7 @@ StructureCheck::Outcome StructureCheck::judgeRefused(std::int32_t typeIndex,
 }
 
 ContentSearch StructureCheck::searchFrom(const Scope& scope, ContentSearch::Path last) const {
-  return {model_.content(), counter_, scope.number, scope.typeIndex, last};
+  return {model_.content(), counter_, scope.number, scope.typeIndex, last, &searched_};
 }
 
 StructureCheck::Trouble* StructureCheck::troubleOf(const Scope& scope) noexcept {

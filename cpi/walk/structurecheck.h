@@ -42,8 +42,8 @@ class StructureCheck {
     std::int32_t leaf = kNone;     // the member row that it was taken for
     std::int32_t content = kNone;  // the Tags row by which its content may be judged
   };
-  // Neither is owned; both must outlive this.
-  StructureCheck(const WalkModel& model, const OccurrenceCounter& counter);
+  // None is owned; all must outlive this. `searched` counts the members that are looked at.
+  StructureCheck(const WalkModel& model, const OccurrenceCounter& counter, std::int64_t& searched);
 
   void restart() noexcept;
   // An element begins whose children will be checked; returns Scope::begin.
@@ -105,6 +105,7 @@ class StructureCheck {
 
   const WalkModel& model_;
   const OccurrenceCounter& counter_;
+  std::int64_t& searched_;
   MemberFinder finder_;
   ContentPath trail_;              // the paths of all open scopes, one behind the other
   ContentPath found_;              // by the last search that did

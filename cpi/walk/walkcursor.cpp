@@ -29,6 +29,16 @@ std::int32_t WalkCursor::unorderedMember() const {
   return isOnce ? at->memberIndex : kNone;
 }
 
+std::int64_t WalkCursor::offset(const ContentModel& model) const {
+  std::int64_t members = 0;
+  for (auto at = positionStack.rbegin(); at != positionStack.rend(); ++at) {
+    if (at->memberIndex < 0) break;
+    members += model.reachBefore(at->memberIndex) + 1;
+    if (at + 1 == positionStack.rend() || !isGroup(*(at + 1))) break;
+  }
+  return members;
+}
+
 void WalkCursor::readPath(std::size_t height, ContentPath& path) const {
   path.clear();
   for (std::size_t i = height; i < positionStack.size(); ++i) {

@@ -30,6 +30,9 @@ class WalkCursor : public StdDictionaryIterator {
 
   // Identifies an element as long as it is open: what stands behind it leads to a child.
   std::size_t height() const noexcept { return positionStack.size(); }
+  // How many members of the enclosing element's content stand in front of the current one; 0 when
+  // that is no member.
+  std::int64_t offset(const ContentModel& model) const;
   // The way from the element of this height to the current one; empty when that is no member.
   void readPath(std::size_t height, ContentPath& path) const;
   // Stands on the child of the element of this height to which `path` leads; with an empty path on

@@ -38,8 +38,14 @@ struct WalkedElement {
   const WalkTrail* trail = nullptr;                          // never null when handed out
 };
 
+// Members that the searches for a message's elements may look at, beside kSearchOfElement for each
+// element that has come. Only models that were made to cost much come near.
+inline constexpr std::int64_t kMaxSearch = 50'000'000;
+inline constexpr std::int64_t kSearchOfElement = 500;
+
 struct WalkOptions {
   bool isChecking = false;  // judge each message as a whole, not only where its elements belong
+  std::int64_t maxSearch = kMaxSearch;  // of an XML message; beyond it the walk ends in an error
 };
 
 // A message's findings beyond so many are counted and not handed out.

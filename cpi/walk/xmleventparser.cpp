@@ -14,6 +14,7 @@ XmlEventParser::~XmlEventParser() = default;
 void XmlEventParser::parse(const std::string& name, const Read& read) {
   context_->parse(name, read);
 }
+void XmlEventParser::fail(const std::string& message) const { context_->fail(message); }
 WalkPosition XmlEventParser::position() const noexcept { return context_->position(); }
 WalkPosition XmlEventParser::textPosition(std::string_view part) const noexcept {
   return context_->textPosition(part);

@@ -60,6 +60,8 @@ class XmlEventParser {
   // std::bad_alloc, and what the events and `read` throw. Another message may follow.
   void parse(const std::string& name, const Read& read);
 
+  // Ends the parse from inside an event: throws FileError at the tag that is being reported.
+  [[noreturn]] void fail(const std::string& message) const;
   // The place of the tag that is being reported.
   WalkPosition position() const noexcept;
   // The place of the end of the piece of text that is being reported, or of a part that ends with

@@ -22,6 +22,7 @@ class XmlWalker::Walk : public XmlEvents, public FindingSink {
  public:
   Walk(const WalkModel& model, const WalkOptions& options)
       : model_(&model),
+        maxSearch_(options.maxSearch),
         walk_(model, options.isChecking),
         trail_(walk_),
         parser_(*this, options.isChecking) {
@@ -68,6 +69,7 @@ class XmlWalker::Walk : public XmlEvents, public FindingSink {
   void deliver(const Finding& finding);
 
   const WalkModel* model_;
+  const std::int64_t maxSearch_;
   ModelWalk walk_;
   XmlTrail trail_;
   std::optional<XmlCheck> check_;
@@ -100,6 +102,9 @@ void XmlWalker::Walk::startElement(const XmlStartTag& tag) {
   }
   const Verdict verdict = walk_.enter({name.text, name.namespaceURI}, name.key, typeKey);
   count(verdict);
+  if (walk_.searched() > maxSearch_ + kSearchOfElement * summary_.elements) {
+    parser_.fail("the model takes too long to search for the elements of this message");
+  }
   if (isFollowed()) follow(verdict, name, tag, typeKey);
 }
 
