@@ -15,6 +15,10 @@ constexpr std::size_t kMaxDigits = 9;
 constexpr bool kIsLittle = std::endian::native == std::endian::little;
 // A check sum with its tag and delimiter, and some room for a wrong one.
 constexpr std::size_t kCheckSumSize = 12;
+// Bytes that may be looked at in vain since body lengths are wrong, and how many more for each byte
+// of a message that is found. Else each line of a file could lead to its end.
+constexpr std::size_t kMaxInVain = std::size_t{64} << 20;
+constexpr std::size_t kGainPerByte = 16;
 // A first field is shorter.
 constexpr std::size_t kFirstFieldSize = 64;
 
@@ -213,6 +217,7 @@ FixFramer::Outcome FixFramer::next(std::string_view text, bool isLast, std::size
     frame.begin += start;
     frame.end += start;
     at = frame.end;
+    inVain_ -= std::min(inVain_, kGainPerByte * (frame.end - frame.begin));
     return Outcome::Found;
   }
   return isLast ? Outcome::None : Outcome::NeedsMore;
@@ -246,15 +251,13 @@ std::size_t FixFramer::findFieldEnd(std::string_view text, FixDelimiter delimite
 }
 
 // The message at the front of `text`; false when more text is needed to tell where it ends.
-bool FixFramer::frameAt(std::string_view text, bool isLast, FixFrame& frame) const noexcept {
+bool FixFramer::frameAt(std::string_view text, bool isLast, FixFrame& frame) noexcept {
   frame.begin = 0;
   frame.delimiter = delimiterOf(text);
   const std::size_t byLength = lengthOf(text, frame.delimiter);
   if (byLength != text.npos) {
     if (!isLast && byLength + kCheckSumSize > text.size()) return false;
-    frame.end = endByLength(text, byLength, frame.delimiter);
-    const bool isFound = frame.end != text.npos;
-    if (isFound && isOneMessage(text, byLength, frame.delimiter)) return true;
+    if (endsByLength(text, byLength, frame)) return true;
   }
   const std::size_t width = widthOf(frame.delimiter);
   std::int32_t dataSize = kNone;
@@ -271,6 +274,15 @@ bool FixFramer::frameAt(std::string_view text, bool isLast, FixFrame& frame) con
   }
   frame.end = withoutBlanks(text, end);
   return isLast || end < text.size();
+}
+
+bool FixFramer::endsByLength(std::string_view text, std::size_t checkSum,
+                             FixFrame& frame) noexcept {
+  frame.end = endByLength(text, checkSum, frame.delimiter);
+  if (frame.end == text.npos || inVain_ > kMaxInVain) return false;
+  if (isOneMessage(text, checkSum, frame.delimiter)) return true;
+  inVain_ += checkSum;
+  return false;
 }
 
 // What has no tag is all value.

@@ -31,6 +31,7 @@ struct FixFrame {
 // Finds messages one after another. A message begins at "8=FIX", or at the start of a line, or
 // right behind another message, with any other tag. It ends behind its check sum, in front of the
 // next message or with its line; a body length that leads to a check sum counts more than these.
+// Lengths that lead over other messages to wrong sums again and again are no longer followed.
 class FixFramer {
  public:
   enum class Outcome : std::uint8_t { Found, NeedsMore, None };
@@ -47,12 +48,15 @@ class FixFramer {
 
  private:
   Outcome passOver(std::string_view text, std::size_t& at) noexcept;
-  bool frameAt(std::string_view text, bool isLast, FixFrame& frame) const noexcept;
+  bool frameAt(std::string_view text, bool isLast, FixFrame& frame) noexcept;
+  bool endsByLength(std::string_view text, std::size_t checkSum, FixFrame& frame) noexcept;
   std::size_t findFieldEnd(std::string_view text, FixDelimiter delimiter, std::size_t begin,
                            std::int32_t& dataSize) const noexcept;
 
   const FixModel* model_;
   bool isFresh_ = true;  // at the start of a line, or behind a message
+  // Bytes that body lengths led over in vain, less what messages behind them make up for.
+  std::size_t inVain_ = 0;
 };
 
 // One field. Offsets count from the start of the message.
