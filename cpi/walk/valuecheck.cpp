@@ -103,6 +103,39 @@ Reason ValueCheck::judge(std::int32_t tagIndex, std::string_view value) {
   return reason == Reason::None ? judgeParts(tag.ToTypeIndexField, value, 0) : reason;
 }
 
+// No number, truth value or value of a set is so long, unless the dictionary has such texts itself.
+// Of a list the items are judged, of a union nothing.
+Reason ValueCheck::judgeBeginning(std::int32_t tagIndex, std::string_view beginning) {
+  const SMD_TAG_DEFINITION& tag = dictionary_.tags().row(tagIndex);
+  const std::int32_t logicalType = logicalTypeOf(tag);
+  if (isNumeric(logicalType) || logicalType == LTBoolean) return Reason::WrongForm;
+  if (formOfType(tag.ToTypeIndexField) == ValueForm::Name) return Reason::None;
+  if (!mayBeInSet(tag, logicalType, beginning.size()) && hasOneForm(tag.ToTypeIndexField)) {
+    return Reason::NotInValueSet;
+  }
+  const auto* const fixed = model_.properties().controlOfTag(tagIndex).isFixed
+                                ? dictionary_.values().find(tag.DVTableIndex)
+                                : nullptr;
+  const std::optional<std::string> text = fixed == nullptr ? std::nullopt : textOf(*fixed);
+  if (text && text->size() < beginning.size()) return Reason::NotFixedValue;
+  if (logicalType != LTString) return Reason::None;
+  if (tag.MaxLength >= 0 && lengthOf(tag, beginning) > tag.MaxLength) return Reason::TooLong;
+  const Parts* const parts = partsOf(tag.ToTypeIndexField);
+  if (parts == nullptr || !parts->isList) return Reason::None;
+  budget_ = kMaxLooks * beginning.size();
+  const std::size_t end = beginning.rfind(' ');
+  const Reason reason = judgeItems(*parts, beginning.substr(0, end == beginning.npos ? 0 : end), 0);
+  return reason == Reason::TooShort ? Reason::None : reason;
+}
+
+bool ValueCheck::mayBeInSet(const SMD_TAG_DEFINITION& tag, std::int32_t logicalType,
+                            std::size_t size) {
+  if (tag.ValueSetTableIndex < 0) return true;
+  const ValueSet& set = setOf(tag, logicalType);
+  return !set.isJudged ||
+         std::ranges::any_of(set.keys, [&](const auto& key) { return key.size() >= size; });
+}
+
 // A union admits what one of its members does.
 Reason ValueCheck::judgeParts(std::int32_t typeIndex, std::string_view value, int depth) {
   const Parts* const parts = partsOf(typeIndex);

@@ -39,6 +39,9 @@ class ValueCheck {
   // What is wrong with a value, UTF-8, of the tag in this row: NotInValueSet, TooShort, TooLong,
   // WrongForm, NotFixedValue, NotOfFacet or None.
   Reason judge(std::int32_t tagIndex, std::string_view value);
+  // The same of a value that is too long to be kept, of which this is the beginning without
+  // superfluous white space. What does not show by that is let pass.
+  Reason judgeBeginning(std::int32_t tagIndex, std::string_view beginning);
   // Tells in a finding what would have been right of the last value.
   void describe(std::int32_t tagIndex, Reason reason, Finding& finding) const;
 
@@ -77,6 +80,7 @@ class ValueCheck {
   std::int32_t logicalTypeOf(const SMD_TAG_DEFINITION& tag) const;
   ValueForm formOfType(std::int32_t typeIndex) const;
   bool isFixedValue(const SMD_TAG_DEFINITION& tag, std::int32_t logicalType) const;
+  bool mayBeInSet(const SMD_TAG_DEFINITION& tag, std::int32_t logicalType, std::size_t size);
   bool isInSet(const SMD_TAG_DEFINITION& tag, std::int32_t logicalType, std::string_view value);
   const ValueSet& setOf(const SMD_TAG_DEFINITION& tag, std::int32_t logicalType);
   std::int64_t lengthOf(const SMD_TAG_DEFINITION& tag, std::string_view value) const;

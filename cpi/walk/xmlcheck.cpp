@@ -5,11 +5,13 @@
 #include <utility>
 
 #include "cpi/extract/modelconventions.h"
+#include "cpi/walk/valueform.h"
 
 namespace cpi {
 namespace {
 
-// A value longer than this is not kept, and judged no further than by its length so far.
+// A longer value is kept without superfluous white space, and judged by its beginning when that is
+// longer than half of this.
 constexpr std::size_t kMaxValue = std::size_t{1} << 20;
 // A finding shows so much of a text, in bytes.
 constexpr std::size_t kMaxShown = 80;
@@ -53,7 +55,7 @@ FindingSink::~FindingSink() = default;
 
 void XmlCheck::start(const XmlStartTag& tag, std::u16string_view typeKey) {
   text_.clear();
-  isWhole_ = true;
+  kept_ = Kept::All;
   XmlFrame& frame = trail_.top();
   const Verdict& verdict = frame.verdict;
   if (verdict.reason == Reason::InNil) trail_.parent()->isNil = false;  // that was told just now
@@ -75,17 +77,26 @@ void XmlCheck::text(std::string_view piece, const XmlEventParser& parser) {
   if (trail_.isEmpty()) return;
   XmlFrame& frame = trail_.top();
   if (frame.hasNoText || frame.isNil) checkText(frame, piece, parser);
-  if (!frame.hasValue) return;
-  if (text_.size() + piece.size() > kMaxValue) isWhole_ = false;
-  if (isWhole_) text_ += piece;
+  if (frame.hasValue && kept_ != Kept::Nothing) keep(piece);
+}
+
+void XmlCheck::keep(std::string_view piece) {
+  if (kept_ == Kept::Beginning) return;
+  text_ += piece;
+  if (text_.size() <= kMaxValue) return;
+  collapse(text_, collapsed_);
+  const bool endsWithSpace = isSpace(text_.back());
+  text_.swap(collapsed_);
+  if (endsWithSpace) text_ += ' ';  // more may come
+  kept_ = text_.size() > kMaxValue / 2 ? Kept::Beginning : Kept::Collapsed;
 }
 
 void XmlCheck::end() {
   const XmlFrame& frame = trail_.top();
-  if (frame.hasValue && isWhole_) checkValue(frame);
+  if (frame.hasValue && kept_ != Kept::Nothing) checkValue(frame);
   if (frame.hasWrongText && !walk_.hasChild()) walk_.setUnjudged();  // it is there instead
   text_.clear();
-  isWhole_ = false;  // what follows is text of the enclosing element, behind a child
+  kept_ = Kept::Nothing;  // what follows is text of the enclosing element, behind a child
 }
 
 const SMD_TAG_DEFINITION* XmlCheck::contentTag(const XmlFrame& frame) const {
@@ -225,12 +236,19 @@ void XmlCheck::checkText(XmlFrame& frame, std::string_view piece, const XmlEvent
 }
 
 void XmlCheck::checkValue(const XmlFrame& frame) {
-  const Reason reason = values_.judge(frame.verdict.contentTagIndex, text_);
+  const Reason reason = judgeValue(frame.verdict.contentTagIndex);
   if (reason == Reason::None) return;
   Finding finding = findingOf(frame, VerdictKind::Value, reason);
   finding.value = shown(text_);
   values_.describe(frame.verdict.contentTagIndex, reason, finding);
   sink_.add(std::move(finding), nullptr);
+}
+
+// White space that was left out may have made up for what is too short.
+Reason XmlCheck::judgeValue(std::int32_t tagIndex) {
+  if (kept_ == Kept::Beginning) return values_.judgeBeginning(tagIndex, text_);
+  const Reason reason = values_.judge(tagIndex, text_);
+  return kept_ == Kept::Collapsed && reason == Reason::TooShort ? Reason::None : reason;
 }
 
 Finding XmlCheck::findingOf(const XmlFrame& frame, VerdictKind kind, Reason reason) const {

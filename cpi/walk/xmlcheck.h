@@ -55,7 +55,9 @@ class XmlCheck {
   void checkNil(XmlFrame& frame, std::string_view value);
   void addNil(const XmlFrame& frame, Reason reason, std::string_view value);
   void checkText(XmlFrame& frame, std::string_view piece, const XmlEventParser& parser);
+  void keep(std::string_view piece);
   void checkValue(const XmlFrame& frame);
+  Reason judgeValue(std::int32_t tagIndex);
   Finding findingOf(const XmlFrame& frame, VerdictKind kind, Reason reason) const;
 
   const WalkModel& model_;
@@ -67,8 +69,17 @@ class XmlCheck {
   AttributeCheck attributes_;
   // What is wrong with a type that an element asks for, by their rows.
   std::unordered_map<std::uint64_t, Reason> types_;
-  std::string text_;      // of the innermost element, when it is a value
-  bool isWhole_ = false;  // text_ is all of it
+  // What text_ has of the value of the innermost element.
+  enum class Kept : std::uint8_t {
+    Nothing,    // what comes stands behind a child
+    All,        // all that came
+    Collapsed,  // the same without superfluous white space
+    Beginning,  // of a value that is too long
+  };
+
+  std::string text_;
+  std::string collapsed_;
+  Kept kept_ = Kept::Nothing;
 };
 
 }  // namespace cpi
