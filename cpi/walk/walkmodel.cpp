@@ -105,6 +105,7 @@ bool Wildcard::admits(std::u16string_view namespaceURI) const noexcept {
 WalkModel::WalkModel(const StdDictionaryInfo& dictionary)
     : dictionary_(&dictionary), properties_(dictionary), content_(dictionary) {
   readWildcards();
+  readNamespaces();
   readHiddenTags();
   listWildcardsOfTypes();
 }
@@ -135,6 +136,13 @@ void WalkModel::readWildcards() {
   }
 }
 
+void WalkModel::readNamespaces() {
+  spaces_.try_emplace(std::u16string_view(), kNone);
+  for (std::int32_t row = 0; row < dictionary_->namespaces().rowCount(); ++row) {
+    spaceOfRow_.push_back(spaces_.try_emplace(dictionary_->namespaceText(row), row).first->second);
+  }
+}
+
 void WalkModel::readHiddenTags() {
   const auto& tags = dictionary_->tags();
   hiddenTagOfType_.assign(static_cast<std::size_t>(dictionary_->types().rowCount()), kNone);
@@ -145,10 +153,10 @@ void WalkModel::readHiddenTags() {
     const SMD_TYPE_DEFINITION* const type = dictionary_->types().find(tag.ToTypeIndexField);
     if (type == nullptr) continue;
     hiddenTagOfType_[static_cast<std::size_t>(tag.ToTypeIndexField)] = row;
-    std::u16string key(textView(type->Identifier));
-    key += kNameMark;
-    key += dictionary_->namespaceText(type->NamespaceIndex);
-    hiddenTags_.try_emplace(std::move(key), tag.Id);
+    const bool hasSpace = dictionary_->namespaces().contains(type->NamespaceIndex);
+    const std::int32_t space =
+        hasSpace ? spaceOfRow_[static_cast<std::size_t>(type->NamespaceIndex)] : kNone;
+    hiddenTags_.try_emplace({textView(type->Identifier), space}, tag.Id);
   }
 }
 
@@ -177,7 +185,11 @@ std::int32_t WalkModel::globalTag(const unsigned short* name,
 }
 
 std::int32_t WalkModel::findHiddenTag(std::u16string_view key) const noexcept {
-  const auto found = hiddenTags_.find(key);
+  const std::size_t mark = key.find(kNameMark);
+  if (mark == key.npos) return 0;
+  const auto space = spaces_.find(key.substr(mark + 1));
+  if (space == spaces_.end()) return 0;
+  const auto found = hiddenTags_.find({key.substr(0, mark), space->second});
   return found == hiddenTags_.end() ? 0 : found->second;
 }
 

@@ -86,14 +86,21 @@ class WalkModel {
   std::int32_t hiddenTagOfType(std::int32_t typeIndex) const noexcept;
 
  private:
+  // Of a type: views into the dictionary and numbers, for many types may share long texts.
+  struct TypeName {
+    std::u16string_view name;
+    std::int32_t space;  // the first row of Namespaces with its URI; kNone: the URI is empty
+
+    friend bool operator==(const TypeName&, const TypeName&) = default;
+  };
   struct Hash {
-    using is_transparent = void;
-    std::size_t operator()(std::u16string_view text) const noexcept {
-      return std::hash<std::u16string_view>()(text);
+    std::size_t operator()(const TypeName& type) const noexcept {
+      return std::hash<std::u16string_view>()(type.name) + static_cast<std::size_t>(type.space);
     }
   };
 
   std::int32_t findHiddenTag(std::u16string_view key) const noexcept;
+  void readNamespaces();
   void readWildcards();
   void readHiddenTags();
   void listWildcardsOfTypes();
@@ -107,7 +114,9 @@ class WalkModel {
   std::vector<std::int32_t> wildcardOfType_;  // by type row: its wildcard's number, or -1
   std::vector<std::size_t> firstOfType_;      // by type row, and the end: into listed_
   std::vector<std::int32_t> listed_;
-  std::unordered_map<std::u16string, std::int32_t, Hash, std::equal_to<>> hiddenTags_;
+  std::unordered_map<std::u16string_view, std::int32_t> spaces_;  // the first row of each URI
+  std::vector<std::int32_t> spaceOfRow_;                          // that of a Namespaces row
+  std::unordered_map<TypeName, std::int32_t, Hash> hiddenTags_;
   std::vector<std::int32_t> hiddenTagOfType_;  // by type row: the tag's row, or kNone
 };
 
