@@ -3,10 +3,8 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <filesystem>
 #include <fstream>
 #include <string>
-#include <system_error>
 
 #include "cpi/dictinfo/dictionaryimage.h"
 #include "cpi/extract/extractreader.h"
@@ -30,13 +28,6 @@ std::string describeByte(int byte) {
   return text;
 }
 
-// What the file at `path` may make a dictionary claim. Of a pipe the length is not known.
-LoadLimits limitsOf(const std::string& path) {
-  std::error_code unknown;
-  const std::uintmax_t bytes = std::filesystem::file_size(path, unknown);
-  return unknown ? LoadLimits() : limitsForInput(static_cast<std::int64_t>(bytes));
-}
-
 }  // namespace
 
 std::unique_ptr<StdDictionaryInfo> loadDictionary(const std::string& path) {
@@ -50,7 +41,7 @@ std::unique_ptr<StdDictionaryInfo> loadDictionary(const std::string& path) {
   if (byte == kImageFirstByte) return readImage(stream, path);
   if (!opensExtract(byte)) throw FileError(path, {1, 1}, describeByte(byte), kKnownForms);
   auto dictionary = std::make_unique<StdDictionaryInfo>(0);
-  dictionary->setLoadLimits(limitsOf(path));
+  dictionary->setLoadLimits(limitsForFile(path));
   readExtract(stream, path, *dictionary);
   return dictionary;
 }

@@ -67,6 +67,9 @@ const RefusedCase kRefused[] = {
     {"TextInAPropertyOfIntegers",
      "21{ 2000:0=#2 1001{ 100101:0=T 100102:0=M 100105:0=#5 100104:1=x",
      "column 100104, row 1: the property holds values of another kind"},
+    {"TextInAColumnOfIntegers",
+     "21{ 2000:0=#2 1001{ 100101:0=VLS_TABMBR 100102:0=StringMember 100105:0=#5 } 2102:1=x",
+     "column 2102 (Identifier), row 1: the property of the table's texts holds values of another"},
 };
 INSTANTIATE_TEST_SUITE_P(All, Refused, testing::ValuesIn(kRefused),
                          [](const auto& info) { return std::string(info.param.name); });
@@ -92,6 +95,7 @@ TEST(Loading, LimitsAreThoseOfTheDictionary) {
       {"26{ 2000:0=#1 2601:0=u 1001{ 100102:0=a 100104:0=x } 1001{ 100102:0=b 100104:0=x",
        "a table has at most 2 properties"},
       {"24{ 2000:0=#2 } 20{ 2000:0=#2", "the tables would claim more than 1100 bytes"},
+      {"24{ 2000:0=#2 } ( 1000{ 100002:0=S } 20{ 2000:0=#2", "would claim more than 1100 bytes"},
   };
   for (const auto& [events, message] : kCases) {
     StdDictionaryInfo dictionary(0);

@@ -537,6 +537,12 @@ TEST_F(ExtractFile, OtherFilesAreRefused) {
             testing::TempDir() + ": the file cannot be read");
   write(R"({"extract": 1, "stream": [{"section": "Identification", "content": []},
 {"section": "ValueSet", "content": [{"column": "NumRows", "values": [16777216]}]}]})");
+  const auto loadInto = [&] {
+    StdDictionaryInfo dictionary(0);
+    readExtract(path_, dictionary);
+  };
+  EXPECT_NE(refusal(loadInto).find("the tables would claim more than 1088256 bytes"),
+            std::string::npos);
   EXPECT_NE(refusal(load).find("row 0: the tables would claim more than 1088256 bytes"),
             std::string::npos)
       << refusal(load);
