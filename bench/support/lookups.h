@@ -53,8 +53,9 @@ void askAll(benchmark::State& state, const std::vector<Key>& keys, std::size_t& 
     if (at + kBatch > keys.size()) at = 0;
     std::int64_t sum = 0;
     // Local, so that no look-up, whatever it reads and writes, makes the loop read them again.
-    for (const Key *key = &keys[at], *const end = key + kBatch; key != end; ++key)
-      sum += find(*key);
+    const auto ask = find;
+    const Key* const end = &keys[at] + kBatch;
+    for (const Key* key = &keys[at]; key != end; ++key) sum += ask(*key);
     at += kBatch;
     benchmark::DoNotOptimize(sum);
   });

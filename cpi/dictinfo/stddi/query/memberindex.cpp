@@ -283,7 +283,7 @@ bool MemberIndex::isSound() const noexcept {
     const std::uint32_t left = memberCount_ - row;  // distances are less, or lead nowhere
     // The two that lead nowhere, the largest there are, become 0 and 1.
     static_assert(static_cast<Distance>(kUnindexed + 2) == 0);
-    const auto leadsToRow = [left](Distance distance) {
+    const auto leadsToRow = [left](Distance distance) -> unsigned {
       return static_cast<Distance>(distance + 2) < std::uint64_t{left} + 2;
     };
     areRows &= leadsToRow(place.group) & leadsToRow(place.required) &
