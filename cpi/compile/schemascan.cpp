@@ -4,12 +4,7 @@
 #include <cstdlib>
 #include <iterator>
 #include <limits>
-#include <memory>
-#include <xercesc/framework/MemBufInputSource.hpp>
-#include <xercesc/sax/Locator.hpp>
-#include <xercesc/sax/SAXParseException.hpp>
 #include <xercesc/sax2/Attributes.hpp>
-#include <xercesc/util/OutOfMemoryException.hpp>
 #include <xercesc/util/XMLString.hpp>
 #include <xercesc/util/XMLUni.hpp>
 
@@ -25,7 +20,6 @@ using View = std::u16string_view;
 
 // Deeper documents are refused: the schema processor recurses over their elements.
 constexpr std::size_t kDepthLimit = 200;
-constexpr XMLSize_t kEntityLimit = 1000;
 
 enum Construct : std::size_t { kIdentity, kNotations };
 
@@ -73,12 +67,9 @@ bool isMisread(const std::string& text) {
          static_cast<std::int32_t>(number) != -1;
 }
 
-class ScanHandler : public xercesc::DefaultHandler {
+class ScanHandler : public SaxHandler {
  public:
   SchemaScan scan;
-  std::optional<ScanError> fatal;
-
-  void setDocumentLocator(const xercesc::Locator* locator) override { locator_ = locator; }
 
   void startElement(const XMLCh* uri, const XMLCh* name, const XMLCh*,
                     const xercesc::Attributes& attributes) override {
@@ -93,24 +84,7 @@ class ScanHandler : public xercesc::DefaultHandler {
   }
   void endElement(const XMLCh*, const XMLCh*, const XMLCh*) override { --depth_; }
 
-  // The parser stops by itself; an exception from here would make it leak.
-  void fatalError(const xercesc::SAXParseException& error) override {
-    if (fatal) return;
-    fatal = ScanError{toUtf8(viewOf(error.getMessage())),
-                      {static_cast<std::int32_t>(error.getLineNumber()),
-                       static_cast<std::int32_t>(error.getColumnNumber())}};
-  }
-  // External entities are not read; nothing in a schema needs them.
-  xercesc::InputSource* resolveEntity(const XMLCh*, const XMLCh* systemId) override {
-    static constexpr XMLByte kNothing[1] = {' '};
-    return new xercesc::MemBufInputSource(kNothing, 0, systemId);
-  }
-
  private:
-  SchemaPlace here() const {
-    return {static_cast<std::int32_t>(locator_->getLineNumber()),
-            static_cast<std::int32_t>(locator_->getColumnNumber())};
-  }
   [[noreturn]] void fail(std::string text) const { throw ScanError{std::move(text), here()}; }
 
   std::optional<View> value(const char16_t* name) const {
@@ -198,7 +172,6 @@ class ScanHandler : public xercesc::DefaultHandler {
     }
   }
 
-  const xercesc::Locator* locator_ = nullptr;
   const xercesc::Attributes* attributes_ = nullptr;
   std::size_t depth_ = 0;
   std::size_t redefineDepth_ = 0;
@@ -257,19 +230,8 @@ std::uint64_t patternSize(View pattern) {
 }
 
 SchemaScan scanSchema(const std::string& bytes, const std::u16string& systemId) {
-  startXmlParser();
   ScanHandler handler;
-  xercesc::SecurityManager security;
-  security.setEntityExpansionLimit(kEntityLimit);
-  const auto reader = makeSaxReader(handler, security);
-  const xercesc::MemBufInputSource source(reinterpret_cast<const XMLByte*>(bytes.data()),
-                                          bytes.size(), systemId.c_str());
-  try {
-    reader->parse(source);
-  } catch (const xercesc::XMLException& error) {
-    throw ScanError{toUtf8(viewOf(error.getMessage())), {}};
-  }
-  if (handler.fatal) throw *handler.fatal;
+  readXml(bytes, systemId, handler);
   return std::move(handler.scan);
 }
 

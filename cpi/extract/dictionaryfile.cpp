@@ -1,14 +1,13 @@
 #include "cpi/extract/dictionaryfile.h"
 
-#include <cerrno>
 #include <cstdio>
-#include <cstring>
 #include <fstream>
 #include <string>
 
 #include "cpi/dictinfo/dictionaryimage.h"
 #include "cpi/extract/extractreader.h"
 #include "cpi/extract/image.h"
+#include "cpi/extract/openfile.h"
 
 namespace cpi {
 
@@ -32,9 +31,7 @@ std::string describeByte(int byte) {
 
 std::unique_ptr<StdDictionaryInfo> loadDictionary(const std::string& path) {
   std::ifstream stream(path, std::ios::binary);
-  if (!stream) {
-    throw FileError(path, {}, std::string("the file cannot be opened: ") + std::strerror(errno));
-  }
+  if (!stream) failToOpen(path);
   // One byte can be looked at without seeking, which a pipe could not do.
   const int byte = stream.peek();
   if (stream.bad()) throw FileError(path, {}, "the file cannot be read");

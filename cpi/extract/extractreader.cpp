@@ -1,13 +1,12 @@
 #include "cpi/extract/extractreader.h"
 
-#include <cerrno>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <memory>
 #include <system_error>
 
 #include "cpi/extract/extractparser.h"
+#include "cpi/extract/openfile.h"
 
 namespace cpi {
 
@@ -41,9 +40,7 @@ void readExtract(std::istream& stream, const std::string& fileName, FIHandler& h
 
 void readExtract(const std::string& path, FIHandler& handler, const ReadOptions& options) {
   std::ifstream stream(path, std::ios::binary);
-  if (!stream) {
-    throw FileError(path, {}, std::string("the file cannot be opened: ") + std::strerror(errno));
-  }
+  if (!stream) failToOpen(path);
   readExtract(stream, path, handler, options);
 }
 
