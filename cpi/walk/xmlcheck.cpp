@@ -246,7 +246,7 @@ void XmlCheck::checkValue(const XmlFrame& frame) {
 
 // White space that was left out may have made up for what is too short.
 Reason XmlCheck::judgeValue(std::int32_t tagIndex) {
-  if (kept_ == Kept::Beginning) return values_.judgeBeginning(tagIndex, text_);
+  if (kept_ == Kept::Beginning) return values_.judgeBeginning(tagIndex, trimmed(text_));
   const Reason reason = values_.judge(tagIndex, text_);
   return kept_ == Kept::Collapsed && reason == Reason::TooShort ? Reason::None : reason;
 }

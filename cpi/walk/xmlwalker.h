@@ -40,7 +40,8 @@ class XmlWalker {
   XmlWalker& operator=(XmlWalker&&) = delete;
 
   // Walks a whole message; `visitor` may be null. Throws FileError when the message cannot be
-  // read or is not well-formed (also in its namespaces), with line and column; KelParserException
+  // read or is not well-formed (also in its namespaces), or when the search for its elements goes
+  // on too long (WalkOptions::maxSearch), with line and column; KelParserException
   // when the dictionary makes no sense to the navigator; and what the visitor throws. Elements
   // in front of the fault were reported by then. The walker can be used again afterwards.
   WalkSummary walkFile(const std::string& path, WalkVisitor* visitor = nullptr);
