@@ -11,7 +11,7 @@
 
 #include "cpi/extract/extractreader.h"
 #include "cpi/extract/image.h"
-#include "tests/models/walk_support.h"
+#include "tests/models/fix_support.h"
 #include "tests/support/allocations.h"
 
 namespace cpi::test {
@@ -185,6 +185,25 @@ TEST(FailingMemory, OfAWalk) {
     EXPECT_TRUE(isRight) << "a walk went on without its memory";
   };
   failEachAllocation(walk, isUsable);
+}
+
+TEST(FailingMemory, OfAFixWalkAndOfModels) {
+  const TemporaryFile file("dictionary.xml", kGroupDictionary);
+  const FixDictionary fix({file.path()});
+  const std::string message = "8=FIX.4.4|35=M|2=2|3=x|4=y|4=x|3=1|10=1|";
+  FixWalker walker(fix.model(), {.isChecking = true});
+  const WalkSummary expected = walker.walkText(message, "message");
+  ASSERT_GE(expected.findings(), 3);
+  const auto isUsable = [&] {
+    EXPECT_EQ(walker.walkText(message, "message").found, expected.found);
+  };
+  const auto walk = [&] {
+    FixWalker(fix.model(), {.isChecking = true}).walkText(message, "message");
+    walker.walkText(message, "message");
+  };
+  failEachAllocation(walk, isUsable);
+  failEachAllocation([&] { const FixModel made(fix.dictionary()); }, isUsable);
+  failEachAllocation([] { WalkModel((*model()).dictionary()).places(); }, isUsable);
 }
 
 }  // namespace

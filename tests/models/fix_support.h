@@ -35,6 +35,21 @@ class FixDictionary {
   std::unique_ptr<FixModel> model_;
 };
 
+// A message type M: a group NoA (2) of a (3) and b (4).
+inline constexpr const char* kGroupDictionary =
+    "<fix type='FIX' major='4' minor='4'><header><field name='BeginString' required='Y'/>"
+    "<field name='BodyLength' required='Y'/><field name='MsgType' required='Y'/></header>"
+    "<trailer><field name='CheckSum' required='Y'/></trailer><messages>"
+    "<message name='M' msgtype='M'><group name='NoA' required='Y'><field name='a' required='Y'/>"
+    "<field name='b'/></group></message></messages><components/><fields>"
+    "<field number='8' name='BeginString' type='STRING'/>"
+    "<field number='9' name='BodyLength' type='LENGTH'/>"
+    "<field number='10' name='CheckSum' type='STRING'/>"
+    "<field number='35' name='MsgType' type='STRING'><value enum='M' description='M'/></field>"
+    "<field number='2' name='NoA' type='NUMINGROUP'/><field number='3' name='a' type='INT'/>"
+    "<field number='4' name='b' type='STRING'><value enum='x' description='x'/></field>"
+    "</fields></fix>";
+
 // Puts body length and check sum into a message that has none, its fields ended by `mark`.
 inline std::string framed(std::string message, char mark) {
   const std::string end(1, mark);

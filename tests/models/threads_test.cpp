@@ -7,6 +7,8 @@
 #include <vector>
 
 #include "cpi/dictinfo/stddi/stddictionaryiterator.h"
+#include "cpi/walk/elementplaces.h"
+#include "tests/models/fix_support.h"
 #include "tests/models/walk_support.h"
 
 namespace cpi::test {
@@ -60,8 +62,21 @@ std::string answers() {
   return text + std::to_string(at.getMemberId()) + std::to_string(copy.getMemberId());
 }
 
+// Of a FIX message with faults.
+std::string fixAnswers(const FixModel& fix) {
+  FindingList list;
+  FixWalker(fix, {.isChecking = true}).walkText("8=FIX.4.4|35=M|2=2|3=x|4=y|10=1|", "m", &list);
+  std::string text;
+  for (const Finding& finding : list.findings) text += toText(finding.path);
+  return text;
+}
+
 TEST(Threads, GetTheAnswersOfOne) {
   const StdDictionaryInfo& dictionary = (*model()).dictionary();
+  const TemporaryFile file("dictionary.xml", kGroupDictionary);
+  const FixDictionary fix({file.path()});
+  const std::string expectedOfFix = fixAnswers(fix.model());
+  ASSERT_FALSE(expectedOfFix.empty());
   const std::string expected = answers();
   ASSERT_NE(expected.find("two"), std::string::npos);
   std::atomic<int> wrong{0};
@@ -79,6 +94,16 @@ TEST(Threads, GetTheAnswersOfOne) {
         wrong += sharer.msgSetID == text ? 0 : 1;
       }
     });
+    threads.emplace_back([&] {
+      for (int round = 0; round < kRounds; ++round) {
+        wrong += fixAnswers(fix.model()) == expectedOfFix ? 0 : 1;
+      }
+    });
+  }
+  // What a model makes when it is asked for the first time, all ask for at once.
+  const WalkModel cold(dictionary);
+  for (int i = 0; i < 4; ++i) {
+    threads.emplace_back([&] { wrong += cold.places().tagsNamed(u"a").size() == 1 ? 0 : 1; });
   }
   for (std::thread& thread : threads) thread.join();
   EXPECT_EQ(wrong.load(), 0);

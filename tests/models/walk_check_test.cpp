@@ -248,6 +248,36 @@ std::string restricted(const std::string& name, const std::string& base,
          facets + "</xs:restriction></xs:simpleType></xs:element>";
 }
 
+// Longer than any value of a set: what counts is how much is left without white space.
+TEST(WalkCheck, ValuesTooLongToBeKept) {
+  const std::string space(1'100'000, ' ');
+  const std::string text(1'100'000, 'x');
+  const auto kind = [](const Finding& finding) {
+    return finding.path.back().name + std::to_string(static_cast<int>(finding.verdict.reason));
+  };
+  const auto fault = [](const char* name, Reason reason) {
+    return name + std::to_string(static_cast<int>(reason));
+  };
+  const Model model(rootOf(
+      "<xs:sequence>" +
+      restricted("s", "string", "<xs:enumeration value='one'/><xs:enumeration value='two'/>") +
+      restricted("l", "string", "<xs:minLength value='9'/><xs:maxLength value='30'/>") +
+      "<xs:element name='i' type='xs:int'/><xs:element name='b' type='xs:base64Binary'/>"
+      "<xs:element name='m' type='xs:NMTOKENS'/></xs:sequence>"));
+  const auto walked = [&](const std::string& s, const std::string& l, const std::string& i) {
+    return check(model,
+                 messageOf("<s>" + s + "</s><l>" + l + "</l><i>" + i + "</i><b>" + text +
+                           "</b><m>" + text + " a</m>"),
+                 kind);
+  };
+  EXPECT_EQ(walked(space + "one", space, space + "7"), "");
+  EXPECT_EQ(walked(space + "no", text, space + "x"), fault("s", Reason::NotInValueSet) + "; " +
+                                                         fault("l", Reason::TooLong) + "; " +
+                                                         fault("i", Reason::WrongForm));
+  EXPECT_EQ(walked(text, "123456789", text),
+            fault("s", Reason::NotInValueSet) + "; " + fault("i", Reason::WrongForm));
+}
+
 // Equal values may be written in several ways, and not all texts are values.
 TEST(WalkCheck, FormsOfValues) {
   const auto set = [](const std::string& name, const std::string& base,

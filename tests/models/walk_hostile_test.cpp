@@ -85,6 +85,11 @@ TEST(WalkHostile, AttributesAndNamespacesOfOneTag) {
             "message:1:14: a tag has too many attributes");
   EXPECT_NE(walked("<!DOCTYPE r [<!ATTLIST r" + declarations + ">]><r/>").find("are declared"),
             std::string::npos);
+  const std::string manyDefaults =
+      "<!DOCTYPE r [<!ATTLIST a" + declarations.substr(0, declarations.find(" a15000")) + ">]>";
+  EXPECT_NE(walked(manyDefaults + "<r xmlns='urn:t'>" + repeated("<a/>", 10) + "</r>")
+                .find("the tags of the message have too many attributes"),
+            std::string::npos);
   EXPECT_EQ(walked("<r xmlns='urn:t'" + namespaces + "/>"),
             "message:1:1: too many namespaces are in scope");
 }
@@ -127,11 +132,40 @@ TEST(WalkHostile, NothingOutsideTheMessageIsFetched) {
   EXPECT_EQ(summary.notFetched, 3);
 }
 
+// What a search looks at counts, of elements that have a place and of others.
+TEST(WalkHostile, SearchesOfAMessageHaveALimit) {
+  std::string group =
+      "<xs:group name='g0'><xs:sequence><xs:element name='z' minOccurs='0'/>"
+      "</xs:sequence></xs:group>";
+  for (int i = 1; i < 11; ++i) {
+    const std::string inner = "<xs:group ref='t:g" + std::to_string(i - 1) + "' minOccurs='0'/>";
+    group += "<xs:group name='g" + std::to_string(i) + "'><xs:sequence>" + inner + inner +
+             "</xs:sequence></xs:group>";
+  }
+  const Model model(group + rootOf("<xs:group ref='t:g10'/>"));
+  const std::string known = messageOf(repeated("<z/>", 1'025));
+  const std::string unknown = messageOf(repeated("<q/>", 20));
+  for (const bool isChecking : {false, true}) {
+    const auto walk = [&](const std::string& message, std::int64_t maxSearch) {
+      return refusalOf<FileError>([&] {
+        XmlWalker(*model, {.isChecking = isChecking, .maxSearch = maxSearch})
+            .walkText(message, "message");
+      });
+    };
+    EXPECT_EQ(walk(known, kMaxSearch), "accepted");
+    EXPECT_EQ(walk(unknown, kMaxSearch), "accepted");
+    EXPECT_NE(walk(unknown, 0).find("message:1:"), std::string::npos);
+    EXPECT_NE(walk(unknown, 0).find("takes too long"), std::string::npos);
+  }
+}
+
 TEST(WalkHostile, OtherCodes) {
   const std::u16string text =
       u"\xFEFF<?xml version='1.0' encoding='UTF-16'?><r xmlns='urn:t'><é/></r>";
   const std::string bytes(reinterpret_cast<const char*>(text.data()), text.size() * 2);
   EXPECT_EQ(walked(bytes), "r(*é)");
+  EXPECT_EQ(walked(bytes + "<"),
+            "message:1:65: bytes that are no text in the encoding of the message");
   EXPECT_EQ(walked("<?xml version='1.0' encoding='ISO-8859-1'?><r xmlns='urn:t'><\xE9/></r>"),
             "r(*é)");
 }

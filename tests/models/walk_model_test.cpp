@@ -1,5 +1,6 @@
 // What a walk reads out of a dictionary, also out of one that makes no sense.
 #include <gtest/gtest.h>
+#include <malloc.h>
 
 #include <stdexcept>
 #include <string>
@@ -83,6 +84,33 @@ TEST(WalkModel, GroupsThatContainOneAnotherAndIndexesThatLeadNowhere) {
       EXPECT_FALSE(error.message().empty());
     }
   }
+}
+
+// A hidden tag is found by the texts of the dictionary, of which none is copied for each type.
+TEST(WalkModel, TypesShareTheTextOfTheirNamespace) {
+  constexpr std::int32_t kTypes = 300;
+  const std::u16string space(100'000, u'n');
+  DictionaryTables tables;
+  tables.Identification.emplace();
+  tables.Namespaces = {{}, {.Space = u"urn:t"}, {.Space = space}, {.Space = space}};
+  for (std::int32_t type = 0; type < kTypes; ++type) {
+    const std::string digits = std::to_string(type);
+    const std::u16string name = u"t" + std::u16string(digits.begin(), digits.end());
+    tables.Types.push_back({.TypeId = type + 1, .Identifier = name, .NamespaceIndex = type % 4});
+    tables.Tags.push_back(
+        {.Id = type + 1, .TextIdentifier = name + u"^", .ToTypeIndexField = type});
+  }
+  StdDictionaryInfo dictionary(0);
+  feed(tables, dictionary);
+  const std::size_t before = mallinfo2().uordblks;
+  const WalkModel model(dictionary);
+  EXPECT_LT(mallinfo2().uordblks - before, 1U << 20);
+  EXPECT_EQ(model.hiddenTag(u"t0^"), 1);
+  EXPECT_EQ(model.hiddenTag(u"t1^urn:t"), 2);
+  EXPECT_EQ(model.hiddenTag(u"t1^urn:u"), 0);
+  EXPECT_EQ(model.hiddenTag(u"t2"), 0);
+  EXPECT_EQ(model.hiddenTag(u"t2^" + space), 3);
+  EXPECT_EQ(model.hiddenTag(u"t7^" + space), 8);
 }
 
 TEST(WalkModel, GroupsTooEntangledToList) {
