@@ -41,7 +41,8 @@ struct ComponentName {
 struct ComponentUse {
   ComponentName name;
   // The user takes what is used upon itself: groups and base types are copied into it by the
-  // processor, values of base types into the tables, and it becomes a substitute of each head above.
+  // processor, values of base types into the tables, and it becomes a substitute of each head
+  // above.
   bool isCopied = false;
   double times = 1;  // how often, limits of occurrence multiplied out
 };
@@ -54,7 +55,7 @@ struct ComponentScan {
   // Particles, attributes, enumerated values and patterns written inside it, references not
   // expanded; long ones count for several.
   std::size_t parts = 0;
-  double positions = 0;  // the particles with limits of occurrence multiplied out
+  double positions = 0;     // the particles with limits of occurrence multiplied out
   std::size_t nesting = 0;  // of its elements
   // Of the elements declared inside it: in which list of the processor's table each will be.
   std::vector<std::uint8_t> elementLists = {};
@@ -103,8 +104,8 @@ const std::vector<std::string_view>& constructTexts();
 SchemaScan scanSchema(const std::string& bytes, const std::u16string& systemId);
 
 // The number of elementary steps that a pattern facet unfolds to, its repetitions multiplied out;
-// saturates at kPatternLimit + 1, also for a nesting that is too deep. The limit is for all patterns
-// of a schema together: the schema processor keeps up to 200 bytes for each step.
+// saturates at kPatternLimit + 1, also for a nesting that is too deep. The limit is for all
+// patterns of a schema together: the schema processor keeps up to 200 bytes for each step.
 inline constexpr std::uint64_t kPatternLimit = 500'000;
 std::uint64_t patternSize(std::u16string_view pattern);
 

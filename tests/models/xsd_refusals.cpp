@@ -42,7 +42,8 @@ std::string chain(const std::string& piece, int count) {
   return result;
 }
 
-std::string restricted(const std::string& name, const std::string& base, const std::string& facets) {
+std::string restricted(const std::string& name, const std::string& base,
+                       const std::string& facets) {
   return "<xs:simpleType name='" + name + "'><xs:restriction base='" + base + "'>" + facets +
          "</xs:restriction></xs:simpleType>";
 }
@@ -99,19 +100,19 @@ std::vector<RefusalCase> refusalCases() {
                   "</xs:simpleType></xs:list></xs:simpleType>"),
        ":2:113: the patterns of the schema unfold to more than 500000 steps"},
       {"attributes of a group in many types",
-       schemaText("<xs:attributeGroup name='g'>" + chain("<xs:attribute name='a#'/>", 700) +
-                  "</xs:attributeGroup>" +
-                  chain("<xs:complexType name='t#'><xs:attributeGroup ref='g'/></xs:complexType>",
-                        700)),
+       schemaText(
+           "<xs:attributeGroup name='g'>" + chain("<xs:attribute name='a#'/>", 700) +
+           "</xs:attributeGroup>" +
+           chain("<xs:complexType name='t#'><xs:attributeGroup ref='g'/></xs:complexType>", 700)),
        tooLarge},
       {"values that many types inherit",
        schemaText(restricted("v", "xs:string", chain("<xs:enumeration value='#'/>", 700)) +
                   chain(restricted("t#", "v", ""), 700)),
        tooLarge},
       {"a long value that many types inherit",
-       schemaText(restricted("v", "xs:string",
-                             "<xs:enumeration value='" + repeated("x", 64'000) + "'/>") +
-                  chain(restricted("t#", "v", ""), 500)),
+       schemaText(
+           restricted("v", "xs:string", "<xs:enumeration value='" + repeated("x", 64'000) + "'/>") +
+           chain(restricted("t#", "v", ""), 500)),
        tooLarge},
       {"substitutes of substitutes",
        schemaText(chain("<xs:element name='e#' substitutionGroup='e##'/>", 1'000)), tooLarge},
