@@ -1,14 +1,11 @@
 #include "cpi/compile/fixdocument.h"
 
-#include <algorithm>
 #include <memory>
 #include <optional>
 #include <string_view>
 #include <utility>
 #include <xercesc/framework/MemBufInputSource.hpp>
 #include <xercesc/framework/XMLPScanToken.hpp>
-#include <xercesc/sax/Locator.hpp>
-#include <xercesc/sax/SAXParseException.hpp>
 #include <xercesc/sax2/Attributes.hpp>
 #include <xercesc/util/XMLUni.hpp>
 
@@ -24,7 +21,6 @@ using View = std::u16string_view;
 
 constexpr View kRootName = u"fix";
 constexpr std::size_t kDepthLimit = 200;
-constexpr XMLSize_t kEntityLimit = 1000;
 // The digits of the greatest number that a tag may bear, see kMaxFixTag.
 constexpr std::size_t kNumberDigits = 9;
 
@@ -46,12 +42,10 @@ std::u16string capitals(View text) {
   return result;
 }
 
-class FixHandler : public xercesc::DefaultHandler {
+class FixHandler : public SaxHandler {
  public:
   FixHandler(FixDocument& document, std::vector<Notice>& notices)
       : document_(document), notices_(notices) {}
-
-  void setDocumentLocator(const xercesc::Locator* locator) override { locator_ = locator; }
 
   void startElement(const XMLCh*, const XMLCh* name, const XMLCh*,
                     const xercesc::Attributes& attributes) override {
@@ -64,22 +58,6 @@ class FixHandler : public xercesc::DefaultHandler {
   void endElement(const XMLCh*, const XMLCh*, const XMLCh*) override {
     if (context_.back() == Context::Items) itemLists_.pop_back();
     context_.pop_back();
-  }
-
-  // The parser stops by itself; an exception from here would make it leak.
-  void fatalError(const xercesc::SAXParseException& error) override {
-    if (fatal_) return;
-    fatal_ = ScanError{toUtf8(viewOf(error.getMessage())),
-                       {static_cast<std::int32_t>(error.getLineNumber()),
-                        static_cast<std::int32_t>(error.getColumnNumber())}};
-  }
-  void throwIfFatal() const {
-    if (fatal_) refuseFile(document_.path, fatal_->place, fatal_->text);
-  }
-  // Nothing outside the dictionary itself is read.
-  xercesc::InputSource* resolveEntity(const XMLCh*, const XMLCh* systemId) override {
-    static constexpr XMLByte kNothing[1] = {' '};
-    return new xercesc::MemBufInputSource(kNothing, 0, systemId);
   }
 
  private:
@@ -197,33 +175,22 @@ class FixHandler : public xercesc::DefaultHandler {
     if (isInside) return;
     const std::string text =
         "elements '" + toUtf8(element) + "' have no meaning here and are passed over";
-    const auto entry = std::ranges::find(notices_, text, &Notice::text);
-    if (entry != notices_.end()) {
-      ++entry->count;
-    } else {
-      notices_.push_back({text, document_.path, here().line, here().column});
-    }
+    noteOnce(text, document_.path, here(), notices_);
   }
 
-  SchemaPlace here() const {
-    return {static_cast<std::int32_t>(locator_->getLineNumber()),
-            static_cast<std::int32_t>(locator_->getColumnNumber())};
-  }
   [[noreturn]] void fail(const std::string& text) const {
     refuseFile(document_.path, here(), text);
   }
 
   FixDocument& document_;
   std::vector<Notice>& notices_;
-  std::optional<ScanError> fatal_;
-  const xercesc::Locator* locator_ = nullptr;
   const xercesc::Attributes* attributes_ = nullptr;
   std::vector<Context> context_;                  // of the open elements
   std::vector<std::vector<FixItem>*> itemLists_;  // of those whose children are items
 };
 
 // Remembers the root element.
-class RootHandler : public xercesc::DefaultHandler {
+class RootHandler : public SaxHandler {
  public:
   void startElement(const XMLCh*, const XMLCh* name, const XMLCh*,
                     const xercesc::Attributes&) override {
@@ -231,10 +198,6 @@ class RootHandler : public xercesc::DefaultHandler {
     hasRoot = true;
   }
   void fatalError(const xercesc::SAXParseException&) override { hasRoot = true; }
-  xercesc::InputSource* resolveEntity(const XMLCh*, const XMLCh* systemId) override {
-    static constexpr XMLByte kNothing[1] = {' '};
-    return new xercesc::MemBufInputSource(kNothing, 0, systemId);
-  }
 
   bool hasRoot = false;
   bool isFix = false;
@@ -247,7 +210,6 @@ bool isFixDocument(const std::string& path) {
   const std::string bytes = readSourceFile(path);
   RootHandler handler;
   xercesc::SecurityManager security;
-  security.setEntityExpansionLimit(kEntityLimit);
   const auto reader = makeSaxReader(handler, security);
   const xercesc::MemBufInputSource source(reinterpret_cast<const XMLByte*>(bytes.data()),
                                           bytes.size(), toUtf16(path).c_str());
@@ -263,22 +225,10 @@ bool isFixDocument(const std::string& path) {
 }
 
 FixDocument readFixDocument(const std::string& path, std::vector<Notice>& notices) {
-  startXmlParser();
-  const std::string bytes = readSourceFile(path);
   FixDocument document;
   document.path = path;
   FixHandler handler(document, notices);
-  xercesc::SecurityManager security;
-  security.setEntityExpansionLimit(kEntityLimit);
-  const auto reader = makeSaxReader(handler, security);
-  const xercesc::MemBufInputSource source(reinterpret_cast<const XMLByte*>(bytes.data()),
-                                          bytes.size(), toUtf16(path).c_str());
-  try {
-    reader->parse(source);
-  } catch (const xercesc::XMLException& error) {
-    refuseFile(path, {}, toUtf8(viewOf(error.getMessage())));
-  }
-  handler.throwIfFatal();
+  readXmlFile(path, handler);
   return document;
 }
 

@@ -315,12 +315,7 @@ const FixModelBuilder::Field& FixModelBuilder::fieldOf(const FixDocument& docume
 
 void FixModelBuilder::note(const std::string& text, const FixDocument& document,
                            SchemaPlace place) {
-  const auto entry = std::ranges::find(notices_, text, &Notice::text);
-  if (entry != notices_.end()) {
-    ++entry->count;
-  } else {
-    notices_.push_back({text, document.path, place.line, place.column});
-  }
+  noteOnce(text, document.path, place, notices_);
 }
 
 }  // namespace cpi

@@ -4,10 +4,6 @@
 #include <cstdlib>
 #include <iterator>
 #include <limits>
-#include <memory>
-#include <xercesc/framework/MemBufInputSource.hpp>
-#include <xercesc/sax/Locator.hpp>
-#include <xercesc/sax/SAXParseException.hpp>
 #include <xercesc/sax2/Attributes.hpp>
 #include <xercesc/util/XMLString.hpp>
 #include <xercesc/util/XMLUni.hpp>
@@ -24,7 +20,6 @@ using View = std::u16string_view;
 
 // Deeper documents are refused: the schema processor recurses over their elements.
 constexpr std::size_t kDepthLimit = 200;
-constexpr XMLSize_t kEntityLimit = 1000;
 
 // What is copied with its component beside particles, and the units of text that count for one.
 constexpr View kCopied[] = {u"attribute", u"enumeration", u"pattern"};
@@ -76,12 +71,9 @@ bool isMisread(const std::string& text) {
          static_cast<std::int32_t>(number) != -1;
 }
 
-class ScanHandler : public xercesc::DefaultHandler {
+class ScanHandler : public SaxHandler {
  public:
   SchemaScan scan;
-  std::optional<ScanError> fatal;
-
-  void setDocumentLocator(const xercesc::Locator* locator) override { locator_ = locator; }
 
   void startElement(const XMLCh* uri, const XMLCh* name, const XMLCh*,
                     const xercesc::Attributes& attributes) override {
@@ -96,24 +88,7 @@ class ScanHandler : public xercesc::DefaultHandler {
   }
   void endElement(const XMLCh*, const XMLCh*, const XMLCh*) override { --depth_; }
 
-  // The parser stops by itself; an exception from here would make it leak.
-  void fatalError(const xercesc::SAXParseException& error) override {
-    if (fatal) return;
-    fatal = ScanError{toUtf8(viewOf(error.getMessage())),
-                      {static_cast<std::int32_t>(error.getLineNumber()),
-                       static_cast<std::int32_t>(error.getColumnNumber())}};
-  }
-  // External entities are not read; nothing in a schema needs them.
-  xercesc::InputSource* resolveEntity(const XMLCh*, const XMLCh* systemId) override {
-    static constexpr XMLByte kNothing[1] = {' '};
-    return new xercesc::MemBufInputSource(kNothing, 0, systemId);
-  }
-
  private:
-  SchemaPlace here() const {
-    return {static_cast<std::int32_t>(locator_->getLineNumber()),
-            static_cast<std::int32_t>(locator_->getColumnNumber())};
-  }
   [[noreturn]] void fail(std::string text) const { throw ScanError{std::move(text), here()}; }
 
   std::optional<View> value(const char16_t* name) const {
@@ -226,7 +201,6 @@ class ScanHandler : public xercesc::DefaultHandler {
     scan.patterns.push_back({patternSize(value(u"value").value_or(View())), here()});
   }
 
-  const xercesc::Locator* locator_ = nullptr;
   const xercesc::Attributes* attributes_ = nullptr;
   std::size_t depth_ = 0;
   std::size_t redefineDepth_ = 0;
@@ -285,19 +259,8 @@ std::uint64_t patternSize(View pattern) {
 }
 
 SchemaScan scanSchema(const std::string& bytes, const std::u16string& systemId) {
-  startXmlParser();
   ScanHandler handler;
-  xercesc::SecurityManager security;
-  security.setEntityExpansionLimit(kEntityLimit);
-  const auto reader = makeSaxReader(handler, security);
-  const xercesc::MemBufInputSource source(reinterpret_cast<const XMLByte*>(bytes.data()),
-                                          bytes.size(), systemId.c_str());
-  try {
-    reader->parse(source);
-  } catch (const xercesc::XMLException& error) {
-    throw ScanError{toUtf8(viewOf(error.getMessage())), {}};
-  }
-  if (handler.fatal) throw *handler.fatal;
+  readXml(bytes, systemId, handler);
   return std::move(handler.scan);
 }
 

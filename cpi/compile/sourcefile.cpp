@@ -1,5 +1,6 @@
 #include "cpi/compile/sourcefile.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -33,6 +34,16 @@ std::string readSourceFile(const std::string& path) {
 
 void refuseFile(const std::string& path, SchemaPlace place, const std::string& text) {
   throw FileError(path, {place.line, place.column}, text);
+}
+
+void noteOnce(const std::string& text, const std::string& path, SchemaPlace place,
+              std::vector<Notice>& notices) {
+  const auto entry = std::ranges::find(notices, text, &Notice::text);
+  if (entry != notices.end()) {
+    ++entry->count;
+  } else {
+    notices.push_back({text, path, place.line, place.column});
+  }
 }
 
 }  // namespace cpi

@@ -2,12 +2,8 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <memory>
 #include <vector>
-#include <xercesc/framework/MemBufInputSource.hpp>
-#include <xercesc/sax/SAXParseException.hpp>
 #include <xercesc/sax2/Attributes.hpp>
-#include <xercesc/util/XMLException.hpp>
 #include <xercesc/util/XMLUni.hpp>
 
 #include "cpi/compile/saxreader.h"
@@ -20,7 +16,6 @@ namespace {
 
 constexpr std::u16string_view kCatalogNamespace = u"urn:oasis:names:tc:entity:xmlns:xml:catalog";
 constexpr char16_t kXmlNamespace[] = u"http://www.w3.org/XML/1998/namespace";
-constexpr XMLSize_t kEntityLimit = 1000;
 
 struct EntryRow {
   std::u16string_view element;
@@ -87,7 +82,7 @@ std::optional<std::string> localPath(const std::string& location, const std::str
   return (std::filesystem::path(base).parent_path() / path).lexically_normal().string();
 }
 
-class CatalogHandler : public xercesc::DefaultHandler {
+class CatalogHandler : public SaxHandler {
  public:
   CatalogHandler(XmlCatalog& catalog, const std::string& path) : catalog_(catalog), file_(path) {
     bases_.push_back(path);
@@ -107,21 +102,6 @@ class CatalogHandler : public xercesc::DefaultHandler {
     if (isCatalog) addEntry(viewOf(name), attributes);
   }
   void endElement(const XMLCh*, const XMLCh*, const XMLCh*) override { bases_.pop_back(); }
-  // The parser stops by itself; an exception from here would make it leak.
-  void fatalError(const xercesc::SAXParseException& error) override {
-    if (fatal_) return;
-    fatal_ = ScanError{toUtf8(viewOf(error.getMessage())),
-                       {static_cast<std::int32_t>(error.getLineNumber()),
-                        static_cast<std::int32_t>(error.getColumnNumber())}};
-  }
-  void throwIfFatal() const {
-    if (fatal_) refuseFile(file_, fatal_->place, fatal_->text);
-  }
-  // Nothing outside the catalog itself is read.
-  xercesc::InputSource* resolveEntity(const XMLCh*, const XMLCh* systemId) override {
-    static constexpr XMLByte kNothing[1] = {' '};
-    return new xercesc::MemBufInputSource(kNothing, 0, systemId);
-  }
 
  private:
   void addEntry(std::u16string_view element, const xercesc::Attributes& attributes) {
@@ -138,25 +118,12 @@ class CatalogHandler : public xercesc::DefaultHandler {
 
   XmlCatalog& catalog_;
   std::string file_;
-  std::optional<ScanError> fatal_;
   std::vector<std::string> bases_;  // of the open elements
 };
 
 XmlCatalog::XmlCatalog(const std::string& path) {
-  startXmlParser();
-  const std::string bytes = readSourceFile(path);
   CatalogHandler handler(*this, path);
-  xercesc::SecurityManager security;
-  security.setEntityExpansionLimit(kEntityLimit);
-  const auto reader = makeSaxReader(handler, security);
-  const xercesc::MemBufInputSource source(reinterpret_cast<const XMLByte*>(bytes.data()),
-                                          bytes.size(), toUtf16(path).c_str());
-  try {
-    reader->parse(source);
-  } catch (const xercesc::XMLException& error) {
-    refuseFile(path, {}, toUtf8(viewOf(error.getMessage())));
-  }
-  handler.throwIfFatal();
+  readXmlFile(path, handler);
 }
 
 std::optional<std::string> XmlCatalog::resolve(const std::string& identifier) const {

@@ -1,16 +1,13 @@
 #include "cpi/extract/dictionaryfile.h"
 
-#include <cerrno>
 #include <cstdio>
-#include <cstring>
-#include <filesystem>
 #include <fstream>
 #include <string>
-#include <system_error>
 
 #include "cpi/dictinfo/dictionaryimage.h"
 #include "cpi/extract/extractreader.h"
 #include "cpi/extract/image.h"
+#include "cpi/extract/openfile.h"
 
 namespace cpi {
 
@@ -30,27 +27,18 @@ std::string describeByte(int byte) {
   return text;
 }
 
-// What the file at `path` may make a dictionary claim. Of a pipe the length is not known.
-LoadLimits limitsOf(const std::string& path) {
-  std::error_code unknown;
-  const std::uintmax_t bytes = std::filesystem::file_size(path, unknown);
-  return unknown ? LoadLimits() : limitsForInput(static_cast<std::int64_t>(bytes));
-}
-
 }  // namespace
 
 std::unique_ptr<StdDictionaryInfo> loadDictionary(const std::string& path) {
   std::ifstream stream(path, std::ios::binary);
-  if (!stream) {
-    throw FileError(path, {}, std::string("the file cannot be opened: ") + std::strerror(errno));
-  }
+  if (!stream) failToOpen(path);
   // One byte can be looked at without seeking, which a pipe could not do.
   const int byte = stream.peek();
   if (stream.bad()) throw FileError(path, {}, "the file cannot be read");
   if (byte == kImageFirstByte) return readImage(stream, path);
   if (!opensExtract(byte)) throw FileError(path, {1, 1}, describeByte(byte), kKnownForms);
   auto dictionary = std::make_unique<StdDictionaryInfo>(0);
-  dictionary->setLoadLimits(limitsOf(path));
+  dictionary->setLoadLimits(limitsForFile(path));
   readExtract(stream, path, *dictionary);
   return dictionary;
 }

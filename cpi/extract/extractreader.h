@@ -12,6 +12,7 @@
 #include <istream>
 #include <string>
 
+#include "cpi/dictinfo/stddi/stddictionaryinfo.h"
 #include "cpi/extract/fileerror.h"
 #include "cpi/runtime/fihandler.h"
 
@@ -31,6 +32,13 @@ void readExtract(std::istream& stream, const std::string& fileName, FIHandler& h
                  const ReadOptions& options = {});
 // The same for a file, which it opens. Throws FileError when that fails.
 void readExtract(const std::string& path, FIHandler& handler, const ReadOptions& options = {});
+// The same into a dictionary, which may claim no more for it than limitsForInput tells for the
+// file's length. Its own load limits are as before when this returns or throws.
+void readExtract(const std::string& path, StdDictionaryInfo& dictionary,
+                 const ReadOptions& options = {});
+// The limits of a load from the file at `path`: those given where its length is not known, as of a
+// pipe. Never throws anything but std::bad_alloc.
+LoadLimits limitsForFile(const std::string& path, const LoadLimits& limits = {});
 
 }  // namespace cpi
 

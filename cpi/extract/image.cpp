@@ -6,9 +6,7 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <cstdint>
-#include <cstring>
 #include <exception>
 #include <fstream>
 #include <span>
@@ -16,6 +14,7 @@
 #include <vector>
 
 #include "cpi/dictinfo/dictionaryimage.h"
+#include "cpi/extract/openfile.h"
 
 namespace cpi {
 
@@ -44,10 +43,6 @@ Image readBytes(std::istream& stream, const std::string& fileName) {
     append(stream, fileName, std::min(step, size + 1 - image.size()), image);
   }
   return image;
-}
-
-[[noreturn]] void failToOpen(const std::string& path) {
-  throw FileError(path, {}, std::string("the file cannot be opened: ") + std::strerror(errno));
 }
 
 // Runs `open`, which takes an image, telling of what file it was.

@@ -70,6 +70,8 @@
 #ifndef CPI_EXTRACT_MODELCONVENTIONS_H
 #define CPI_EXTRACT_MODELCONVENTIONS_H
 
+#include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -123,6 +125,14 @@ inline constexpr std::u16string_view kUnion = u"union";
 
 inline constexpr std::u16string_view kPatternFacet = u"pattern";
 inline constexpr std::u16string_view kWhiteSpaceFacet = u"whiteSpace";
+
+// Takes the text up to the next space off `rest`.
+inline std::u16string_view takeWord(std::u16string_view& rest) noexcept {
+  const std::size_t end = std::min(rest.find(u' '), rest.size());
+  const std::u16string_view word = rest.substr(0, end);
+  rest.remove_prefix(std::min(end + 1, rest.size()));
+  return word;
+}
 
 // Calls `visit` with the name and the value of each facet in a text of the Facets property.
 template <class Visit>

@@ -27,13 +27,6 @@ std::u16string_view valueOf(const StringTable* property, std::int32_t row) noexc
   return text == nullptr ? std::u16string_view() : textView(text);
 }
 
-std::u16string_view takeWord(std::u16string_view& rest) {
-  const std::size_t end = std::min(rest.find(u' '), rest.size());
-  const std::u16string_view word = rest.substr(0, end);
-  rest.remove_prefix(std::min(end + 1, rest.size()));
-  return word;
-}
-
 SchemaControl controlOf(std::u16string_view words) noexcept {
   SchemaControl control;
   while (!words.empty()) {

@@ -191,6 +191,7 @@ class FixWalk final : private WalkTrail {
     Reason reason;
     bool isConsequence = false;
   };
+  static void setRefused(Verdict& verdict, Fault fault) noexcept;
   void reportRoot(const FixMessageModel& model);
   void reportUnjudged(const FixField& field);
   void reportStructure(const Level& level, const FixField& field);

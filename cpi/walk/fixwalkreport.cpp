@@ -132,22 +132,23 @@ void FixWalk::reportPlaced(const FixField& field, std::int32_t member) {
 void FixWalk::reportMisplaced(const FixField& field, Level& level, std::int32_t member,
                               Fault fault) {
   Verdict verdict = memberVerdict(member, see(level, member));
-  verdict.placement = Placement::Refused;
-  verdict.kind = fault.kind;
-  verdict.reason = fault.reason;
-  verdict.isConsequence = fault.isConsequence;
+  setRefused(verdict, fault);
   report(field, verdict);
   checkValue(field);
 }
 
 void FixWalk::reportRefused(const FixField& field, Fault fault) {
   Verdict verdict;
+  setRefused(verdict, fault);
+  verdict.tagIndex = field.row;
+  report(field, verdict);
+}
+
+void FixWalk::setRefused(Verdict& verdict, Fault fault) noexcept {
   verdict.placement = Placement::Refused;
   verdict.kind = fault.kind;
   verdict.reason = fault.reason;
   verdict.isConsequence = fault.isConsequence;
-  verdict.tagIndex = field.row;
-  report(field, verdict);
 }
 
 void FixWalk::report(const FixField& field, const Verdict& verdict) {

@@ -68,16 +68,6 @@ Verdict ModelWalk::enter(const ElementName& name, std::int32_t key, std::u16stri
   return enterUnmodelled(Placement::Unjudged, Judge::Nobody, Reason::None);
 }
 
-void ModelWalk::setNil(bool isTold) {
-  open_.back().isNil = true;
-  open_.back().isTold = isTold;
-}
-
-bool ModelWalk::isIncomplete() {
-  const OpenElement& element = open_.back();
-  return isChecked(element) && !element.isNil && structure_.isIncomplete(scopeOf(element));
-}
-
 std::vector<GroupStep> ModelWalk::groups() const {
   if (open_.empty() || open_.back().judge != Judge::Model) return {};
   ContentPath path;
@@ -150,14 +140,6 @@ inline Verdict ModelWalk::enterMember(OpenElement& parent) {
   return verdict;
 }
 
-// What kind of refusal it is. That takes a look at many members, so not at any number of elements.
-void ModelWalk::classify(Verdict& verdict, std::int32_t parentType, const Name& name) {
-  if (++faults_ > kMaxExplainedFaults) return;
-  const StructureCheck::Outcome outcome = structure_.judgeRefused(parentType, name);
-  verdict.kind = outcome.kind;
-  verdict.reason = outcome.reason;
-}
-
 // Where the iterator stands.
 Verdict ModelWalk::enterPlaced(const Name& name, Move move, std::int32_t hiddenTag,
                                ProcessContents contents) {
@@ -170,57 +152,11 @@ Verdict ModelWalk::enterPlaced(const Name& name, Move move, std::int32_t hiddenT
   return verdict;
 }
 
-// A child that fits where the iterator finds it needs no second look; so does one that is no
-// member where others are admitted.
-Verdict ModelWalk::enterChecked(const Name& name, std::u16string_view typeKey) {
-  OpenElement& parent = open_.back();
-  if (faults_ >= kMaxExplainedFaults) {
-    return enterUnmodelled(Placement::Unjudged, Judge::Nobody, Reason::None);
-  }
-  const std::int32_t hiddenTag = model_->hiddenTag(typeKey);
-  if (parent.isNil) return enterForbidden(Reason::InNil);
-  ProcessContents contents{};
-  const Move move = place(parent, name, contents);
-  if (move != Move::Failed && isAccepted(parent)) {
-    return enterPlaced(name, move, hiddenTag, contents);
-  }
-  return isChecked(parent) ? enterAnew(name, hiddenTag) : enterForbidden(refusalUnder(parent));
-}
-
-// A child of an element that may have none: one fault, however many there are.
-Verdict ModelWalk::enterForbidden(Reason reason) {
-  const bool isConsequence = std::exchange(open_.back().isTold, true);
-  Verdict verdict = enterUnmodelled(Placement::Refused, Judge::Nobody, reason);
-  verdict.isConsequence = isConsequence;
-  return verdict;
-}
-
 bool ModelWalk::isAccepted(const OpenElement& parent) {
   const DictionaryPosition& position = cursor().position();
   if (position.memberIndex < 0) return admitsNonMember(cursor(), position.whereDefined());
   cursor().readPath(parent.height, path_);
   return structure_.accept(scopeOf(parent), path_);
-}
-
-// A child that does not fit: the iterator goes back to where it stood, and from there to where the
-// check says.
-Verdict ModelWalk::enterAnew(const Name& name, std::int32_t hiddenTag) {
-  OpenElement& parent = open_.back();
-  const StructureCheck::Scope scope = scopeOf(parent);
-  const StructureCheck::Outcome outcome = structure_.judge(scope, name);
-  if (outcome.kind != VerdictKind::Placed) ++faults_;
-  cursor().standAt(parent.height, structure_.path(scope));
-  if (!outcome.isPlaced) return enterRefused(outcome, hiddenTag);
-  const auto& member = model_->content().member(outcome.leaf);
-  const Wildcard* const wildcard =
-      member.toTagIndex == kNone ? model_->wildcardOfType(member.toTypeIndex) : nullptr;
-  Verdict verdict =
-      enterPlaced(name, wildcard == nullptr ? Move::ByName : Move::ByWildcard, hiddenTag,
-                  wildcard == nullptr ? ProcessContents{} : wildcard->processContents);
-  if (outcome.kind == VerdictKind::Placed) return verdict;
-  verdict.kind = outcome.kind;
-  verdict.reason = outcome.reason;
-  return verdict;
 }
 
 // Its content is judged by the type that it asks for or by what else is known of it.
@@ -255,13 +191,6 @@ void ModelWalk::takeContext(Verdict& verdict) {
   const DictionaryPosition& context = cursor().position();
   verdict.typeIndex = context.typeIndex;
   verdict.contentTagIndex = context.tagIndex;
-}
-
-// Whether the children of an element are held against its type.
-bool ModelWalk::isChecked(const OpenElement& element) const {
-  if (!isChecking_ || element.judge != Judge::Model) return false;
-  const SMD_TYPE_DEFINITION* const type = model_->dictionary().types().find(element.typeIndex);
-  return type != nullptr && type->LogicalType < 1;
 }
 
 Verdict ModelWalk::enterWildcard(const Name& name, std::int32_t hiddenTag,

@@ -14,14 +14,6 @@ namespace {
 // per type; only groups that contain one another in great numbers come near.
 constexpr std::int64_t kMaxVisits = 50'000'000;
 
-// Takes the text up to the next space off `rest`.
-std::u16string_view takeWord(std::u16string_view& rest) {
-  const std::size_t end = std::min(rest.find(u' '), rest.size());
-  const std::u16string_view word = rest.substr(0, end);
-  rest.remove_prefix(std::min(end + 1, rest.size()));
-  return word;
-}
-
 std::optional<ProcessContents> processContentsOf(std::u16string_view word) {
   if (word == kStrict) return ProcessContents::Strict;
   if (word == kLax) return ProcessContents::Lax;

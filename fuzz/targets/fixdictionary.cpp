@@ -5,11 +5,9 @@
 namespace cpi::fuzz {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  static const InputFile file("input.xml");
-  file.write(data, size);
-  checkCompiled([&] {
+  checkCompiled(data, size, "input.xml", [](const std::string& file) {
     FixReport report;
-    return compileFix({file.path()}, {}, report);
+    return compileFix({file}, {}, report);
   });
   return 0;
 }

@@ -1,8 +1,6 @@
 // The binary image: what is written opens again, and nothing that was tampered with does harm.
 #include <gtest/gtest.h>
 
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <functional>
 #include <memory>
@@ -17,6 +15,8 @@
 #include "cpi/runtime/kelexception.h"
 #include "tests/core/support/eventtext.h"
 #include "tests/core/support/testmodel.h"
+#include "tests/support/idledictionary.h"
+#include "tests/support/texts.h"
 
 namespace cpi::test {
 namespace {
@@ -64,21 +64,6 @@ std::unique_ptr<StdDictionaryInfo> loaded() {
   return dictionary;
 }
 
-std::string dump(const DictionaryInfo& dictionary) {
-  char* text = nullptr;
-  std::size_t size = 0;
-  std::FILE* const stream = open_memstream(&text, &size);
-  try {
-    dictionary.DumpContents(stream);
-  } catch (const KelParserException& error) {
-    std::fputs(error.what(), stream);
-  }
-  std::fclose(stream);
-  const std::string result(text, size);
-  std::free(text);
-  return result;
-}
-
 // Makes size and checksum fit the bytes, so that what lies behind them is looked at.
 void seal(Image& image) {
   if (image.size() < kImageHeadBytes) return;
@@ -89,24 +74,15 @@ void seal(Image& image) {
   std::memcpy(image.data(), &head, sizeof head);
 }
 
-std::string refusal(const std::function<void()>& open) {
-  try {
-    open();
-  } catch (const ImageError& error) {
-    return error.what();
-  }
-  return "accepted";
-}
-
 bool opens(const Image& image) {
-  return refusal([&] { opened(image); }) == "accepted";
+  return refusalOf<ImageError>([&] { opened(image); }) == "accepted";
 }
 
 TEST(Image, WhatIsWrittenOpensAgain) {
   const auto dictionary = loaded();
   const Image image = imageOf(*dictionary);
   const auto copy = opened(image);
-  EXPECT_EQ(dump(*copy), dump(*dictionary));
+  EXPECT_EQ(reportOf(*copy), reportOf(*dictionary));
   EXPECT_EQ(imageOf(*copy), image);
   EXPECT_EQ(imageOf(*loaded()), image) << "pointers or padding got into the image";
   EXPECT_EQ(copy->formatID.toUtf8(), "fmt");
@@ -133,7 +109,7 @@ TEST(Image, IsUsedWhereItIs) {
   EXPECT_TRUE(isInside(inPlace->tags().row(0).TextIdentifier));
   EXPECT_FALSE(isInside(inPlace->tags().records()));
   EXPECT_EQ(imageOf(*inPlace), image);
-  EXPECT_EQ(dump(*inPlace), dump(*dictionary));
+  EXPECT_EQ(reportOf(*inPlace), reportOf(*dictionary));
   inPlace->tags().table().SetProperty(1, CPI_VLS_TABMBR, CPI_StringMember, asUnits(u"changed"));
   EXPECT_EQ(textView(inPlace->tags().row(1).TextIdentifier), u"changed");
   EXPECT_EQ(*held, image) << "something was written into the image";
@@ -198,7 +174,7 @@ TEST(Image, ARefusedImageChangesNothing) {
   const void* const records = dictionary->tags().records();
   Image broken = imageOf(*buildModel(parseModel("R(6! Head)")));
   broken.back() ^= 1;
-  EXPECT_NE(refusal([&] { dictionary->FromQLBuffer(broken); }), "accepted");
+  EXPECT_NE(refusalOf<ImageError>([&] { dictionary->FromQLBuffer(broken); }), "accepted");
   EXPECT_EQ(dictionary->tags().records(), records);
   EXPECT_EQ(imageOf(*dictionary), before);
 }
@@ -208,11 +184,11 @@ TEST(Image, TablesAreMadeCopiedAndLoadedThroughTheBase) {
   StdDictionaryInfo copy(0);
   copy.FromDictionary(*dictionary);
   EXPECT_NE(copy.tags().records(), dictionary->tags().records());
-  EXPECT_EQ(dump(copy), dump(*dictionary));
+  EXPECT_EQ(reportOf(copy), reportOf(*dictionary));
   const StdDictionaryInfo larger(1);
   EXPECT_THROW(copy.FromDictionary(larger), std::invalid_argument) << "not finished";
   StdDictionaryInfo extra(1);
-  EXPECT_EQ(refusal([&] { extra.FromDictionary(*dictionary); }),
+  EXPECT_EQ(refusalOf<ImageError>([&] { extra.FromDictionary(*dictionary); }),
             "found 13 tables at byte 32; expected 14");
   feedText(extra, kEvents);
   extra.CreateTable(0, 12, 5);
@@ -248,17 +224,8 @@ TEST(Image, TablesAreMadeCopiedAndLoadedThroughTheBase) {
 // --- Tampering ---------------------------------------------------------------------------------
 
 // One table of two 4-byte records, a text and an integer property.
-class Plain : public DictionaryInfo {
- public:
-  Plain() : DictionaryInfo(1) {}
-  using DictionaryInfo::endElement;
-  using DictionaryInfo::startElement;
-  void startMessage(WorkerInfoPtr) override {}
-  void endMessage(WorkerInfoPtr) override {}
-  void startElement(std::int32_t, unsigned short, WorkerInfoPtr, std::int32_t,
-                    std::int32_t) override {}
-  void endElement(std::int32_t, WorkerInfoPtr) override {}
-  void data(const PWFData&, WorkerInfoPtr) override {}
+struct Plain : IdleDictionary {
+  Plain() : IdleDictionary(1) {}
 };
 
 Image plainImage() {
@@ -352,13 +319,13 @@ TEST(Image, EachPartIsVerified) {
     std::memcpy(changed.data() + row.place, &row.value, row.bytes);
     if (row.place == kText + 16 && row.value == 7) changed[kTextBuffer + 7] = 1;
     seal(changed);
-    EXPECT_EQ(refusal([&] { Plain().FromQLBuffer(changed); }), row.error);
+    EXPECT_EQ(refusalOf<ImageError>([&] { Plain().FromQLBuffer(changed); }), row.error);
   }
   Image longer = image;
   longer.push_back(0);
-  EXPECT_EQ(refusal([&] { Plain().FromQLBuffer(longer); }),
+  EXPECT_EQ(refusalOf<ImageError>([&] { Plain().FromQLBuffer(longer); }),
             "found an image size of 200 at byte 16; expected 201, the bytes that there are");
-  EXPECT_EQ(refusal([&] { Plain().FromQLBuffer(std::span(image).first(31)); }),
+  EXPECT_EQ(refusalOf<ImageError>([&] { Plain().FromQLBuffer(std::span(image).first(31)); }),
             "found the end of the image at byte 31; expected 32 bytes of head");
 }
 
@@ -367,12 +334,7 @@ TEST(Image, RecordsAreVerified) {
   const auto fault = [](const std::function<void(StdDictionaryInfo&)>& change) {
     const auto dictionary = loaded();
     change(*dictionary);
-    try {
-      imageOf(*dictionary);
-    } catch (const std::invalid_argument& error) {
-      return std::string(error.what());
-    }
-    return std::string("accepted");
+    return refusalOf<std::invalid_argument>([&] { imageOf(*dictionary); });
   };
   const auto record = [](StdDictionaryInfo& dictionary, TableSlot slot, std::size_t place) {
     return dictionary.tables()[static_cast<std::size_t>(slot)].records + place;
@@ -414,7 +376,7 @@ TEST(Image, RecordsAreVerified) {
 
 // Asks for everything that a hostile dictionary could answer badly.
 void useAll(const StdDictionaryInfo& dictionary) {
-  EXPECT_FALSE(dump(dictionary).empty());
+  EXPECT_FALSE(reportOf(dictionary).empty());
   const KelStringBase none;
   for (std::int32_t id = -1; id < 13; ++id) {
     dictionary.getTypeDefIndex(id);

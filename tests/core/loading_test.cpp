@@ -66,6 +66,9 @@ const RefusedCase kRefused[] = {
     {"TextInAPropertyOfIntegers",
      "21{ 2000:0=#2 1001{ 100101:0=T 100102:0=M 100105:0=#5 100104:1=x",
      "column 100104, row 1: the property holds values of another kind"},
+    {"TextInAColumnOfIntegers",
+     "21{ 2000:0=#2 1001{ 100101:0=VLS_TABMBR 100102:0=StringMember 100105:0=#5 } 2102:1=x",
+     "column 2102 (Identifier), row 1: the property of the table's texts holds values of another"},
 };
 INSTANTIATE_TEST_SUITE_P(All, Refused, testing::ValuesIn(kRefused),
                          [](const auto& info) { return std::string(info.param.name); });
@@ -91,6 +94,7 @@ TEST(Loading, LimitsAreThoseOfTheDictionary) {
       {"26{ 2000:0=#1 2601:0=u 1001{ 100102:0=a 100104:0=x } 1001{ 100102:0=b 100104:0=x",
        "a table has at most 2 properties"},
       {"24{ 2000:0=#2 } 20{ 2000:0=#2", "the tables would claim more than 1100 bytes"},
+      {"24{ 2000:0=#2 } ( 1000{ 100002:0=S } 20{ 2000:0=#2", "would claim more than 1100 bytes"},
   };
   for (const auto& [events, message] : kCases) {
     StdDictionaryInfo dictionary(0);
@@ -98,21 +102,6 @@ TEST(Loading, LimitsAreThoseOfTheDictionary) {
     const std::string error = errorOf(dictionary, kIdentified + std::string(events));
     EXPECT_NE(error.find(message), std::string::npos) << error;
   }
-}
-
-TEST(Loading, NeedsAnIdentification) {
-  const std::pair<const char*, const char*> kCases[] = {
-      {"( )", "stddictionaryhandler:78)"},
-      {"( 4{", "stddictionaryhandler:119): File may have been generated"},
-      {"( 2018{ 7:0=x }2019 21{", "stddictionaryhandler:119)"},
-  };
-  for (const auto& [events, message] : kCases) {
-    StdDictionaryInfo dictionary(0);
-    EXPECT_NE(errorOf(dictionary, events).find(message), std::string::npos) << events;
-  }
-  StdDictionaryInfo dictionary(0);
-  EXPECT_EQ(errorOf(dictionary, "( 2018{ 7:0=x } 1:0=y }2019 1000{ 100002:0=S } )"), "");
-  EXPECT_FALSE(dictionary.isLoading());
 }
 
 TEST(Loading, WhatHasNoPlaceIsSkipped) {
@@ -150,23 +139,6 @@ TEST(Loading, DefaultsOfRowsThatTheStreamLeavesOut) {
   EXPECT_EQ(toUtf8(textView(dictionary.dependencies().row(1).Dependency)), "d2");
   EXPECT_EQ(dictionary.wireFormats().row(1).FormatId, nullptr) << "no second format id";
   EXPECT_EQ(dictionary.formatID.toUtf8(), "id");
-}
-
-TEST(Loading, NamedPropertiesLeaveTheTextColumn) {
-  StdDictionaryInfo dictionary(0);
-  ASSERT_EQ(errorOf(dictionary,
-                    "( 1000{ 100002:0=S } 21{ 2000:0=#2 2102:0=Type 1001{ 100101:0=Doc "
-                    "100102:0=Note 100104:0=first 100104:1=second } 1001{ 100101:0=Doc "
-                    "100102:0=Rank 100105:0=#-1 } 2102:1=Other } )"),
-            "");
-  EXPECT_EQ(toUtf8(textView(dictionary.types().row(1).Identifier)), "Other");
-  const StringTableGroup& group = dictionary.types().table().properties;
-  ASSERT_EQ(group.tables().size(), 3u);
-  const StringTable* const note = group.FindTable(asUnits(u"Doc"), asUnits(u"Note"));
-  EXPECT_EQ(toUtf8(textView(note->GetValue(1))), "second");
-  const StringTable* const rank = group.FindTable(asUnits(u"Doc"), asUnits(u"Rank"));
-  EXPECT_EQ(rank->GetIntValue(0), -1);
-  EXPECT_EQ(rank->GetValue(0), nullptr);
 }
 
 TEST(Loading, ACopyGoesOnWithTheLoad) {
@@ -208,38 +180,6 @@ TEST(Loading, AnUnfinishedLoadIsCleanedUp) {
   const StdDictionaryInfo copy(dictionary);
   feedText(dictionary, "( 1000{ 100002:0=T } )");  // a second load replaces the first
   EXPECT_EQ(dictionary.msgSetID.toUtf8(), "T");
-}
-
-// What the log shows of one load and one look-up, at each level.
-TEST(Loading, WritesItsTraces) {
-  struct Sink : KelLogSink {
-    void write(const KelLogItem& item) override {
-      std::string line(item.text.empty() ? item.operation : item.text);
-      for (const KelInsert& insert : item.inserts) line += " " + insert.text();
-      (item.kind == LogKind::Trace ? traces : debug).push_back(line);
-    }
-    std::vector<std::string> traces;
-    std::vector<std::string> debug;
-  } sink;
-  KelLog::install(&sink, LLDebug);
-  StdDictionaryInfo dictionary(0);
-  errorOf(dictionary, "( 3:0=x 1000{ 9:0=y 100008:0=#1");
-  KelLog::install(nullptr, LLDebug);
-  const auto wrote = [&](const char* line) {
-    return std::find(sink.debug.begin(), sink.debug.end(), line) != sink.debug.end();
-  };
-  EXPECT_TRUE(wrote("WARNING: ignoring element 3"));
-  EXPECT_TRUE(wrote("WARNING: ignoring tag from struct -1 -1"));
-  EXPECT_TRUE(wrote("WARNING: ignoring tag from struct 1000 9"));
-  EXPECT_TRUE(wrote("StdDictionaryHandler::startElement 3 0 0 0"));
-  ASSERT_EQ(sink.traces.size(), 2u);
-  EXPECT_EQ(sink.traces[0],
-            "Format Level error. Read in file format level =  1 "
-            "STD_MINIMUM_FORMAT_DICTIONARY_LEVEL =  2");
-  EXPECT_EQ(sink.traces[1],
-            "Throwing exception cpi/dictinfo/stddi/stddictionaryhandler 377 "
-            "CP_INCOMPATIBLE_DICTIONARY Format Level error. File format too old "
-            "to parse.");
 }
 
 }  // namespace

@@ -1,4 +1,5 @@
-// Look-ups by id and by name, records, logical types, path-based properties and values.
+// What the indexes of look-ups must agree with: probing, scans, and the tables themselves. The
+// answers to each query are recorded in vectors.
 #include <gtest/gtest.h>
 
 #include <random>
@@ -67,66 +68,6 @@ TEST(IdLookups, GiveTheRowThatTheProbingReaches) {
       ASSERT_EQ(dictionary.getStructDefIndexFromMbrID(wanted), expected) << "round " << round;
     }
   }
-}
-
-// Tags: 1 A none, 2 A urn:x, 3 "B " none, 4 without text, 5 A with a dangling namespace, 6 256
-// units.
-const std::string& namesStream() {
-  static const std::string text =
-      "( 1000{ 100002:0=S } 2{ " + column(201, {1, 2, 3, 4, 5, 6}) +
-      "202:0=A 202:1=A 202:2=B+ 202:4=A 202:5=" + std::string(256, 'n') + " " +
-      column(212, {-1, 0, -1, -1, 9, -1}) + "} " + sized(21, 3) + column(2101, {1, 2, 3}) +
-      "2102:0=A 2102:1=A 2102:2=+ " + column(2108, {0, -1, -1}) + "} " + sized(26, 1) +
-      "2601:0=urn:x } )";
-  return text;
-}
-
-TEST(NameLookups, TheFirstRowOfNameAndNamespaceWins) {
-  StdDictionaryInfo dictionary(0);
-  ASSERT_EQ(errorOf(dictionary, namesStream()), "");
-  struct Case {
-    std::u16string name;
-    const char16_t* space;
-    bool any;
-    std::int32_t row;   // getTagDefIndexFromName
-    std::int32_t code;  // getTagIdForTagText
-  };
-  const std::u16string longest(256, u'n');
-  const Case kCases[] = {
-      {u"A", u"", false, 0, 0},
-      {u"A", u"urn:x", false, 1, 0},
-      {u"A", u"urn:y", false, -1, 10025},
-      {u"A", u"urn:y", true, 0, 0},
-      {u"A  ", u"", false, 0, 0},
-      {u" A", u"", true, -1, 10025},
-      {u"B", u"", false, 2, 0},
-      {u"a", u"", true, -1, 10025},
-      {u"", u"", true, -1, 10025},
-      {u"  ", u"", true, -1, 10025},
-      {longest, u"", true, 5, 0},
-      {longest + u" ", u"", true, 5, 10030},
-      {longest + u"n", u"", true, -1, 10030},
-  };
-  for (const Case& c : kCases) {
-    std::int32_t id = -7;
-    EXPECT_EQ(dictionary.getTagDefIndexFromName(c.name.c_str(), c.space, c.any), c.row)
-        << toUtf8(c.name);
-    EXPECT_EQ(dictionary.getTagIdForTagText(c.name.c_str(), c.space, id, c.any), c.code)
-        << toUtf8(c.name);
-    EXPECT_EQ(id, c.code == 0 ? c.row + 1 : -7) << toUtf8(c.name);
-  }
-  std::int32_t id = -7;
-  EXPECT_EQ(dictionary.getTagDefIndexFromName(nullptr), -1);
-  EXPECT_EQ(dictionary.getTagIdForTagText(nullptr, id), 10025);
-  EXPECT_EQ(dictionary.getTypeIdForTypeText(nullptr, KelStringBase(), id, true), 10025);
-  EXPECT_EQ(dictionary.getTypeIdForTypeText(u"A", KelStringBase(), id, false), 0);
-  EXPECT_EQ(id, 2);
-  EXPECT_EQ(dictionary.getTypeIdForTypeText(u"A", u"urn:x", id, false), 0);
-  EXPECT_EQ(id, 1);
-  // The first units are compared untrimmed: a text of spaces finds one of spaces, empty does not.
-  EXPECT_EQ(dictionary.getTypeIdForTypeText(u"", KelStringBase(), id, true), 10025);
-  EXPECT_EQ(dictionary.getTypeIdForTypeText(u"  ", KelStringBase(), id, true), 0);
-  EXPECT_EQ(id, 3);
 }
 
 // The pairs of name and namespace that tags answer to, by the keys.
@@ -202,54 +143,6 @@ TEST(NameLookups, TheIndexFindsWhatAScanFinds) {
   }
 }
 
-// Type 1 has members 0..1 and base type 3; types 2 and 3 none; indexes of tag 2 lead nowhere.
-constexpr const char* kRecords =
-    "( 1000{ 100002:0=S } 2{ 201:0=#1 201:1=#2 202:0=A 205:0=#3 205:1=#4 207:0=#0 208:0=#0 "
-    "208:1=#77 209:0=#5 211:0=#0 211:1=#-1 } 4{ 401:0=#1 401:1=#1 401:2=#9 402:0=#1 402:1=#1 "
-    "410:0=#11 410:1=#12 410:2=#13 412:0=#-1 412:1=#0 } 20{ 2000:0=#3 2001:0=#11 2002:0=#0 "
-    "2001:1=#12 2002:1=#1 2001:2=#13 2002:2=#-4 } 21{ 2000:0=#3 2101:0=#1 2101:1=#2 2101:2=#3 "
-    "2105:0=#3 2105:1=#44 2106:0=#4 2106:1=#4 2106:2=#6 2107:0=#0 2107:1=#-1 2107:2=#50 2102:2=T } "
-    "22{ 2000:0=#2 2201:0=#5 2202:0=#6 2201:1=#5 2202:1=#6 2205:0=#2 2205:1=#-1 2209:1=#8 } "
-    "24{ 2000:0=#4 2401:0=#0 2401:1=#-1 2401:2=#1 2401:3=#9 2402:0=#7 2402:2=#8 } "
-    "25{ 2000:0=#2 2501:0=red 2502:0=#42 } )";
-
-TEST(Queries, RecordsAndResultCodes) {
-  StdDictionaryInfo dictionary(0);
-  ASSERT_EQ(errorOf(dictionary, kRecords), "");
-  std::int32_t index = -7;
-  std::int32_t count = -7;
-  const SMD_STRUCTURE_ELEMENT_DEFINITION* member = nullptr;
-  EXPECT_EQ(dictionary.getStructureDefinition(1, count, member, index), 0);
-  EXPECT_EQ(count, 2);
-  EXPECT_EQ(member, &dictionary.typeMembers().row(0));
-  EXPECT_EQ(dictionary.getStructureDefinition(2, count, member, index), 10025);
-  EXPECT_EQ(dictionary.getStructureDefinition(3, count, member, index), 10025) << "row 50";
-  EXPECT_EQ(index, -1);
-  EXPECT_EQ(dictionary.getStructDefFromMbrID(0, count, member, index), 10010);
-  EXPECT_EQ(dictionary.getStructDefFromMbrID(13, count, member, index), 10025);
-  EXPECT_EQ(dictionary.getStructDefFromMbrID(12, count, member, index), 0);
-  EXPECT_EQ(count, 1);
-  const SMD_TYPE_DEFINITION* type = nullptr;
-  EXPECT_EQ(dictionary.getTypeDefinitionFromIndex(-1, type), 10016);
-  EXPECT_EQ(dictionary.getTypeDefinitionFromIndex(3, type), 10020);
-  EXPECT_EQ(type, nullptr);
-  const SMD_TAG_DEFINITION* tag = &dictionary.tags().row(0);
-  EXPECT_EQ(dictionary.getTagDefinition(9, tag, index), 10025);
-  EXPECT_EQ(tag, nullptr);
-  // The first member that carries the tag decides, even when it leads to no row.
-  EXPECT_EQ(dictionary.getTagDefIndexUsingParentTypeDefIndex(0, 1), -1);
-  EXPECT_EQ(dictionary.getTagDefIndexUsingParentTypeDefIndex(2, 1), 0);
-  EXPECT_EQ(dictionary.getTypeIndexFromTagID(2, index), 10025);
-  EXPECT_EQ(dictionary.getTypeBaseLogicalType(0), 6);
-  EXPECT_EQ(dictionary.getTypeValueLogicalType(1), 0) << "a base type that is not there";
-  EXPECT_EQ(dictionary.getTypeDefIndexFromLogicalType(static_cast<LOGICAL_TYPE>(4)), 0);
-  EXPECT_EQ(toUtf8(textView(dictionary.getTraceTextForID(3))), "T");
-  EXPECT_EQ(toUtf8(textView(dictionary.getTraceTextForID(13))), "UNDEFINED");
-  const MSGSET_DEFINITION* project = nullptr;
-  EXPECT_EQ(dictionary.getMsgSetDefinition(project), 0);
-  EXPECT_EQ(project, nullptr);
-}
-
 // A dictionary whose load has not ended has no index and looks at the tables themselves.
 TEST(Queries, AnIndexAnswersAsTheTablesDo) {
   std::mt19937 random(815);
@@ -298,50 +191,18 @@ TEST(Queries, AnIndexAnswersAsTheTablesDo) {
   }
 }
 
-TEST(Queries, PropertiesFromOverrideOrTag) {
+TEST(Queries, AValueSetThatLeadsToNoValueEndsThere) {
   StdDictionaryInfo dictionary(0);
-  ASSERT_EQ(errorOf(dictionary, kRecords), "");
-  struct Case {
-    std::int32_t tag, path, code, minLength;
-  };
-  for (const Case& c : {Case{-1, 1, 0, 8}, Case{0, 1, 0, 8}, Case{0, -1, 0, 3},
-                        Case{-1, -1, 10016, 0}, Case{2, -1, 10020, 0}, Case{0, 2, 10020, 0}}) {
-    std::int32_t length = 0;
-    EXPECT_EQ(dictionary.getMinLength(c.tag, c.path, length), c.code);
-    EXPECT_EQ(length, c.minLength);
-  }
-  bool isPermitted = true;
-  EXPECT_EQ(dictionary.getNullPermitted(0, -1, isPermitted), 0);
-  EXPECT_FALSE(isPermitted);
-  std::int32_t count = 0;
-  std::int32_t index = -1;
-  const SMD_PATH_BASED_DEFINITION* first = nullptr;
-  EXPECT_EQ(dictionary.getPathBasedInfo(5, 6, count, first, index), 0);
-  EXPECT_EQ(count, 2);
-  EXPECT_EQ(index, 0);
-  EXPECT_EQ(dictionary.getPathBasedInfo(5, 7, count, first, index), 10025);
-  EXPECT_EQ(count, 0);
-}
-
-TEST(Queries, ValuesOfASet) {
-  StdDictionaryInfo dictionary(0);
-  ASSERT_EQ(errorOf(dictionary, kRecords), "");
-  const auto valuesOf = [&](std::int32_t tag, std::int32_t path) {
-    std::string text;
-    PWFData value;
-    std::int32_t role = 0;
-    for (StdValueIterator at(nullptr, &dictionary, tag, path); at.getValue(value, role) == 0;
-         at.moveToNextValue()) {
-      text += std::to_string(role) + "=" +
-              toUtf8(textView(value.getDebugString().getStringValue())) + " ";
-    }
-    return text;
-  };
-  EXPECT_EQ(valuesOf(0, -1), "7=red ");
-  EXPECT_EQ(valuesOf(0, 0), "8=42 ") << "the second value leads nowhere";
-  EXPECT_EQ(valuesOf(0, 1), "7=red ") << "an override without a set leaves the tag's";
-  EXPECT_EQ(valuesOf(1, -1), "") << "a set beyond the table";
-  EXPECT_EQ(valuesOf(-1, 99), "");
+  ASSERT_EQ(errorOf(dictionary,
+                    "( 1000{ 100002:0=S } 2{ 201:0=#1 202:0=A 208:0=#0 } "
+                    "24{ 2000:0=#2 2401:0=#0 2401:1=#9 } 25{ 2000:0=#1 2501:0=red } )"),
+            "");
+  StdValueIterator values(nullptr, &dictionary, 0, -1);
+  PWFData value;
+  std::int32_t role = 0;
+  EXPECT_EQ(values.getValue(value, role), kSuccess);
+  values.moveToNextValue();
+  EXPECT_EQ(values.getValue(value, role), kNone);
   EXPECT_THROW(dictionary.values().getData(2), KelParserException);
 }
 

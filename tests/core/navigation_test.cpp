@@ -1,10 +1,14 @@
 // Walks through small models, each step with the position that it must lead to.
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "tests/core/support/testmodel.h"
+#include "tests/support/texts.h"
 
 namespace cpi::test {
 namespace {
+
+using testing::HasSubstr;
 
 struct WalkCase {
   const char* name;
@@ -210,6 +214,56 @@ TEST(NavigationState, PathsAndNames) {
   EXPECT_EQ(partial[1], (MbrPathItem{0, path[2], iterator.positionStack[3].memberIndex}));
   EXPECT_EQ(iterator.getTraceName(), KelStringBase(u"B"));
   EXPECT_EQ(iterator.getParentTrcRptInd(), 0);
+}
+
+TEST(NavigationState, PositionsAreEqualButForTheDictionary) {
+  const auto dictionary = buildModel(parseModel("R(6 A B)"));
+  const DictionaryPosition a(dictionary.get(), 1);
+  const DictionaryPosition b(nullptr, 1, a.tagIndex, a.typeIndex, -2, -1, NTUndefined);
+  EXPECT_TRUE(a == b);
+  EXPECT_EQ(a.tagIndex, 1);
+  a.getNodeType();
+  EXPECT_TRUE(a != b) << "the derived node type counts";
+  const DictionaryPosition beyond(dictionary.get(), 99);
+  EXPECT_EQ(beyond.tagIndex, kUnsetTag);
+}
+
+TEST(NavigationState, WhatNoSearchMayAskForIsRefused) {
+  EXPECT_NO_THROW(SearchDef(STSimpleType, static_cast<ELogicalType>(1)));
+  const auto noType = [] { SearchDef(STSimpleType, static_cast<ELogicalType>(0)); };
+  EXPECT_THAT(refusalOf<KelParserException>(noType),
+              HasSubstr("SearchDef::SearchDef: CPI Internal Error"));
+  EXPECT_THAT(refusalOf<KelParserException>([] { DictionaryPosition(); }),
+              HasSubstr("should never have been called"));
+}
+
+TEST(NavigationState, TheSavedStack) {
+  const auto dictionary = buildModel(parseModel("R(6 A B C)"));
+  OpenIterator iterator(nullptr, dictionary.get(), 1);
+  const auto push = [&](std::int32_t member, std::int32_t repeat) {
+    iterator.positionStack.emplace_back(dictionary.get(), member, 0, 0, -2, repeat, NTUndefined);
+  };
+  EXPECT_EQ(iterator.getCommonParentWithSavedStackIndex(), -1) << "no parent";
+  push(0, 0);
+  push(1, 0);
+  EXPECT_EQ(iterator.getCommonParentWithSavedStackIndex(), 1) << "nothing saved";
+  iterator.ensurePositionStackSaved();
+  EXPECT_EQ(iterator.getCommonParentWithSavedStackIndex(), 1) << "an equal copy";
+  push(2, -1);
+  EXPECT_EQ(iterator.getCommonParentWithSavedStackIndex(), -1) << "the copy ends at the parent";
+  iterator.positionStack[1].repeatIndex = 7;
+  EXPECT_EQ(iterator.getCommonParentWithSavedStackIndex(), 0) << "another occurrence";
+  iterator.ensurePositionStackSaved();  // the first copy stays
+  iterator.restorePositionStackFromSaved();
+  EXPECT_EQ(stackText(iterator), "A/A/A");
+  EXPECT_FALSE(iterator.positionStackSaved);
+  push(2, -1);
+  iterator.restorePositionStackFromSaved();
+  EXPECT_EQ(iterator.positionStack.size(), 3u) << "a search start is removed";
+  push(2, -2);
+  iterator.restorePositionStackFromSaved();
+  EXPECT_EQ(stackText(iterator), "A/A/A/?") << "a level started over";
+  EXPECT_EQ(iterator.positionStack.back().nodeType, NTStructure);
 }
 
 }  // namespace

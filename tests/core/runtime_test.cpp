@@ -4,7 +4,6 @@
 #include <limits>
 #include <stdexcept>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "cpi/runtime/datacnv.h"
@@ -59,21 +58,6 @@ TEST(KelString, CopiesShareOneBufferAndOutliveTheFirst) {
   EXPECT_EQ(moved.getText(), text);
 }
 
-TEST(KelString, IsSharedBetweenThreads) {
-  const KelStringBase text(u"shared");
-  std::vector<std::thread> threads;
-  for (int i = 0; i < 4; ++i) {
-    threads.emplace_back([copy = text] {
-      for (int n = 0; n < 10000; ++n) {
-        const KelStringBase another = copy;
-        ASSERT_EQ(another.length(), 6U);
-      }
-    });
-  }
-  for (std::thread& thread : threads) thread.join();
-  EXPECT_EQ(text.view(), u"shared");
-}
-
 TEST(KelString, EmptyAndNullAreOneAndTheTextIsTerminated) {
   const unsigned short* const null = nullptr;
   EXPECT_TRUE(KelStringBase(null) == KelStringBase());
@@ -97,7 +81,7 @@ class Recorder : public KelLogSink {
     line += " " + std::string(item.operation) + " [" + std::string(item.text) + "]";
     for (const KelInsert& insert : item.inserts) line += " " + insert.text();
     lines.push_back(line);
-    if (throwing) throw std::runtime_error("sink");
+    if (throwing) throw 1;  // no exception that anybody could expect
   }
   std::vector<std::string> lines;
   bool throwing = false;

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <map>
 #include <random>
 #include <sstream>
 #include <tuple>
@@ -45,42 +44,27 @@ class RandomModel {
     isDeep_ = dice_.oneIn(2);
     tags_ = 3 + dice_.below(6);
     types_ = 3 + dice_.below(5);
-    text_ << "( 1000{ 100002:0=Random } ";
+    text_ = "( 1000{ 100002:0=Random } ";
     writeMembers();
     writeTypes();
     writeTags();
-    text_ << "26{ 2000:0=#3 2601:0= 2601:1=urn:x 2601:2=urn:y } )";
-    return text_.str();
+    return text_ + "26{ 2000:0=#3 2601:0= 2601:1=urn:x 2601:2=urn:y } )";
   }
 
  private:
-  void cell(std::int32_t column, std::int32_t row, const std::string& value) {
-    cells_[column] += std::to_string(column) + ":" + std::to_string(row) + "=" + value + " ";
-  }
-  void cell(std::int32_t column, std::int32_t row, std::int32_t value) {
-    cell(column, row, "#" + std::to_string(value));
-  }
-  // The section's cells column by column: the first column sizes the table.
-  void writeSection(std::int32_t section) {
-    text_ << section << "{ ";
-    for (const auto& [column, cells] : cells_) text_ << cells;
-    text_ << "} ";
-    cells_.clear();
-  }
-
   void writeMembers() {
     for (std::int32_t type = 1; type < types_; ++type) {
       firsts_.push_back(dice_.oneIn(8) ? -1 : members_);
       const std::int32_t count = 1 + dice_.below(dice_.oneIn(4) ? 9 : 4);
       for (std::int32_t i = 0; i < count && firsts_.back() >= 0; ++i) writeMember(type);
     }
-    if (members_ > 0) writeSection(4);
-    cell(2000, 0, members_);
+    if (members_ > 0) text_ += section_.take(4);
+    section_.put(2000, 0, members_);
     for (std::int32_t row = 0; row < members_; ++row) {
-      cell(2001, row, row + 1);
-      cell(2002, row, row);
+      section_.put(2001, row, row + 1);
+      section_.put(2002, row, row);
     }
-    writeSection(20);
+    text_ += section_.take(20);
   }
 
   void writeMember(std::int32_t type) {
@@ -88,46 +72,46 @@ class RandomModel {
     const bool isGroup = dice_.oneIn(isDeep_ ? 2 : 4);
     const bool isBelow = isGroup && (!dice_.isWild || !dice_.oneIn(4));  // no group in itself
     const bool isLeaf = isBelow && type + 1 >= types_;
-    cell(401, row, type + 1);
-    cell(404, row, std::string(1, "SFM"[dice_.below(3)]));
-    cell(407, row, dice_.below(3));
-    cell(410, row, row + 1);
-    cell(411, row, dice_.below(5) - 1);
-    cell(412, row, isGroup && !isLeaf ? -1 : dice_.index(tags_));
-    cell(413, row,
-         isLeaf    ? 0
-         : isBelow ? type + 1 + dice_.below(types_ - type - 1)
-                   : dice_.index(types_));
+    section_.put(401, row, type + 1);
+    section_.put(404, row, std::string(1, "SFM"[dice_.below(3)]));
+    section_.put(407, row, dice_.below(3));
+    section_.put(410, row, row + 1);
+    section_.put(411, row, dice_.below(5) - 1);
+    section_.put(412, row, isGroup && !isLeaf ? -1 : dice_.index(tags_));
+    section_.put(413, row,
+                 isLeaf    ? 0
+                 : isBelow ? type + 1 + dice_.below(types_ - type - 1)
+                           : dice_.index(types_));
   }
 
   void writeTypes() {
-    cell(2000, 0, types_);
+    section_.put(2000, 0, types_);
     for (std::int32_t type = 0; type < types_; ++type) {
-      cell(2101, type, type + 1);
-      cell(2103, type,
-           dice_.isWild && dice_.oneIn(15) ? 9 : 1 + dice_.below(dice_.oneIn(5) ? 7 : 6));
-      cell(2104, type, dice_.oneIn(2) ? 1 : 1 + dice_.below(3));
-      cell(2106, type, type == 0 ? 1 : 0);
+      section_.put(2101, type, type + 1);
+      section_.put(2103, type,
+                   dice_.isWild && dice_.oneIn(15) ? 9 : 1 + dice_.below(dice_.oneIn(5) ? 7 : 6));
+      section_.put(2104, type, dice_.oneIn(2) ? 1 : 1 + dice_.below(3));
+      section_.put(2106, type, type == 0 ? 1 : 0);
       const std::int32_t first = type == 0 ? -1 : firsts_[static_cast<std::size_t>(type) - 1];
-      cell(2107, type, dice_.isWild && dice_.oneIn(10) ? dice_.index(members_ + 1) : first);
+      section_.put(2107, type, dice_.isWild && dice_.oneIn(10) ? dice_.index(members_ + 1) : first);
     }
-    writeSection(21);
+    text_ += section_.take(21);
   }
 
   void writeTags() {
     for (std::int32_t tag = 0; tag < tags_; ++tag) {
-      cell(201, tag, tag == 0 && dice_.isWild ? 0 : tag + 1);
-      if (tag == 0 || !dice_.oneIn(20)) cell(202, tag, toUtf8(kNames[dice_.below(6)]));
-      cell(204, tag, dice_.oneIn(6) ? "M" : dice_.oneIn(4) ? "F" : "S");
-      cell(211, tag, tag == 0 ? 1 : dice_.index(types_));
-      cell(212, tag, dice_.oneIn(3) ? dice_.below(6) - 2 : -1);
+      section_.put(201, tag, tag == 0 && dice_.isWild ? 0 : tag + 1);
+      if (tag == 0 || !dice_.oneIn(20)) section_.put(202, tag, toUtf8(kNames[dice_.below(6)]));
+      section_.put(204, tag, dice_.oneIn(6) ? "M" : dice_.oneIn(4) ? "F" : "S");
+      section_.put(211, tag, tag == 0 ? 1 : dice_.index(types_));
+      section_.put(212, tag, dice_.oneIn(3) ? dice_.below(6) - 2 : -1);
     }
-    writeSection(2);
+    text_ += section_.take(2);
   }
 
   Dice& dice_;
-  std::ostringstream text_;
-  std::map<std::int32_t, std::string> cells_;
+  std::string text_;
+  SectionText section_;
   bool isDeep_ = false;
   std::int32_t tags_ = 0;
   std::int32_t types_ = 0;

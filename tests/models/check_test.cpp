@@ -7,11 +7,9 @@
 #include <string>
 #include <vector>
 
-#include "cpi/compile/xsdcompiler.h"
-#include "cpi/extract/dictionarycheck.h"
-#include "cpi/extract/dictionarytables.h"
+#include "tests/models/xsd_support.h"
 
-namespace cpi {
+namespace cpi::test {
 namespace {
 
 using testing::ElementsAreArray;
@@ -66,20 +64,6 @@ DictionaryTables goodTables() {
   return tables;
 }
 
-Lines faultsOf(const StdDictionaryInfo& dictionary) {
-  Lines lines;
-  const std::int64_t count = checkDictionary(
-      dictionary, [&](const DictionaryFault& fault) { lines.push_back(lineOf(fault)); });
-  EXPECT_EQ(count, static_cast<std::int64_t>(lines.size()));
-  return lines;
-}
-
-Lines faultsOf(const DictionaryTables& tables) {
-  StdDictionaryInfo dictionary(0);
-  feed(tables, dictionary);
-  return faultsOf(dictionary);
-}
-
 TEST(CheckTest, SoundDictionariesHaveNoFaults) {
   EXPECT_THAT(faultsOf(goodTables()), IsEmpty());
   EXPECT_THAT(faultsOf(StdDictionaryInfo(0)), IsEmpty());
@@ -89,38 +73,31 @@ TEST(CheckTest, SoundDictionariesHaveNoFaults) {
 
 TEST(CheckTest, EachCorruptionIsTold) {
   struct Case {
-    const char* name;
     std::function<void(DictionaryTables&)> corrupt;
     Lines faults;
   };
   using T = DictionaryTables;
   const Case cases[] = {
       // Ids and their orders.
-      {"tag without id",
-       [](T& t) {
+      {[](T& t) {
          t.Tags[0].Id = -99, t.TypeMembers[2] = t.TypeMembers[0], t.TypeMembers[2].Id = 102;
        },
        {"Tags row 0, Id: found -99; expected an id above 0"}},
-      {"tags out of order",
-       [](T& t) {
+      {[](T& t) {
          std::swap(t.Tags[1], t.Tags[2]);
          for (const std::size_t row : {0, 3}) t.TypeMembers[row].toTagIndex = 2;
          t.TypeMembers[4].toTagIndex = 1;
        },
        {"Tags row 2, Id: found 2; expected more than 3, which row 1 has"}},
-      {"tag id twice",
-       [](T& t) {
+      {[](T& t) {
          t.Tags[1].Id = 1, t.TypeMembers[0].ChildTagId = 1, t.TypeMembers[3].ChildTagId = 1;
        },
        {"Tags row 1, Id: found 1; expected another id than row 0"}},
-      {"type id twice",
-       [](T& t) { t.Types[3].TypeId = 11; },
+      {[](T& t) { t.Types[3].TypeId = 11; },
        {"Types row 3, TypeId: found 11; expected another id than row 1"}},
-      {"types out of order",
-       [](T& t) { t.Types[3].TypeId = 9; },
+      {[](T& t) { t.Types[3].TypeId = 9; },
        {"Types row 3, TypeId: found 9; expected more than 12, which row 2 has"}},
-      {"member id twice",
-       [](T& t) {
+      {[](T& t) {
          t.TypeMembers[1].Id = 100, t.MemberIdIndex[1] = {100, 0};
        },
        {"Type Members row 1, Id: found 100; expected another id than row 0",
@@ -128,170 +105,127 @@ TEST(CheckTest, EachCorruptionIsTold) {
         "Members",
         "Member ID to Type Member Index row 1, MbrIDToTypeMbrIndexId: found 100; expected more "
         "than 100, which row 0 has"}},
-      {"member not indexed",
-       [](T& t) { t.MemberIdIndex.pop_back(); },
+      {[](T& t) { t.MemberIdIndex.pop_back(); },
        {"Type Members row 4, Id: found 104; expected a row of Member ID to Type Member Index for "
         "it"}},
-      {"members without ids",
-       [](T& t) {
+      {[](T& t) {
          for (MemberRow& member : t.TypeMembers) member.Id = -99;
          t.MemberIdIndex.clear(), t.MemberPath = {{0}};
        },
        {}},
-      {"index out of order",
-       [](T& t) { std::swap(t.MemberIdIndex[2], t.MemberIdIndex[3]); },
+      {[](T& t) { std::swap(t.MemberIdIndex[2], t.MemberIdIndex[3]); },
        {"Member ID to Type Member Index row 3, MbrIDToTypeMbrIndexId: found 102; expected more "
         "than 103, which row 2 has"}},
-      {"index of another member",
-       [](T& t) { t.MemberIdIndex[2].MbrIDToTypeMbrIndexIndex = 1; },
+      {[](T& t) { t.MemberIdIndex[2].MbrIDToTypeMbrIndexIndex = 1; },
        {"Member ID to Type Member Index row 2, MbrIDToTypeMbrIndexIndex: found 1; expected 2, the "
         "row of Type Members with Id 102"}},
-      {"index outside",
-       [](T& t) { t.MemberIdIndex[0].MbrIDToTypeMbrIndexIndex = -1; },
+      {[](T& t) { t.MemberIdIndex[0].MbrIDToTypeMbrIndexIndex = -1; },
        {"Member ID to Type Member Index row 0, MbrIDToTypeMbrIndexIndex: found -1; expected 0, the "
         "row of Type Members with Id 100"}},
-      {"index of no member",
-       [](T& t) {
+      {[](T& t) {
          t.MemberIdIndex.push_back({200, 0});
        },
        {"Member ID to Type Member Index row 5, MbrIDToTypeMbrIndexId: found 200; expected the Id "
         "of a row of Type Members"}},
 
       // References.
-      {"type row outside",
-       [](T& t) { t.Tags[1].ToTypeIndexField = 4; },
+      {[](T& t) { t.Tags[1].ToTypeIndexField = 4; },
        {"Tags row 1, ToTypeIndexField: found 4; expected a row of Types (0 to 3) or -1"}},
-      {"type row missing",
-       [](T& t) { t.Tags[1].ToTypeIndexField = -99; },
+      {[](T& t) { t.Tags[1].ToTypeIndexField = -99; },
        {"Tags row 1, ToTypeIndexField: found -99; expected 1, the row of Types with TypeId 11"}},
-      {"another type row",
-       [](T& t) { t.Tags[1].ToTypeIndexField = 3; },
+      {[](T& t) { t.Tags[1].ToTypeIndexField = 3; },
        {"Tags row 1, ToTypeIndexField: found 3; expected 1, the row of Types with TypeId 11"}},
-      {"unknown type",
-       [](T& t) { t.Tags[1].Type = 14; },
+      {[](T& t) { t.Tags[1].Type = 14; },
        {"Tags row 1, Type: found 14; expected the TypeId of a row of Types"}},
-      {"type id missing",
-       [](T& t) { t.Tags[1].Type = -99; },
+      {[](T& t) { t.Tags[1].Type = -99; },
        {"Tags row 1, Type: found -99; expected 11, which ToTypeIndexField leads to"}},
-      {"no type at all", [](T& t) { t.Tags[1].Type = -99, t.Tags[1].ToTypeIndexField = -99; }, {}},
-      {"value set outside",
-       [](T& t) { t.Tags[2].ValueSetTableIndex = 5; },
+      {[](T& t) { t.Tags[1].Type = -99, t.Tags[1].ToTypeIndexField = -99; }, {}},
+      {[](T& t) { t.Tags[2].ValueSetTableIndex = 5; },
        {"Tags row 2, ValueSetTableIndex: found 5; expected a row of Value Set Table (0 to 4) or "
         "-1"}},
-      {"default outside",
-       [](T& t) { t.Tags[2].DVTableIndex = -2; },
+      {[](T& t) { t.Tags[2].DVTableIndex = -2; },
        {"Tags row 2, DVTableIndex: found -2; expected a row of Values (0 to 1) or -1"}},
-      {"default without value",
-       [](T& t) { t.Values.emplace_back(), t.Tags[2].DVTableIndex = 2; },
+      {[](T& t) { t.Values.emplace_back(), t.Tags[2].DVTableIndex = 2; },
        {"Tags row 2, DVTableIndex: found 2; expected a row of Values that has a value"}},
-      {"override outside",
-       [](T& t) { t.Tags[2].PathBaseInfoTableIndex = 3; },
+      {[](T& t) { t.Tags[2].PathBaseInfoTableIndex = 3; },
        {"Tags row 2, PathBaseInfoTableIndex: found 3; expected a row of Path Based Info (0 to 2) "
         "or -1"}},
-      {"namespace outside",
-       [](T& t) { t.Tags[2].namespaceIndex = 1; },
+      {[](T& t) { t.Tags[2].namespaceIndex = 1; },
        {"Tags row 2, namespaceIndex: found 1; expected a row of Namespaces (0 to 0) or -1"}},
-      {"no namespaces",
-       [](T& t) { t.Namespaces.clear(), t.Types[3].NamespaceIndex = -1; },
+      {[](T& t) { t.Namespaces.clear(), t.Types[3].NamespaceIndex = -1; },
        {"Tags row 2, namespaceIndex: found 0; expected -1, for Namespaces has no rows"}},
-      {"type's namespace outside",
-       [](T& t) { t.Types[3].NamespaceIndex = 7; },
+      {[](T& t) { t.Types[3].NamespaceIndex = 7; },
        {"Types row 3, NamespaceIndex: found 7; expected a row of Namespaces (0 to 0) or -1"}},
-      {"unknown base",
-       [](T& t) { t.Types[3].BaseTypeId = 99; },
+      {[](T& t) { t.Types[3].BaseTypeId = 99; },
        {"Types row 3, BaseTypeId: found 99; expected the TypeId of a row of Types"}},
-      {"member's tag row",
-       [](T& t) { t.TypeMembers[0].toTagIndex = 2; },
+      {[](T& t) { t.TypeMembers[0].toTagIndex = 2; },
        {"Type Members row 0, toTagIndex: found 2; expected 1, the row of Tags with Id 2"}},
-      {"member's tag row outside",
-       [](T& t) { t.TypeMembers[0].toTagIndex = 2147483647; },
+      {[](T& t) { t.TypeMembers[0].toTagIndex = 2147483647; },
        {"Type Members row 0, toTagIndex: found 2147483647; expected a row of Tags (0 to 2) or -1"}},
-      {"group with tag row",
-       [](T& t) { t.TypeMembers[1].toTagIndex = 1; },
+      {[](T& t) { t.TypeMembers[1].toTagIndex = 1; },
        {"Type Members row 1, ChildTagId: found 0; expected 2, which toTagIndex leads to"}},
-      {"member's unknown tag",
-       [](T& t) { t.TypeMembers[0].ChildTagId = 77; },
+      {[](T& t) { t.TypeMembers[0].ChildTagId = 77; },
        {"Type Members row 0, ChildTagId: found 77; expected the Id of a row of Tags"}},
-      {"member's type row",
-       [](T& t) { t.TypeMembers[0].toTypeIndex = 3; },
+      {[](T& t) { t.TypeMembers[0].toTypeIndex = 3; },
        {"Type Members row 0, toTypeIndex: found 3; expected 1, the row of Types with TypeId 11"}},
-      {"path outside",
-       [](T& t) { t.PathBasedInfo[1].MemberPathIndex = 3; },
+      {[](T& t) { t.PathBasedInfo[1].MemberPathIndex = 3; },
        {"Path Based Info row 1, MemberPathIndex: found 3; expected a row of Member Path Table (0 "
         "to 2) or -1"}},
-      {"override's values outside",
-       [](T& t) { t.PathBasedInfo[0].ValueSetIndex = 9; },
+      {[](T& t) { t.PathBasedInfo[0].ValueSetIndex = 9; },
        {"Path Based Info row 0, ValueSetIndex: found 9; expected a row of Value Set Table (0 to 4) "
         "or -1"}},
-      {"override's default outside",
-       [](T& t) { t.PathBasedInfo[0].DVIndex = 2; },
+      {[](T& t) { t.PathBasedInfo[0].DVIndex = 2; },
        {"Path Based Info row 0, DVIndex: found 2; expected a row of Values (0 to 1) or -1"}},
-      {"overrides apart",
-       [](T& t) { std::swap(t.PathBasedInfo[1], t.PathBasedInfo[2]); },
+      {[](T& t) { std::swap(t.PathBasedInfo[1], t.PathBasedInfo[2]); },
        {"Path Based Info row 2, EndFieldId: found 3; expected a place beside row 0, of the same "
         "message and field"}},
-      {"path of no member",
-       [](T& t) { t.MemberPath[1] = {999}; },
+      {[](T& t) { t.MemberPath[1] = {999}; },
        {"Member Path Table row 1, MemberPathMemberId: found 999; expected the Id of a row of Type "
         "Members"}},
 
       // Value sets.
-      {"open set",
-       [](T& t) { t.ValueSet.pop_back(); },
+      {[](T& t) { t.ValueSet.pop_back(); },
        {"Value Set Table row 3, ValueSetValueIndex: found 1; expected -1, which closes the last "
         "set"}},
-      {"value outside",
-       [](T& t) { t.ValueSet[1].ValueSetValueIndex = 2; },
+      {[](T& t) { t.ValueSet[1].ValueSetValueIndex = 2; },
        {"Value Set Table row 1, ValueSetValueIndex: found 2; expected a row of Values (0 to 1) or "
         "-1"}},
 
       // Members, groups and codes.
-      {"members nobody owns",
-       [](T& t) { t.TypeMembers[4].ParentTypeId = 77; },
+      {[](T& t) { t.TypeMembers[4].ParentTypeId = 77; },
        {"Type Members row 4, ParentTypeId: found 77; expected the TypeId of a row of Types"}},
-      {"members apart",
-       [](T& t) { t.TypeMembers[4].ParentTypeId = 10; },
+      {[](T& t) { t.TypeMembers[4].ParentTypeId = 10; },
        {"Type Members row 4, ParentTypeId: found 10; expected a place behind row 2, beside the "
         "other members of the type"}},
-      {"members begin elsewhere",
-       [](T& t) { t.Types[0].ToTypeMbrIndex = 1; },
+      {[](T& t) { t.Types[0].ToTypeMbrIndex = 1; },
        {"Types row 0, ToTypeMbrIndex: found 1; expected 0, where the members of the type begin"}},
-      {"members not begun",
-       [](T& t) { t.Types[2].ToTypeMbrIndex = -1; },
+      {[](T& t) { t.Types[2].ToTypeMbrIndex = -1; },
        {"Types row 2, ToTypeMbrIndex: found -1; expected 3, where the members of the type begin"}},
-      {"members of another",
-       [](T& t) { t.Types[3].ToTypeMbrIndex = 3; },
+      {[](T& t) { t.Types[3].ToTypeMbrIndex = 3; },
        {"Types row 3, ToTypeMbrIndex: found 3; expected -1, for Type Members has no rows of the "
         "type"}},
-      {"members not reached",
-       [](T& t) { t.TypeMembers[1].toTypeIndex = 1, t.TypeMembers[1].ChildTypeId = 11; },
+      {[](T& t) { t.TypeMembers[1].toTypeIndex = 1, t.TypeMembers[1].ChildTypeId = 11; },
        {"Type Members row 3, ParentTypeId: found 12; expected a type that some tag leads to"}},
-      {"group in itself",
-       [](T& t) {
+      {[](T& t) {
          t.TypeMembers[3].toTagIndex = -1, t.TypeMembers[3].ChildTagId = 0,
          t.TypeMembers[3].toTypeIndex = 2, t.TypeMembers[3].ChildTypeId = 12;
        },
        {"Type Members row 3, toTypeIndex: found 2; expected a group that does not contain itself"}},
-      {"group in its own type",
-       [](T& t) {
+      {[](T& t) {
          t.TypeMembers[4].toTagIndex = -1, t.TypeMembers[4].ChildTagId = 0,
          t.TypeMembers[4].toTypeIndex = 0, t.TypeMembers[4].ChildTypeId = 10;
        },
        {"Type Members row 4, toTypeIndex: found 0; expected a group that does not contain itself"}},
-      {"composition 8",
-       [](T& t) { t.Types[0].Composition = 8; },
+      {[](T& t) { t.Types[0].Composition = 8; },
        {"Types row 0, Composition: found 8; expected 1 to 7"}},
-      {"members without composition",
-       [](T& t) { t.Types[0].Composition = -1; },
+      {[](T& t) { t.Types[0].Composition = -1; },
        {"Types row 0, Composition: found -1; expected 1 to 7, since the type has members"}},
-      {"content 0",
-       [](T& t) { t.Types[0].Content = 0; },
-       {"Types row 0, Content: found 0; expected 1 to 3"}},
+      {[](T& t) { t.Types[0].Content = 0; }, {"Types row 0, Content: found 0; expected 1 to 3"}},
   };
   for (const Case& each : cases) {
     DictionaryTables tables = goodTables();
     each.corrupt(tables);
-    EXPECT_THAT(faultsOf(tables), ElementsAreArray(each.faults)) << each.name;
+    EXPECT_THAT(faultsOf(tables), ElementsAreArray(each.faults));
   }
 }
 
@@ -338,4 +272,4 @@ TEST(CheckTest, HostileModelsEndQuickly) {
 }
 
 }  // namespace
-}  // namespace cpi
+}  // namespace cpi::test

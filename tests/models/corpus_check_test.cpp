@@ -11,11 +11,10 @@
 #include <optional>
 #include <string>
 
-#include "cpi/compile/xsdcompiler.h"
 #include "cpi/walk/xmlwalker.h"
 #include "tests/models/corpus_support.h"
 
-namespace cpi {
+namespace cpi::test {
 namespace {
 
 struct Place {
@@ -132,11 +131,8 @@ Counts checkFamily(const std::filesystem::path& corpus, const std::string& name)
   Counts counts;
   const std::filesystem::path family = corpus / name;
   for (const auto& [schema, messages] : readCorpusIndex(family / "index.tsv")) {
-    XsdReport report;
-    XsdOptions options;
-    options.catalog = corpus / "catalog.xml";
     StdDictionaryInfo dictionary(0);
-    feed(compileXsd({family / schema}, options, report), dictionary);
+    feed(compileOfCorpus(family / schema), dictionary);
     const WalkModel model(dictionary);
     XmlWalker walker(model, {.isChecking = true});
     const Validator validator(family / schema);
@@ -177,4 +173,4 @@ TEST(CorpusCheck, AcceptsWhatIsValidAndRefusesBadContentWhereAValidatorDoes) {
 }
 
 }  // namespace
-}  // namespace cpi
+}  // namespace cpi::test

@@ -1,4 +1,4 @@
-// The index of the shared corpus: which messages there are, and what is wrong with them.
+// The shared corpus: which messages there are, what is wrong with them, and their schemas compiled.
 #ifndef TESTS_MODELS_CORPUS_SUPPORT_H
 #define TESTS_MODELS_CORPUS_SUPPORT_H
 
@@ -12,7 +12,9 @@
 #include <string>
 #include <vector>
 
-namespace cpi {
+#include "cpi/compile/xsdcompiler.h"
+
+namespace cpi::test {
 
 inline constexpr const char* kCorpusFamilies[] = {"bpmn",     "cyclonedx", "iso20022", "maven",
                                                   "musicxml", "ubl",       "w3c-xsts"};
@@ -44,20 +46,37 @@ inline std::vector<std::string> splitText(const std::string& text, char separato
   return parts;
 }
 
-inline MessagesOfSchema readCorpusIndex(const std::filesystem::path& file) {
-  MessagesOfSchema messages;
+// The lines behind the column names, by the value of their first column, each with `count` columns.
+inline std::map<std::string, std::vector<std::vector<std::string>>> readIndex(
+    const std::filesystem::path& file, std::size_t count) {
+  std::map<std::string, std::vector<std::vector<std::string>>> lines;
   std::ifstream stream(file);
   std::string line;
-  std::getline(stream, line);  // column names
+  std::getline(stream, line);
   while (std::getline(stream, line)) {
-    const std::vector<std::string> columns = splitText(line, '\t');
-    const std::vector<std::string> faults = splitText(columns.at(3), ',');
-    messages[columns.at(0)].push_back(
-        {columns.at(1), columns.at(2), std::set<std::string>(faults.begin(), faults.end())});
+    std::vector<std::string> columns = splitText(line, '\t');
+    columns.resize(count);
+    lines[columns[0]].push_back(std::move(columns));
+  }
+  return lines;
+}
+
+inline MessagesOfSchema readCorpusIndex(const std::filesystem::path& file) {
+  MessagesOfSchema messages;
+  for (const auto& [schema, lines] : readIndex(file, 4)) {
+    for (const auto& columns : lines) {
+      const std::vector<std::string> faults = splitText(columns[3], ',');
+      messages[schema].push_back({columns[1], columns[2], {faults.begin(), faults.end()}});
+    }
   }
   return messages;
 }
 
-}  // namespace cpi
+inline DictionaryTables compileOfCorpus(const std::filesystem::path& schema) {
+  XsdReport report;
+  return compileXsd({schema}, {.catalog = corpusFolder() / "catalog.xml"}, report);
+}
+
+}  // namespace cpi::test
 
 #endif  // TESTS_MODELS_CORPUS_SUPPORT_H

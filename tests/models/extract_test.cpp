@@ -1,25 +1,25 @@
 // The text extract: what is written reads back, and what is broken is refused with its place.
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <bit>
-#include <cstdio>
 #include <fstream>
 #include <iterator>
-#include <limits>
-#include <memory>
 #include <sstream>
 #include <string>
-#include <vector>
 
-#include "cpi/dictinfo/stddi/stddictionaryinfo.h"
 #include "cpi/extract/dictionaryfile.h"
-#include "cpi/extract/dictionarytables.h"
 #include "cpi/extract/extractreader.h"
 #include "cpi/extract/extractwriter.h"
 #include "cpi/runtime/kelexception.h"
+#include "tests/models/tables_support.h"
+#include "tests/support/temporary.h"
+#include "tests/support/texts.h"
 
-namespace cpi {
+namespace cpi::test {
 namespace {
+
+using testing::HasSubstr;
 
 // Writes every event as one line.
 class EventLog : public FIHandler {
@@ -75,64 +75,6 @@ std::string stream(const std::string& entries) {
 
 // --- Round trips of whole dictionaries ---------------------------------------------------------
 
-ValueRow row(ELogicalType type, ValueRow::Constant value) { return {type, std::move(value)}; }
-
-// Every table has rows, every column a value that is no default.
-DictionaryTables fullTables() {
-  const std::u16string wide = u"\u00e9\u6ce8\U0001F600\"\\\n\u0001";
-  const std::u16string broken{u'a', 0xDC00, 0xD800, u'b', 0xDBFF};
-  DictionaryTables tables;
-  tables.Identification = {wide, u"full", 1, 2, 3, u"2024-01-01T00:00:00", 4, 5, 6};
-  tables.Project = {std::u16string(255, u'\u6ce8'), u"prefix", 7};
-  tables.Dependencies = {{u"first"}, {u""}, {wide}};
-  tables.WireFormats = {{u"XML", u"id1"}, {u"", u""}, {u"last", {}}};
-  tables.Tags = {{10, {}, 'M', 20, 1, 2, false, 3, 4, 5, 6, 7},
-                 {11, broken, 'F', -1, 2147483647, -2147483647 - 1, true, 0, 0, 0, 0, 0},
-                 {.Id = 12}};
-  tables.TypeMembers = {{.Id = 1, .ParentTypeId = 20, .PhysicalName = u""},
-                        {2, 20, 11, 21, 'E', wide, 1, 2, -1, 3, 1, 1}};
-  tables.Types = {{20, u"T", 1, 2, 3, 4, 5, 6}, {}, {.TypeId = 22, .Identifier = u"sparse"}};
-  tables.PathBasedInfo = {{1, 2, 3, 4, 5, 6, 7, 8, 9, 10}, {}};
-  tables.MemberPath = {{1}, {0}, {2}};
-  tables.ValueSet = {{0, 1}, {-1, 0}};
-  tables.Values = {row(LTString, Text(broken)),
-                   row(LTString, Text()),
-                   row(LTInteger, std::numeric_limits<std::int64_t>::min()),
-                   row(LTInteger, std::numeric_limits<std::int64_t>::max()),
-                   row(LTFloat, 0.1),
-                   row(LTFloat, -0.0),
-                   row(LTFloat, 3.0),
-                   row(LTFloat, 1e300),
-                   row(LTFloat, 5e-324),
-                   row(LTFloat, -std::numeric_limits<double>::infinity()),
-                   row(LTFloat, std::numeric_limits<double>::quiet_NaN()),
-                   row(LTFloat, std::bit_cast<double>(0xFFF8000000000123)),
-                   row(LTBoolean, true),
-                   row(LTBoolean, false),
-                   row(LTDateTime, PWFDateTime{2024, 2, 29, 24, 0, 0, 0, -90, 1}),
-                   row(LTDateTime, PWFDateTime{0, 0, 0, 1, 2, 3, 450000, 0, 0}),
-                   row(LTInterval, PWFInterval{1, 1, 2, 3, 4, 5, 6, 7}),
-                   row(LTDecimal, Text(u"12345678901234567890.10")),
-                   {},
-                   {}};
-  tables.MemberIdIndex = {{1, 0}, {2, 1}};
-  tables.Namespaces = {{u"urn:a"}, {}, {u"urn:\u00e9"}};
-  tables.namedProperties = {
-      {TableSlot::Project, u"t", u"a", PTInteger, {-5}},
-      {TableSlot::Tags, u"t", u"a", PTText, {{}, std::u16string(u"x"), wide}},
-      {TableSlot::Tags, u"u", u"a", PTInteger, {std::numeric_limits<std::int64_t>::max(), {}, 0}},
-      {TableSlot::Tags, u"u", u"b", PTText, {broken, {}, std::u16string()}},
-      {TableSlot::MemberPath, u"", u"", PTInteger, {1, 2, 3}},
-  };
-  return tables;
-}
-
-std::unique_ptr<StdDictionaryInfo> loaded(const DictionaryTables& tables) {
-  auto dictionary = std::make_unique<StdDictionaryInfo>(0);
-  feed(tables, *dictionary);
-  return dictionary;
-}
-
 TEST(DictionaryTables, FeedingAndReadingBackGivesTheSameTables) {
   const DictionaryTables tables = fullTables();
   EXPECT_EQ(tablesOf(*loaded(tables)), tables);
@@ -168,12 +110,7 @@ TEST(DictionaryTables, WhatNoStreamCarriesIsRefused) {
   for (const auto& row : cases) {
     DictionaryTables tables = fullTables();
     row.change(tables);
-    try {
-      loaded(tables);
-      ADD_FAILURE() << row.message;
-    } catch (const std::invalid_argument& error) {
-      EXPECT_EQ(error.what(), row.message);
-    }
+    EXPECT_EQ(refusalOf<std::invalid_argument>([&] { loaded(tables); }), row.message);
   }
 }
 
@@ -302,16 +239,6 @@ TEST(Extract, FarRowsAndDeepSectionsStaySmall) {
 
 // --- Broken files ------------------------------------------------------------------------------
 
-template <class Read>
-std::string refusal(Read read) {
-  try {
-    read();
-  } catch (const FileError& error) {
-    return error.what();
-  }
-  return "accepted";
-}
-
 TEST(Extract, BrokenFilesAreRefusedWithPlaceAndExpectation) {
   const std::string entries =
       R"("section", "column", "startElement", "endElement", "data" or "message")";
@@ -402,7 +329,8 @@ TEST(Extract, BrokenFilesAreRefusedWithPlaceAndExpectation) {
        "1:74: found a value for row 2147483648; expected rows up to 2147483647"},
   };
   for (const auto& row : cases) {
-    EXPECT_EQ(refusal([&] { eventsOf(row.json); }), "test.json:" + row.message) << row.json;
+    EXPECT_EQ(refusalOf<FileError>([&] { eventsOf(row.json); }), "test.json:" + row.message)
+        << row.json;
   }
 }
 
@@ -411,12 +339,7 @@ TEST(Extract, BoundsAreKept) {
   const auto read = [&](const std::string& entries) {
     std::istringstream in(stream(entries));
     EventLog log;
-    return refusal([&] { readExtract(in, "b.json", log, options); });
-  };
-  const auto repeated = [](const std::string& text, int count) {
-    std::string all;
-    for (int i = 0; i < count; ++i) all += text;
-    return all;
+    return refusalOf<FileError>([&] { readExtract(in, "b.json", log, options); });
   };
   EXPECT_EQ(read("{\"data\": \"12345678\"}"), "accepted");
   EXPECT_EQ(read("{\"data\": \"123456789\"}"),
@@ -461,7 +384,7 @@ TEST(Extract, ARefusalOfTheDictionaryTellsItsPlaceAndIsNested) {
   for (const auto& row : places) {
     std::istringstream bad(row.json);
     StdDictionaryInfo empty(0);
-    const std::string message = refusal([&] { readExtract(bad, "p", empty); });
+    const std::string message = refusalOf<FileError>([&] { readExtract(bad, "p", empty); });
     EXPECT_EQ(message.substr(0, row.place.size()), row.place) << message;
   }
 }
@@ -499,47 +422,44 @@ TEST(ExtractFormat, TheExampleLoadsAndTheTableNamesEveryColumn) {
 
 // --- Files -------------------------------------------------------------------------------------
 
-class ExtractFile : public testing::Test {
- protected:
-  void SetUp() override {
-    path_ = testing::TempDir() + "extract_test_" +
-            testing::UnitTest::GetInstance()->current_test_info()->name();
-  }
-  void TearDown() override { std::remove(path_.c_str()); }
-  void write(const std::string& bytes) { std::ofstream(path_, std::ios::binary) << bytes; }
-  std::string path_;
-};
-
-TEST_F(ExtractFile, IsLoadedByItsContents) {
+TEST(ExtractFile, IsLoadedByItsContents) {
+  const TemporaryDirectory folder;
   const DictionaryTables tables = fullTables();
   std::ostringstream out;
   writeExtract(*loaded(tables), out);
   for (const char* const prefix : {"", " \r\n\t", "\xEF\xBB\xBF"}) {
-    write(prefix + out.str());
-    EXPECT_EQ(tablesOf(*loadDictionary(path_)), tables);
+    EXPECT_EQ(tablesOf(*loadDictionary(folder.write("d.json", prefix + out.str()))), tables);
   }
 }
 
-TEST_F(ExtractFile, OtherFilesAreRefused) {
-  const auto load = [&] { loadDictionary(path_); };
-  EXPECT_EQ(refusal(load), path_ + ": the file cannot be opened: No such file or directory");
-  EXPECT_EQ(refusal([&] {
-              EventLog log;
-              readExtract(path_, log);
-            }),
-            path_ + ": the file cannot be opened: No such file or directory");
+TEST(ExtractFile, OtherFilesAreRefused) {
+  const TemporaryDirectory folder;
+  const std::string file = folder.path() + "/d.json";
+  const auto load = [](const std::string& path) {
+    return refusalOf<FileError>([&] { loadDictionary(path); });
+  };
+  const auto read = [&] {
+    EventLog log;
+    readExtract(file, log);
+  };
+  const std::string missing = file + ": the file cannot be opened: No such file or directory";
+  EXPECT_EQ(load(file), missing);
+  EXPECT_EQ(refusalOf<FileError>(read), missing);
   const std::string forms = "; expected the '{' of a text extract or the byte 0x89 of an image";
-  write("");
-  EXPECT_EQ(refusal(load), path_ + ":1:1: found an empty file" + forms);
-  write("<xml/>");
-  EXPECT_EQ(refusal(load), path_ + ":1:1: found byte 0x3C" + forms);
-  EXPECT_EQ(refusal([] { loadDictionary(testing::TempDir()); }),
-            testing::TempDir() + ": the file cannot be read");
-  write(R"({"extract": 1, "stream": [{"section": "Identification", "content": []},
-{"section": "ValueSet", "content": [{"column": "NumRows", "values": [16777216]}]}]})");
-  EXPECT_NE(refusal(load).find("row 0: the tables would claim more than 1088256 bytes"),
-            std::string::npos)
-      << refusal(load);
+  EXPECT_EQ(load(folder.write("d.json", "")), file + ":1:1: found an empty file" + forms);
+  EXPECT_EQ(load(folder.write("d.json", "<xml/>")), file + ":1:1: found byte 0x3C" + forms);
+  EXPECT_EQ(load(folder.path()), folder.path() + ": the file cannot be read");
+  const char* const large =
+      R"({"extract": 1, "stream": [{"section": "Identification", "content": []},
+{"section": "ValueSet", "content": [{"column": "NumRows", "values": [16777216]}]}]})";
+  EXPECT_THAT(load(folder.write("d.json", large)),
+              HasSubstr("row 0: the tables would claim more than 1088256 bytes"));
+  const auto loadInto = [&] {
+    StdDictionaryInfo dictionary(0);
+    readExtract(file, dictionary);
+  };
+  EXPECT_THAT(refusalOf<FileError>(loadInto),
+              HasSubstr("the tables would claim more than 1088256 bytes"));
 }
 
 TEST(Extract, TextsMayBeLong) {
@@ -556,9 +476,9 @@ TEST(Extract, TextsMayBeLong) {
 TEST(Extract, AFailingStreamIsReported) {
   std::ostringstream out;
   out.setstate(std::ios::badbit);
-  EXPECT_EQ(refusal([&] { writeExtract(*loaded({}), out); }),
+  EXPECT_EQ(refusalOf<FileError>([&] { writeExtract(*loaded({}), out); }),
             "extract: the stream takes no more bytes");
 }
 
 }  // namespace
-}  // namespace cpi
+}  // namespace cpi::test

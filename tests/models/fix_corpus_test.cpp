@@ -3,14 +3,11 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <array>
-#include <cstdlib>
-#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <map>
-#include <sstream>
 
+#include "tests/models/corpus_support.h"
 #include "tests/models/fix_support.h"
 
 namespace cpi::test {
@@ -18,16 +15,12 @@ namespace {
 
 namespace fs = std::filesystem;
 
-fs::path corpus() {
-  const char* const shared = std::getenv("STDDI_SHARED_DIR");
-  return fs::path(shared == nullptr ? STDDI_SHARED_DIR : shared) / "corpus" / "fix";
-}
+fs::path corpus() { return corpusFolder() / "fix"; }
 
 // "FIXT11+FIX50": the dictionaries of both layers.
 std::unique_ptr<FixDictionary> compiled(const std::string& names) {
   std::vector<std::string> files;
-  std::istringstream stream(names);
-  for (std::string name; std::getline(stream, name, '+');) {
+  for (const std::string& name : splitText(names, '+')) {
     files.push_back(corpus() / "spec" / (name + ".xml"));
   }
   return std::make_unique<FixDictionary>(files);
@@ -68,23 +61,12 @@ struct Sent {
   }
 };
 
-std::map<std::string, std::vector<Sent>> readIndex() {
-  std::map<std::string, std::vector<Sent>> sent;
-  std::ifstream stream(corpus() / "index.tsv");
-  std::string line;
-  std::getline(stream, line);  // column names
-  while (std::getline(stream, line)) {
-    std::vector<std::string> columns;
-    std::istringstream parts(line);
-    for (std::string part; std::getline(parts, part, '\t');) columns.push_back(part);
-    columns.resize(8);
-    Sent message{columns[1], std::stoul(columns[2]), columns[4], columns[6], columns[7]};
-    // The oldest version has the tag in the text.
-    if (message.text.ends_with(')')) {
-      message.tag = message.text.substr(message.text.rfind('(') + 1);
-      message.tag.pop_back();
-    }
-    sent[columns[0]].push_back(message);
+Sent sentBy(const std::vector<std::string>& columns) {
+  Sent sent{columns[1], std::stoul(columns[2]), columns[4], columns[6], columns[7]};
+  // The oldest version has the tag in the text.
+  if (sent.text.ends_with(')')) {
+    sent.tag = sent.text.substr(sent.text.rfind('(') + 1);
+    sent.tag.pop_back();
   }
   return sent;
 }
@@ -187,11 +169,12 @@ TEST(FixCorpus, AcceptanceTestsGetTheVerdictsThatTheyExpect) {
                                                   {"FIXT11+FIX50", {243, 27, 14, 5}}};
   fmt::print("{:<12} {:>8} {:>8} {:>8} {:>8} {:>8}\n", "dictionary", "messages", "accepted",
              "rejected", "broken", "differ");
-  for (const auto& [names, messages] : readIndex()) {
+  for (const auto& [names, lines] : readIndex(corpus() / "index.tsv", 8)) {
     const auto dictionary = compiled(names);
     FixWalker walker(dictionary->model(), {.isChecking = true});
     Counts counts;
-    for (const Sent& sent : messages) {
+    for (const std::vector<std::string>& columns : lines) {
+      const Sent sent = sentBy(columns);
       FindingList list;
       walker.walkText(messageOf(sent), sent.file, &list);
       judge(sent, dictionary->model(), list.findings, counts);
@@ -200,7 +183,7 @@ TEST(FixCorpus, AcceptanceTestsGetTheVerdictsThatTheyExpect) {
       walker.walkText(messageOf(sent), sent.file, &searched);
       EXPECT_EQ(textOf(list.findings), textOf(searched.findings)) << sent.file << ":" << sent.line;
     }
-    fmt::print("{:<12} {:>8} {:>8} {:>8} {:>8} {:>8}\n", names, messages.size(), counts.accepted,
+    fmt::print("{:<12} {:>8} {:>8} {:>8} {:>8} {:>8}\n", names, lines.size(), counts.accepted,
                counts.rejected, counts.broken, counts.differ);
     EXPECT_EQ(counts, expected.at(names)) << names;
   }

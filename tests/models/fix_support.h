@@ -13,6 +13,7 @@
 #include "cpi/compile/fixcompiler.h"
 #include "cpi/runtime/kellog.h"
 #include "cpi/walk/fixwalker.h"
+#include "tests/models/walk_support.h"
 
 namespace cpi::test {
 
@@ -58,14 +59,6 @@ struct MovesLogged : KelLogSink {
   MovesLogged() { KelLog::install(this, LLTrace); }
   ~MovesLogged() override { KelLog::install(nullptr, LLOff); }
   void write(const KelLogItem&) override {}
-};
-
-// Keeps the findings of a walk.
-struct FindingList : WalkVisitor {
-  std::vector<Finding> findings;
-
-  void element(const WalkedElement&) override {}
-  void finding(const Finding& finding) override { findings.push_back(finding); }
 };
 
 }  // namespace cpi::test

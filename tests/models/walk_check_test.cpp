@@ -23,22 +23,28 @@ std::string namesOf(const std::vector<Expected>& list) {
   return text;
 }
 
-// "order /r/b -a" for b before a; "=..." is what was expected. Findings are divided by "; ".
-struct FindingVisitor : WalkVisitor {
-  std::string text;
-  void element(const WalkedElement&) override {}
-  void finding(const Finding& finding) override {
-    if (!text.empty()) text += "; ";
-    text += kKinds[static_cast<std::size_t>(finding.verdict.kind)];
-    text += " " + toText(finding.path);
-    if (finding.verdict.kind == VerdictKind::Attribute) text += "@" + finding.name;
-    if (!finding.missing.empty()) text += " -" + namesOf(finding.missing);
-    if (!finding.expected.empty()) text += " =" + namesOf(finding.expected);
-    if (!finding.value.empty()) text += " '" + finding.value + "'";
-    if (finding.atMost >= 0) text += " max " + std::to_string(finding.atMost);
-    if (!finding.elsewhere.empty()) text += " in " + finding.elsewhere[0].parent;
-  }
-};
+// "order /r/b -a" for b before a; "=..." is what was expected.
+std::string textOf(const Finding& finding) {
+  std::string text = kKinds[static_cast<std::size_t>(finding.verdict.kind)];
+  text += " " + toText(finding.path);
+  if (finding.verdict.kind == VerdictKind::Attribute) text += "@" + finding.name;
+  if (!finding.missing.empty()) text += " -" + namesOf(finding.missing);
+  if (!finding.expected.empty()) text += " =" + namesOf(finding.expected);
+  if (!finding.value.empty()) text += " '" + finding.value + "'";
+  if (finding.atMost >= 0) text += " max " + std::to_string(finding.atMost);
+  if (!finding.elsewhere.empty()) text += " in " + finding.elsewhere[0].parent;
+  return text;
+}
+
+// The findings of a check, each as `tell` tells it, divided by "; ".
+template <class Tell>
+std::string check(const Model& model, const std::string& message, Tell tell) {
+  FindingList list;
+  XmlWalker(*model, {.isChecking = true}).walkText(message, "message", &list);
+  std::string all;
+  for (const Finding& finding : list.findings) all += (all.empty() ? "" : "; ") + tell(finding);
+  return all;
+}
 
 struct CheckCase {
   std::string message;   // what is inside <r xmlns='urn:t'>
@@ -47,20 +53,9 @@ struct CheckCase {
 
 void expectFindings(const std::string& declarations, const std::vector<CheckCase>& cases) {
   const Model model(declarations);
-  XmlWalker walker(*model, {.isChecking = true});
   for (const CheckCase& one : cases) {
-    FindingVisitor visitor;
-    walker.walkText(
-        "<r xmlns='urn:t' xmlns:o='urn:o' xmlns:xs='http://www.w3.org/2001/XMLSchema' "
-        "xmlns:xsi='http://www.w3.org/2001/XMLSchema-instance'>" +
-            one.message + "</r>",
-        "message", &visitor);
-    EXPECT_EQ(visitor.text, one.findings) << one.message;
+    EXPECT_EQ(check(model, messageOf(one.message), textOf), one.findings) << one.message;
   }
-}
-
-std::string rootOf(const std::string& particle) {
-  return "<xs:element name='r'><xs:complexType>" + particle + "</xs:complexType></xs:element>";
 }
 
 std::string element(const std::string& name, const std::string& more = "") {
@@ -134,20 +129,16 @@ TEST(WalkCheck, SwappedElementsAreOneFault) {
 }
 
 TEST(WalkCheck, GroupsAreToldByTheirMembers) {
-  struct Groups : WalkVisitor {
-    std::string text;
-    void element(const WalkedElement&) override {}
-    void finding(const Finding& one) override {
-      for (const GroupStep& group : one.groups) text += group.text + " ";
-    }
-  };
   const Model model(rootOf(
       "<xs:sequence><xs:choice><xs:sequence maxOccurs='2'><xs:sequence maxOccurs='2'>" +
       element("a") + element("b") + "</xs:sequence></xs:sequence><xs:sequence>" + element("k") +
       element("v") + "</xs:sequence></xs:choice>" + element("z") + "</xs:sequence>"));
-  Groups groups;
-  XmlWalker(*model, {.isChecking = true}).walkText("<r xmlns='urn:t'><a/></r>", "message", &groups);
-  EXPECT_EQ(groups.text, "((a ...) | (k ...)) (a, b) (a, b) (a, b) ");
+  const auto groups = [](const Finding& finding) {
+    std::string text;
+    for (const GroupStep& group : finding.groups) text += group.text + " ";
+    return text;
+  };
+  EXPECT_EQ(check(model, messageOf("<a/>"), groups), "((a ...) | (k ...)) (a, b) (a, b) (a, b) ");
 }
 
 // Which repeat of the group an element belongs to is for the counts to say.
@@ -448,24 +439,18 @@ TEST(WalkCheck, FaultsBeyondTheLimitAreNotExplained) {
   EXPECT_EQ(summary.count(Placement::Unjudged), kMaxExplainedFaults);
 }
 
-struct Positions : WalkVisitor {
-  std::string text;
-  void element(const WalkedElement&) override {}
-  void finding(const Finding& one) override {
-    text += std::to_string(one.position.line) + ":" + std::to_string(one.position.column) + "@" +
-            std::to_string(one.position.offset) + " ";
-  }
-};
+std::string positionOf(const Finding& finding) {
+  const WalkPosition& at = finding.position;
+  return std::to_string(at.line) + ":" + std::to_string(at.column) + "@" +
+         std::to_string(at.offset);
+}
 
 TEST(WalkCheck, PositionsOfTextAndOfEnds) {
   const Model model(rootOf("<xs:sequence>" + element("a") + element("b") + "</xs:sequence>"));
-  XmlWalker walker(*model, {.isChecking = true});
-  Positions positions;
-  walker.walkText("<r xmlns='urn:t'>\n <a/>\n \xC3\xA9\n \n</r>", "message", &positions);
-  EXPECT_EQ(positions.text, "3:2@25 5:1@30 ");
-  positions.text.clear();
-  walker.walkText("<r xmlns='urn:t'>\n <a/>\n <![CDATA[\r\n x]]>\n \n</r>", "message", &positions);
-  EXPECT_EQ(positions.text, "4:2@37 6:1@44 ");
+  EXPECT_EQ(check(model, "<r xmlns='urn:t'>\n <a/>\n \xC3\xA9\n \n</r>", positionOf),
+            "3:2@25; 5:1@30");
+  EXPECT_EQ(check(model, "<r xmlns='urn:t'>\n <a/>\n <![CDATA[\r\n x]]>\n \n</r>", positionOf),
+            "4:2@37; 6:1@44");
 }
 
 // An end is where its tag begins, whatever follows; what an entity holds is where it is named.
@@ -474,14 +459,10 @@ TEST(WalkCheck, PositionsOfEndsInFrontOfOtherTags) {
       rootOf("<xs:sequence><xs:element name='p' maxOccurs='9'><xs:complexType>"
              "<xs:sequence>" +
              element("q") + "</xs:sequence></xs:complexType></xs:element></xs:sequence>"));
-  XmlWalker walker(*model, {.isChecking = true});
-  Positions positions;
-  walker.walkText("<r xmlns='urn:t'><p></p><p></p >\n</r>", "message", &positions);
-  EXPECT_EQ(positions.text, "1:21@20 1:28@27 ");
-  positions.text.clear();
-  walker.walkText("<!DOCTYPE r [<!ENTITY e '<p></p>'>]><r xmlns='urn:t'>&e;&e;</r>", "message",
-                  &positions);
-  EXPECT_EQ(positions.text, "1:54@53 1:57@56 ");
+  EXPECT_EQ(check(model, "<r xmlns='urn:t'><p></p><p></p >\n</r>", positionOf), "1:21@20; 1:28@27");
+  EXPECT_EQ(
+      check(model, "<!DOCTYPE r [<!ENTITY e '<p></p>'>]><r xmlns='urn:t'>&e;&e;</r>", positionOf),
+      "1:54@53; 1:57@56");
 }
 
 }  // namespace

@@ -4,25 +4,19 @@
 #include <string>
 
 #include "tests/models/walk_support.h"
+#include "tests/support/texts.h"
 
 namespace cpi::test {
 namespace {
 
 const Model& anyModel() {
   static const Model model(
-      "<xs:element name='r'><xs:complexType><xs:sequence>"
-      "<xs:any processContents='skip' minOccurs='0' maxOccurs='unbounded'/>"
-      "</xs:sequence></xs:complexType></xs:element>");
+      rootOf("<xs:sequence><xs:any processContents='skip' minOccurs='0' maxOccurs='unbounded'/>"
+             "</xs:sequence>"));
   return model;
 }
 
 std::string walked(const std::string& message) { return walkLine(*anyModel(), message); }
-
-std::string repeated(const std::string& text, int times) {
-  std::string all;
-  for (int i = 0; i < times; ++i) all += text;
-  return all;
-}
 
 TEST(WalkHostile, NotWellFormed) {
   struct Case {
@@ -122,7 +116,7 @@ TEST(WalkHostile, EntityBombs) {
 
 // The file is there and readable: had it been fetched, it would have shown.
 TEST(WalkHostile, NothingOutsideTheMessageIsFetched) {
-  const TemporaryFile outside("<stolen/>", ".ent");
+  const TemporaryFile outside("outside.ent", "<stolen/>");
   const std::string at = "SYSTEM \"file://" + outside.path() + "\"";
   const std::string message = "<!DOCTYPE r " + at + " [<!ENTITY e " + at + "><!ENTITY % p " + at +
                               "> %p;]><r xmlns='urn:t'>&e;<a/>&e;</r>";

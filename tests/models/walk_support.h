@@ -2,49 +2,20 @@
 #ifndef TESTS_MODELS_WALK_SUPPORT_H
 #define TESTS_MODELS_WALK_SUPPORT_H
 
-#include <unistd.h>
-
 #include <cstdint>
-#include <filesystem>
-#include <fstream>
 #include <memory>
 #include <string>
 
-#include "cpi/compile/xsdcompiler.h"
 #include "cpi/walk/xmlwalker.h"
+#include "tests/models/xsd_support.h"
 
 namespace cpi::test {
 
-// A file that lives as long as this object.
-class TemporaryFile {
- public:
-  explicit TemporaryFile(const std::string& contents, const std::string& suffix = ".xsd") {
-    static std::int64_t count = 0;
-    const std::string name =
-        "walk-" + std::to_string(::getpid()) + "-" + std::to_string(++count) + suffix;
-    path_ = std::filesystem::temp_directory_path() / name;
-    std::ofstream(path_, std::ios::binary) << contents;
-  }
-  TemporaryFile(const TemporaryFile&) = delete;
-  TemporaryFile& operator=(const TemporaryFile&) = delete;
-  ~TemporaryFile() { std::filesystem::remove(path_); }
-
-  std::string path() const { return path_; }
-
- private:
-  std::filesystem::path path_;
-};
-
-// A schema for namespace urn:t (prefix t) around the declarations given, compiled and ready.
+// The schema of these declarations, compiled and ready.
 class Model {
  public:
   explicit Model(const std::string& declarations) {
-    const TemporaryFile file(
-        "<xs:schema xmlns:xs='http://www.w3.org/2001/XMLSchema' xmlns:t='urn:t' "
-        "targetNamespace='urn:t' elementFormDefault='qualified'>" +
-        declarations + "</xs:schema>");
-    XsdReport report;
-    feed(compileXsd({file.path()}, {}, report), dictionary_);
+    feed(compileBody(declarations), dictionary_);
     model_ = std::make_unique<WalkModel>(dictionary_);
   }
 
@@ -53,6 +24,26 @@ class Model {
  private:
   StdDictionaryInfo dictionary_{0};
   std::unique_ptr<WalkModel> model_;
+};
+
+// The declaration of the element r, of this content.
+inline std::string rootOf(const std::string& particle) {
+  return "<xs:element name='r'><xs:complexType>" + particle + "</xs:complexType></xs:element>";
+}
+
+// A message r of this content; prefix o is another namespace.
+inline std::string messageOf(const std::string& content) {
+  return "<r xmlns='urn:t' xmlns:o='urn:o' xmlns:xs='http://www.w3.org/2001/XMLSchema' "
+         "xmlns:xsi='http://www.w3.org/2001/XMLSchema-instance'>" +
+         content + "</r>";
+}
+
+// Keeps the findings of a walk.
+struct FindingList : WalkVisitor {
+  std::vector<Finding> findings;
+
+  void element(const WalkedElement&) override {}
+  void finding(const Finding& finding) override { findings.push_back(finding); }
 };
 
 // Writes "r(a b[2] *w(~x +g) !bad)": names with their occurrence from the second on, their

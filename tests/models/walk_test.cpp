@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "tests/models/walk_support.h"
@@ -20,16 +19,9 @@ void expectWalks(const std::string& declarations, const std::vector<WalkCase>& c
   const Model model(declarations);
   for (const WalkCase& one : cases) {
     const std::string inside = one.walk;
-    const std::string message =
-        "<r xmlns='urn:t' xmlns:o='urn:o' xmlns:xsi='http://www.w3.org/2001/XMLSchema-instance' "
-        "xmlns:xs='http://www.w3.org/2001/XMLSchema'>" +
-        std::string(one.message) + "</r>";
-    EXPECT_EQ(walkLine(*model, message), inside.empty() ? "r" : "r(" + inside + ")") << message;
+    EXPECT_EQ(walkLine(*model, messageOf(one.message)), inside.empty() ? "r" : "r(" + inside + ")")
+        << one.message;
   }
-}
-
-std::string rootOf(const std::string& particle) {
-  return "<xs:element name='r'><xs:complexType>" + particle + "</xs:complexType></xs:element>";
 }
 
 TEST(Walk, Sequence) {
@@ -165,22 +157,6 @@ TEST(Walk, ReportsPositionDefinitionsAndReasons) {
   EXPECT_EQ(summary.count(Placement::Member), 2);
   EXPECT_EQ(summary.count(Placement::Refused), 1);
   EXPECT_FALSE(summary.isAllPlaced());
-}
-
-TEST(Walk, OneModelServesManyThreads) {
-  const Model model(std::string(kWildcards) +
-                    rootOf("<xs:sequence><xs:any processContents='lax' maxOccurs='unbounded'/>"
-                           "</xs:sequence>"));
-  const std::string message = "<r xmlns='urn:t'><g><h/></g><k/><g><h/><h/></g></r>";
-  std::vector<std::string> lines(4);
-  std::vector<std::thread> threads;
-  for (std::string& line : lines) {
-    threads.emplace_back([&] {
-      for (int i = 0; i < 200; ++i) line = walkLine(*model, message);
-    });
-  }
-  for (std::thread& thread : threads) thread.join();
-  for (const std::string& line : lines) EXPECT_EQ(line, "r(*g(h) *k[2] *g[3](h >h[2]))");
 }
 
 }  // namespace

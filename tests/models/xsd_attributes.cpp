@@ -8,11 +8,8 @@
 #include "cpi/extract/schemaproperties.h"
 #include "tests/models/xsd_support.h"
 
+namespace cpi::test {
 namespace {
-
-using namespace cpi;
-using xsdtest::at;
-using xsdtest::text;
 
 std::string propertyOf(const DictionaryTables& tables, TableSlot slot, std::u16string_view name,
                        std::size_t row) {
@@ -52,7 +49,7 @@ std::string derivation(const DictionaryTables& tables, std::size_t row) {
 // "name:type", "!" when required, "=" and the constraint; wildcards by their text.
 std::string attributesOf(const DictionaryTables& tables, std::int32_t typeId) {
   const std::string name = toUtf8(attributesTagText(typeId));
-  const TagRow& tag = xsdtest::tagNamed(tables, name);
+  const TagRow& tag = tagNamed(tables, name);
   const TypeRow& companion = at(tables.Types, tag.ToTypeIndexField);
   EXPECT_EQ(companion.Composition, TYPE_ALL);
   std::string result;
@@ -124,8 +121,8 @@ const TypeCase kTypeCases[] = {
 };
 
 TEST(XsdAttributes, AndWhatElseTypesTell) {
-  const DictionaryTables tables = xsdtest::compileBody(kSchema);
-  EXPECT_EQ(xsdtest::faultsOf(tables), std::vector<std::string>());
+  const DictionaryTables tables = compileBody(kSchema);
+  EXPECT_EQ(compilerFaultsOf(tables), std::vector<std::string>());
   for (const TypeCase& type : kTypeCases) {
     SCOPED_TRACE(type.name);
     const std::size_t row = typeRow(tables, type.name);
@@ -137,19 +134,18 @@ TEST(XsdAttributes, AndWhatElseTypesTell) {
     else EXPECT_THROW(attributesOf(tables, id), std::runtime_error);
   }
   EXPECT_EQ(attributesOf(tables, 0), "g:int@ns=");
-  EXPECT_EQ(control(tables, xsdtest::tagNamed(tables, "a")), "abstract");
-  EXPECT_EQ(control(tables, xsdtest::tagNamed(tables, "f")),
-            "fixed block-extension block-restriction");
-  EXPECT_EQ(control(tables, xsdtest::tagNamed(tables, "plain")), "");
+  EXPECT_EQ(control(tables, tagNamed(tables, "a")), "abstract");
+  EXPECT_EQ(control(tables, tagNamed(tables, "f")), "fixed block-extension block-restriction");
+  EXPECT_EQ(control(tables, tagNamed(tables, "plain")), "");
 }
 
 // The attributes of an element are found from their own context and from no other.
 TEST(XsdAttributes, AreFoundBesideTheElements) {
   StdDictionaryInfo dictionary(0);
-  feed(xsdtest::compileBody("<xs:element name='e' type='T'/><xs:complexType name='T'><xs:sequence>"
-                            "<xs:element name='x' type='xs:int'/></xs:sequence>"
-                            "<xs:attribute name='x' type='xs:date'/><xs:attribute name='y'/>"
-                            "</xs:complexType>"),
+  feed(compileBody("<xs:element name='e' type='T'/><xs:complexType name='T'><xs:sequence>"
+                   "<xs:element name='x' type='xs:int'/></xs:sequence>"
+                   "<xs:attribute name='x' type='xs:date'/><xs:attribute name='y'/>"
+                   "</xs:complexType>"),
        dictionary);
   const auto idOf = [&](const std::u16string& tag, const char16_t* uri) {
     std::int32_t id = 0;
@@ -187,16 +183,16 @@ const TakeCase kTakeCases[] = {
 };
 
 TEST(XsdAttributes, DerivationTellsWhichTypesAnElementMayTake) {
-  const DictionaryTables tables = xsdtest::compileBody(
-      std::string(kSchema) +
-      "<xs:element name='base' type='Base'/><xs:element name='valued' type='Number'/>"
-      "<xs:element name='either' type='Either'/><xs:element name='any'/>"
-      "<xs:element name='simple' type='xs:anySimpleType'/>");
+  const DictionaryTables tables =
+      compileBody(std::string(kSchema) +
+                  "<xs:element name='base' type='Base'/><xs:element name='valued' type='Number'/>"
+                  "<xs:element name='either' type='Either'/><xs:element name='any'/>"
+                  "<xs:element name='simple' type='xs:anySimpleType'/>");
   StdDictionaryInfo dictionary(0);
   feed(tables, dictionary);
   const SchemaProperties properties(dictionary);
   for (const TakeCase& take : kTakeCases) {
-    const TagRow& tag = xsdtest::tagNamed(tables, toUtf8(take.element));
+    const TagRow& tag = tagNamed(tables, toUtf8(take.element));
     const auto tagIndex = static_cast<std::int32_t>(&tag - tables.Tags.data());
     const auto typeIndex = static_cast<std::int32_t>(typeRow(tables, take.type));
     EXPECT_EQ(properties.mayTake(tagIndex, typeIndex), take.may)
@@ -209,22 +205,20 @@ TEST(XsdAttributes, DerivationTellsWhichTypesAnElementMayTake) {
 
 // What a redefinition replaced is a base still, but it cannot be named.
 TEST(XsdAttributes, RedefinitionsReplaceTypes) {
-  const xsdtest::TemporaryDirectory directory;
-  directory.write("base.xsd",
-                  xsdtest::schemaText("<xs:complexType name='T'><xs:sequence><xs:element "
-                                      "name='a' type='xs:int'/></xs:sequence>"
-                                      "<xs:attribute name='x'/></xs:complexType>"
-                                      "<xs:element name='t' type='T'/>"));
+  const TemporaryDirectory directory;
+  directory.write("base.xsd", schemaText("<xs:complexType name='T'><xs:sequence><xs:element "
+                                         "name='a' type='xs:int'/></xs:sequence>"
+                                         "<xs:attribute name='x'/></xs:complexType>"
+                                         "<xs:element name='t' type='T'/>"));
   const std::string file = directory.write(
-      "s.xsd",
-      xsdtest::schemaText("<xs:redefine schemaLocation='base.xsd'><xs:complexType name='T'>"
+      "s.xsd", schemaText("<xs:redefine schemaLocation='base.xsd'><xs:complexType name='T'>"
                           "<xs:complexContent><xs:extension base='T'><xs:sequence>"
                           "<xs:element name='b' type='xs:int'/></xs:sequence>"
                           "<xs:attribute name='y'/></xs:extension></xs:complexContent>"
                           "</xs:complexType></xs:redefine>"));
   XsdReport report;
   const DictionaryTables tables = compileXsd({file}, {}, report);
-  EXPECT_EQ(xsdtest::contentOfElement(tables, "t"), "6(a,b)");
+  EXPECT_EQ(contentOfElement(tables, "t"), "6(a,b)");
   const std::size_t row = typeRow(tables, "T");
   EXPECT_EQ(attributesOf(tables, tables.Types[row].TypeId), "x:anySimpleType y:anySimpleType");
   EXPECT_EQ(derivation(tables, row), "extension base^1");
@@ -233,7 +227,7 @@ TEST(XsdAttributes, RedefinitionsReplaceTypes) {
 // Most types of a schema have the attributes of others: one companion serves them, one tag each
 // attribute.
 TEST(XsdAttributes, AreShared) {
-  const DictionaryTables tables = xsdtest::compileBody(
+  const DictionaryTables tables = compileBody(
       "<xs:attributeGroup name='g'><xs:attribute name='x' type='xs:int'/></xs:attributeGroup>"
       "<xs:complexType name='A'><xs:attributeGroup ref='g'/></xs:complexType>"
       "<xs:complexType name='B'><xs:attributeGroup ref='g'/></xs:complexType>"
@@ -250,3 +244,4 @@ TEST(XsdAttributes, AreShared) {
 }
 
 }  // namespace
+}  // namespace cpi::test

@@ -4,13 +4,11 @@
 
 #include "tests/models/xsd_support.h"
 
+namespace cpi::test {
 namespace {
 
-using namespace cpi;
 using testing::ElementsAre;
 using testing::HasSubstr;
-using xsdtest::at;
-using xsdtest::text;
 
 std::string namespaceText(const DictionaryTables& tables, std::int32_t index) {
   return index < 0 ? "" : "{" + text(at(tables.Namespaces, index).Space) + "}";
@@ -43,7 +41,7 @@ std::string valueText(const ValueRow& value) {
 
 // "F {ns}type:logicalType", then what is not at its default.
 std::string tagText(const DictionaryTables& tables, const std::string& name) {
-  const TagRow& tag = xsdtest::tagNamed(tables, name);
+  const TagRow& tag = tagNamed(tables, name);
   std::string result = namespaceText(tables, tag.namespaceIndex);
   result += static_cast<char>(tag.Class);
   result += " " + typeName(tables, tag.ToTypeIndexField);
@@ -112,22 +110,22 @@ constexpr const char* kTypes =
 TEST(XsdDefinitions, ElementsBecomeTags) {
   for (const TagCase& tag : kTagCases) {
     SCOPED_TRACE(tag.element);
-    const DictionaryTables tables = xsdtest::compileBody(std::string("<xs:element name='e' ") +
-                                                         tag.element + "</xs:element>" + kTypes);
+    const DictionaryTables tables =
+        compileBody(std::string("<xs:element name='e' ") + tag.element + "</xs:element>" + kTypes);
     std::string found = tagText(tables, "e");
     const std::string builtIn = "{" + toUtf8(kSchemaNamespace) + "}";
     if (const std::size_t i = found.find(builtIn); i != std::string::npos) {
       found.erase(i, builtIn.size());
     }
     EXPECT_EQ(found, std::string("{urn:t}") + tag.tag);
-    EXPECT_EQ(xsdtest::faultsOf(tables), std::vector<std::string>());
+    EXPECT_EQ(compilerFaultsOf(tables), std::vector<std::string>());
   }
 }
 
 // A derived type whose values are of another kind than its base's has no base: readers take the
 // kind of a derived type's values from the base.
 TEST(XsdDefinitions, BasesAreOfTheSameLogicalType) {
-  const DictionaryTables tables = xsdtest::compileBody(
+  const DictionaryTables tables = compileBody(
       "<xs:simpleType name='S'><xs:restriction base='xs:int'/></xs:simpleType>"
       "<xs:complexType name='C'><xs:simpleContent><xs:extension base='S'/></xs:simpleContent>"
       "</xs:complexType>"
@@ -147,7 +145,7 @@ TEST(XsdDefinitions, BasesAreOfTheSameLogicalType) {
 
 // Each named type has a tag from whose text its id can be told and which no name can match.
 TEST(XsdDefinitions, NamedTypesHaveTagsAndOthersCannotBeNamed) {
-  const DictionaryTables tables = xsdtest::compileBody(
+  const DictionaryTables tables = compileBody(
       std::string("<xs:element name='e'><xs:complexType><xs:sequence><xs:choice minOccurs='0'>"
                   "<xs:any/></xs:choice></xs:sequence></xs:complexType></xs:element>") +
       kTypes);
@@ -155,7 +153,7 @@ TEST(XsdDefinitions, NamedTypesHaveTagsAndOthersCannotBeNamed) {
   for (const TypeRow& type : tables.Types) {
     if (text(type.Identifier).find('^') != std::string::npos) continue;
     ++named;
-    const TagRow& tag = xsdtest::tagNamed(tables, toUtf8(typeTagText(type.TypeId)));
+    const TagRow& tag = tagNamed(tables, toUtf8(typeTagText(type.TypeId)));
     EXPECT_EQ(tag.Type, type.TypeId);
     EXPECT_TRUE(text(tag.TextIdentifier).ends_with('^'));
   }
@@ -164,24 +162,27 @@ TEST(XsdDefinitions, NamedTypesHaveTagsAndOthersCannotBeNamed) {
 }
 
 TEST(XsdDefinitions, LocalElementsHaveTheNamespaceThatTheyHaveInMessages) {
-  const DictionaryTables tables = xsdtest::compileBody(
+  const DictionaryTables tables = compileBody(
       "<xs:element name='e'><xs:complexType><xs:sequence><xs:element name='q' type='xs:int'/>"
       "<xs:element name='u' form='unqualified' type='xs:int'/></xs:sequence></xs:complexType>"
       "</xs:element>");
   EXPECT_THAT(tagText(tables, "l1^q"), HasSubstr("{urn:t}F "));
-  EXPECT_EQ(xsdtest::tagNamed(tables, "l2^u").namespaceIndex, kNone);
+  EXPECT_EQ(tagNamed(tables, "l2^u").namespaceIndex, kNone);
 }
 
 TEST(XsdDefinitions, WhatIsNotCarriedIsReportedOncePerKindWithItsFirstPlace) {
+  const TemporaryFile schema(
+      "s.xsd",
+      schemaText(
+          "\n<xs:complexType name='T'>\n<xs:attribute "
+          "name='a'/>\n<xs:anyAttribute/></xs:complexType>"
+          "<xs:element name='h' abstract='true'/>\n"
+          "<xs:element name='r'><xs:complexType><xs:choice><xs:element ref='h'/></xs:choice>"
+          "</xs:complexType><xs:unique name='u'><xs:selector xpath='h'/><xs:field xpath='@a'/>"
+          "</xs:unique></xs:element>\n<xs:complexType name='M' mixed='true'/><xs:element name='m'"
+          " type='M' fixed='x'/><xs:element name='k' type='xs:int' default='1'/>"));
   XsdReport report;
-  xsdtest::compileBody(
-      "\n<xs:complexType name='T'>\n<xs:attribute name='a'/>\n<xs:anyAttribute/></xs:complexType>"
-      "<xs:element name='h' abstract='true'/>\n"
-      "<xs:element name='r'><xs:complexType><xs:choice><xs:element ref='h'/></xs:choice>"
-      "</xs:complexType><xs:unique name='u'><xs:selector xpath='h'/><xs:field xpath='@a'/>"
-      "</xs:unique></xs:element>\n<xs:complexType name='M' mixed='true'/><xs:element name='m'"
-      " type='M' fixed='x'/><xs:element name='k' type='xs:int' default='1'/>",
-      report);
+  compileXsd({schema.path()}, {}, report);
   std::vector<std::string> notices;
   for (const Notice& notice : report.notices) {
     notices.push_back(std::to_string(notice.line) + " x" + std::to_string(notice.count) + " " +
@@ -191,3 +192,4 @@ TEST(XsdDefinitions, WhatIsNotCarriedIsReportedOncePerKindWithItsFirstPlace) {
 }
 
 }  // namespace
+}  // namespace cpi::test

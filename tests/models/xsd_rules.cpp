@@ -3,6 +3,7 @@
 
 #include "tests/models/xsd_support.h"
 
+namespace cpi::test {
 namespace {
 
 struct RuleCase {
@@ -113,17 +114,17 @@ constexpr const char* kGlobals =
 TEST(XsdRules, EachModelIsLaidDownAsTheNavigatorNeedsIt) {
   for (const RuleCase& rule : kRuleCases) {
     SCOPED_TRACE(rule.name);
-    const cpi::DictionaryTables tables =
-        xsdtest::compileBody("<xs:element name='r'><xs:complexType>" + withElements(rule.model) +
-                             "</xs:complexType></xs:element>" + kGlobals);
-    EXPECT_EQ(xsdtest::contentOfElement(tables, "r"), rule.content);
-    EXPECT_EQ(xsdtest::faultsOf(tables), std::vector<std::string>());
+    const DictionaryTables tables =
+        compileBody("<xs:element name='r'><xs:complexType>" + withElements(rule.model) +
+                    "</xs:complexType></xs:element>" + kGlobals);
+    EXPECT_EQ(contentOfElement(tables, "r"), rule.content);
+    EXPECT_EQ(compilerFaultsOf(tables), std::vector<std::string>());
   }
 }
 
 // Derivation, redefinition and groups are resolved; declarations that types share keep one tag.
 TEST(XsdRules, TypesAreResolvedAndDeclarationsShared) {
-  const cpi::DictionaryTables tables = xsdtest::compileBody(
+  const DictionaryTables tables = compileBody(
       "<xs:group name='g'><xs:sequence><xs:element name='x' type='xs:int'/></xs:sequence>"
       "</xs:group>"
       "<xs:complexType name='Base'><xs:sequence><xs:group ref='g'/><xs:element name='y' "
@@ -135,16 +136,17 @@ TEST(XsdRules, TypesAreResolvedAndDeclarationsShared) {
       "</xs:complexContent></xs:complexType>"
       "<xs:element name='b' type='Base'/><xs:element name='m' type='More'/>"
       "<xs:element name='o' type='Open'/><xs:element name='u'/>");
-  EXPECT_EQ(xsdtest::contentOfElement(tables, "b"), "6(x,y?)");
-  EXPECT_EQ(xsdtest::contentOfElement(tables, "m"), "6(x,y?,2(6(x)){1,2})");
-  EXPECT_EQ(xsdtest::contentOfElement(tables, "o"), "6(<lax ##any>*)");
-  EXPECT_EQ(xsdtest::contentOfElement(tables, "u"), "6(<lax ##any>*)");
+  EXPECT_EQ(contentOfElement(tables, "b"), "6(x,y?)");
+  EXPECT_EQ(contentOfElement(tables, "m"), "6(x,y?,2(6(x)){1,2})");
+  EXPECT_EQ(contentOfElement(tables, "o"), "6(<lax ##any>*)");
+  EXPECT_EQ(contentOfElement(tables, "u"), "6(<lax ##any>*)");
   std::size_t locals = 0;
-  for (const cpi::TagRow& tag : tables.Tags) {
-    locals += xsdtest::text(tag.TextIdentifier).starts_with('l') ? 1 : 0;
+  for (const TagRow& tag : tables.Tags) {
+    locals += text(tag.TextIdentifier).starts_with('l') ? 1 : 0;
   }
   EXPECT_EQ(locals, 2U) << "x and y";
-  EXPECT_EQ(xsdtest::faultsOf(tables), std::vector<std::string>());
+  EXPECT_EQ(compilerFaultsOf(tables), std::vector<std::string>());
 }
 
 }  // namespace
+}  // namespace cpi::test

@@ -5,35 +5,16 @@
 namespace cpi::replay {
 namespace {
 
-constexpr char32_t kSurrogates = 0xD800;     // first surrogate code unit
-constexpr char32_t kSurrogateCount = 0x800;  // high and low ones
-constexpr char32_t kStandIns = 0x10F000;     // code points that stand for them
-constexpr std::size_t kEscapeLength = 6;     // of \uXXXX
+constexpr char16_t kSurrogates = 0xD800;  // the first of 0x800 surrogate code units
+constexpr std::size_t kEscapeLength = 6;  // of \uXXXX
 constexpr std::size_t kPrintedLength = 400;
 
-char continuation(char32_t bits) { return static_cast<char>(0x80U | (bits & 0x3FU)); }
+bool isSurrogate(char16_t unit) { return (unit & 0xF800) == kSurrogates; }
 
-void appendUtf8(std::string& out, char32_t point) {
-  if (point < 0x80) {
-    out += static_cast<char>(point);
-  } else if (point < 0x800) {
-    out += static_cast<char>(0xC0U | (point >> 6U));
-    out += continuation(point);
-  } else if (point < 0x10000) {
-    out += static_cast<char>(0xE0U | (point >> 12U));
-    out += continuation(point >> 6U);
-    out += continuation(point);
-  } else {
-    out += static_cast<char>(0xF0U | (point >> 18U));
-    out += continuation(point >> 12U);
-    out += continuation(point >> 6U);
-    out += continuation(point);
-  }
-}
-
-void appendUnit(std::string& out, char16_t unit) {
-  const char32_t offset = static_cast<char32_t>(unit) - kSurrogates;
-  appendUtf8(out, offset < kSurrogateCount ? kStandIns + offset : static_cast<char32_t>(unit));
+// What stands for a surrogate: the pairs DBFC DC00 to DBFD DFFF.
+std::u16string standIn(char16_t unit) {
+  return {static_cast<char16_t>(0xDBFC | (unit >> 10 & 1)),
+          static_cast<char16_t>(0xDC00 | (unit & 0x3FF))};
 }
 
 // The surrogate that the escape at the front of `text` names.
@@ -42,7 +23,7 @@ std::optional<char16_t> escapedSurrogate(std::string_view text) {
   const std::string digits(text.substr(2, 4));
   char* end = nullptr;
   const unsigned long unit = std::strtoul(digits.c_str(), &end, 16);
-  if (*end != '\0' || unit - kSurrogates >= kSurrogateCount) return std::nullopt;
+  if (*end != '\0' || !isSurrogate(static_cast<char16_t>(unit))) return std::nullopt;
   return static_cast<char16_t>(unit);
 }
 
@@ -54,7 +35,7 @@ std::string shieldSurrogates(std::string_view line) {
     if (line[i] != '\\') {
       out += line[i++];
     } else if (const auto unit = escapedSurrogate(line.substr(i))) {
-      appendUnit(out, *unit);
+      out += toUtf8(standIn(*unit));
       i += kEscapeLength;
     } else {
       out += line.substr(i, 2);
@@ -106,24 +87,25 @@ std::u16string toUnits(const Json& text) {
   std::u16string units;
   units.reserve(plain.size());
   for (std::size_t i = 0; i < plain.size(); ++i) {
-    // The stand-ins are the pairs DBFC DC00 to DBFD DFFF.
     const bool isStandIn = (plain[i] & 0xFFFE) == 0xDBFC && i + 1 < plain.size();
     if (!isStandIn) {
       units += plain[i];
       continue;
     }
-    const char32_t offset = (plain[i] & 1U) << 10U | (plain[i + 1] & 0x3FFU);
-    units += static_cast<char16_t>(kSurrogates + offset);
+    units += static_cast<char16_t>(kSurrogates | (plain[i] & 1) << 10 | (plain[i + 1] & 0x3FF));
     ++i;
   }
   return units;
 }
 
 Json fromUnits(std::u16string_view units) {
-  std::string text;
-  text.reserve(units.size());
-  for (const char16_t unit : units) appendUnit(text, unit);
-  return text;
+  std::u16string plain;
+  plain.reserve(units.size());
+  for (const char16_t unit : units) {
+    if (isSurrogate(unit)) plain += standIn(unit);
+    else plain += unit;
+  }
+  return toUtf8(plain);
 }
 
 Json fromText(const unsigned short* text) {

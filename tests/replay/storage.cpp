@@ -4,22 +4,10 @@
 #include <map>
 
 #include "capture.h"
-#include "cpi/dictinfo/dictionaryinfo.h"
+#include "tests/support/idledictionary.h"
 
 namespace cpi::replay {
 namespace {
-
-// An owner that takes no notice of anything.
-class IdleOwner final : public DictionaryInfo {
- public:
-  IdleOwner() : DictionaryInfo(0) {}
-  void startMessage(WorkerInfoPtr) override {}
-  void endMessage(WorkerInfoPtr) override {}
-  void startElement(std::int32_t, unsigned short, WorkerInfoPtr, std::int32_t,
-                    std::int32_t) override {}
-  void endElement(std::int32_t, WorkerInfoPtr) override {}
-  void data(const PWFData&, WorkerInfoPtr) override {}
-};
 
 Json usedBytes(const StringTable& property) {
   if (property.buffer == nullptr) return nullptr;
@@ -108,7 +96,7 @@ class StorageReplay {
     return handles;
   }
 
-  IdleOwner owner_;
+  test::IdleDictionary owner_{0};
   DictTable table_;
   std::map<std::int32_t, StringTable*> properties_;
 };

@@ -3,6 +3,7 @@
 #include <bit>
 #include <charconv>
 
+#include "cpi/dictinfo/stddi/schema.h"
 #include "cpi/runtime/datacnv.h"
 
 namespace cpi::replay {
@@ -22,97 +23,41 @@ Json bitsOf(double value) {
   return "0x" + std::string(digits);
 }
 
-Json rowJson(const DICTIONARY_IDENTIFICATION& row) {
-  return {{"IdentityStr", fromText(row.IdentityStr)},
-          {"Name", fromText(row.Name)},
-          {"MsgSetLevel", row.MsgSetLevel},
-          {"ModelLevelMajor", row.ModelLevelMajor},
-          {"ModelLevelMinor", row.ModelLevelMinor},
-          {"FreezeTimestamp", fromText(row.FreezeTimestamp)},
-          {"DescriptorType", row.DescriptorType},
-          {"FormatLevel", row.FormatLevel},
-          {"CompatibilityLevel", row.CompatibilityLevel}};
+// The field of a column; a text is the row's, whichever field it is in.
+Json fieldJson(const Column& column, const unsigned char* record, const unsigned short* text) {
+  const unsigned char* const field = record + column.offset;
+  const auto number = [field] { return *reinterpret_cast<const std::int32_t*>(field); };
+  switch (column.kind) {
+    case ColumnKind::Text: return fromText(text);
+    case ColumnKind::FixedText: return fromText(reinterpret_cast<const unsigned short*>(field));
+    case ColumnKind::Flag: return *reinterpret_cast<const bool*>(field);
+    case ColumnKind::ClassCode: return className(number());
+    default: return number();
+  }
 }
 
-Json rowJson(const MSGSET_DEFINITION& row) {
-  return {{"DefaultWireFormat", fromText(row.DefaultWireFormat)},
-          {"MessageTypePrefix", fromText(row.MessageTypePrefix)},
-          {"UseNamespaces", row.UseNamespaces}};
+template <class Record>
+Json rowJson(Record row, const Section* section) {
+  const unsigned short** const text = RecordText<Record>::field(row);
+  Json fields = Json::object();
+  for (const Column& column : section->columns) {
+    if (column.kind == ColumnKind::NumRows || column.kind == ColumnKind::Ignored ||
+        column.kind == ColumnKind::List) {
+      continue;
+    }
+    fields[std::string(column.name)] = fieldJson(column, reinterpret_cast<unsigned char*>(&row),
+                                                 text == nullptr ? nullptr : *text);
+  }
+  return fields;
 }
 
-Json rowJson(const DependencyRow& row) { return {{"Dependency", fromText(row.Dependency)}}; }
+Json rowJson(const DependencyRow& row, const Section*) {
+  return {{"Dependency", fromText(row.Dependency)}};
+}
 
-Json rowJson(const WIREFORMAT_DEFINITION& row) {
+Json rowJson(const WIREFORMAT_DEFINITION& row, const Section*) {
   return {{"FormatName", fromText(row.FormatName)}, {"FormatId", fromText(row.FormatId)}};
 }
-
-Json rowJson(const SMD_TAG_DEFINITION& row) {
-  return {{"Id", row.Id},
-          {"TextIdentifier", fromText(row.TextIdentifier)},
-          {"Class", className(row.Class)},
-          {"Type", row.Type},
-          {"MinLength", row.MinLength},
-          {"MaxLength", row.MaxLength},
-          {"NullPermitted", row.NullPermitted},
-          {"ValueSetTableIndex", row.ValueSetTableIndex},
-          {"DVTableIndex", row.DVTableIndex},
-          {"PathBaseInfoTableIndex", row.PathBaseInfoTableIndex},
-          {"ToTypeIndexField", row.ToTypeIndexField},
-          {"namespaceIndex", row.namespaceIndex}};
-}
-
-Json rowJson(const SMD_STRUCTURE_ELEMENT_DEFINITION& row) {
-  return {{"Id", row.Id},
-          {"ParentTypeId", row.ParentTypeId},
-          {"ChildTagId", row.ChildTagId},
-          {"ChildTypeId", row.ChildTypeId},
-          {"ChildClass", className(row.ChildClass)},
-          {"PhysicalName", fromText(row.PhysicalName)},
-          {"SeqNbr", row.SeqNbr},
-          {"MinOccurs", row.MinOccurs},
-          {"MaxOccurs", row.MaxOccurs},
-          {"RepIndicator", row.RepIndicator},
-          {"toTagIndex", row.toTagIndex},
-          {"toTypeIndex", row.toTypeIndex}};
-}
-
-Json rowJson(const SMD_TYPE_DEFINITION& row) {
-  return {{"TypeId", row.TypeId},
-          {"Identifier", fromText(row.Identifier)},
-          {"Content", row.Content},
-          {"Composition", row.Composition},
-          {"BaseTypeId", row.BaseTypeId},
-          {"LogicalType", row.LogicalType},
-          {"ToTypeMbrIndex", row.ToTypeMbrIndex},
-          {"NamespaceIndex", row.NamespaceIndex}};
-}
-
-Json rowJson(const SMD_PATH_BASED_DEFINITION& row) {
-  return {{"MsgId", row.MsgId},
-          {"EndFieldId", row.EndFieldId},
-          {"MemberPathIndex", row.MemberPathIndex},
-          {"ValueSetIndex", row.ValueSetIndex},
-          {"DVIndex", row.DVIndex},
-          {"MinOccurs", row.MinOccurs},
-          {"MaxOccurs", row.MaxOccurs},
-          {"MinLength", row.MinLength},
-          {"MaxLength", row.MaxLength},
-          {"NullPermitted", row.NullPermitted}};
-}
-
-Json rowJson(const MemberPathRow& row) { return {{"MemberPathMemberId", row.MemberPathMemberId}}; }
-
-Json rowJson(const SMD_VALUE_SET_DEFINITION& row) {
-  return {{"ValueSetValueIndex", row.ValueSetValueIndex},
-          {"ValueSetValueRole", row.ValueSetValueRole}};
-}
-
-Json rowJson(const MemberIdRow& row) {
-  return {{"MbrIDToTypeMbrIndexId", row.MbrIDToTypeMbrIndexId},
-          {"MbrIDToTypeMbrIndexIndex", row.MbrIDToTypeMbrIndexIndex}};
-}
-
-Json rowJson(const NamespaceRow& row) { return {{"Space", fromText(row.Space)}}; }
 
 // Read from the record itself: what getData makes of it is compared elsewhere.
 Json storedValue(const SMD_VALUE_DEFINITION& row) {
@@ -128,33 +73,35 @@ Json storedValue(const SMD_VALUE_DEFINITION& row) {
   }
 }
 
-Json rowJson(const SMD_VALUE_DEFINITION& row) {
+Json rowJson(const SMD_VALUE_DEFINITION& row, const Section*) {
   return {{"Type", row.Type}, {"Value", storedValue(row)}};
 }
 
 template <class Record>
-Json rowsJson(const TableReference<Record>& table) {
+Json rowsJson(const TableReference<Record>& table, std::int32_t section) {
   Json rows = Json::array();
-  for (std::int32_t i = 0; i < table.rowCount(); ++i) rows.push_back(rowJson(table.row(i)));
+  for (std::int32_t i = 0; i < table.rowCount(); ++i) {
+    rows.push_back(rowJson(table.row(i), findSection(section)));
+  }
   return rows;
 }
 
-// Calls `visit` with the name and the reference of each table.
+// Calls `visit` with the name and the reference of each table, and with the section that fills it.
 template <class Visit>
 void forEachTable(const StdDictionaryInfo& dictionary, Visit visit) {
-  visit("Identification", dictionary.identification());
-  visit("Project", dictionary.project());
-  visit("Dependency", dictionary.dependencies());
-  visit("WireFormat", dictionary.wireFormats());
-  visit("Tags", dictionary.tags());
-  visit("TypeMembers", dictionary.typeMembers());
-  visit("Types", dictionary.types());
-  visit("PathBasedInfo", dictionary.pathBasedInfo());
-  visit("MemberPath", dictionary.memberPath());
-  visit("ValueSet", dictionary.valueSet());
-  visit("Values", dictionary.values());
-  visit("MbrIdIndex", dictionary.memberIdIndex());
-  visit("Namespaces", dictionary.namespaces());
+  visit("Identification", dictionary.identification(), kIdentificationSection);
+  visit("Project", dictionary.project(), kProjectSection);
+  visit("Dependency", dictionary.dependencies(), kNoSection);
+  visit("WireFormat", dictionary.wireFormats(), kNoSection);
+  visit("Tags", dictionary.tags(), kTagsSection);
+  visit("TypeMembers", dictionary.typeMembers(), kTypeMembersSection);
+  visit("Types", dictionary.types(), kTypesSection);
+  visit("PathBasedInfo", dictionary.pathBasedInfo(), kPathBasedInfoSection);
+  visit("MemberPath", dictionary.memberPath(), kMemberPathSection);
+  visit("ValueSet", dictionary.valueSet(), kValueSetSection);
+  visit("Values", dictionary.values(), kValuesSection);
+  visit("MbrIdIndex", dictionary.memberIdIndex(), kMemberIdIndexSection);
+  visit("Namespaces", dictionary.namespaces(), kNamespacesSection);
 }
 
 DataCnv converter() {
@@ -210,8 +157,9 @@ Json propertiesJson(const DictTable& table) {
 
 Json tablesJson(const StdDictionaryInfo& dictionary) {
   Json tables = Json::object();
-  forEachTable(dictionary,
-               [&](const char* name, const auto& table) { tables[name] = rowsJson(table); });
+  forEachTable(dictionary, [&](const char* name, const auto& table, SectionId section) {
+    tables[name] = rowsJson(table, section);
+  });
   return tables;
 }
 
@@ -248,7 +196,7 @@ Json expectedValue(std::int32_t kind, const Json& value) {
 
 Json namedPropertiesJson(const StdDictionaryInfo& dictionary) {
   Json tables = Json::object();
-  forEachTable(dictionary, [&](const char* name, const auto& reference) {
+  forEachTable(dictionary, [&](const char* name, const auto& reference, SectionId) {
     Json list = propertiesJson(reference.table());
     if (!list.empty()) tables[name] = std::move(list);
   });
@@ -257,7 +205,7 @@ Json namedPropertiesJson(const StdDictionaryInfo& dictionary) {
 
 Json textColumnsJson(const StdDictionaryInfo& dictionary, const Json& wanted) {
   Json tables = Json::object();
-  forEachTable(dictionary, [&](const char* name, const auto& reference) {
+  forEachTable(dictionary, [&](const char* name, const auto& reference, SectionId) {
     const StringTable* const strings = reference.strings();
     if (!wanted.contains(name) || strings == nullptr) return;
     tables[name] = {{"rowCount", strings->rowCount},

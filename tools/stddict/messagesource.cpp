@@ -112,12 +112,15 @@ bool MessageSource::readLine(Message& message) {
   }
   if (size == 0) return false;
   message.name = fmt::format("{}#{}", kStream, ++streamed_);
-  if (size > options_.maxMessage) {
-    message.error.emplace(
-        message.name, cpi::FilePosition{},
-        fmt::format("the message has {} bytes; at most {} are taken", size, options_.maxMessage));
-  }
+  checkSize(size, message);
   return true;
+}
+
+void MessageSource::checkSize(std::size_t size, Message& message) const {
+  if (size <= options_.maxMessage) return;
+  message.error.emplace(
+      message.name, cpi::FilePosition{},
+      fmt::format("the message has {} bytes; at most {} are taken", size, options_.maxMessage));
 }
 
 bool MessageSource::readNetstring(Message& message) {
@@ -126,11 +129,7 @@ bool MessageSource::readNetstring(Message& message) {
   if (unit == EOF) return false;
   message.name = fmt::format("{}#{}", kStream, ++streamed_);
   const std::size_t size = readLength(unit);
-  if (size > options_.maxMessage) {
-    message.error.emplace(
-        message.name, cpi::FilePosition{},
-        fmt::format("the message has {} bytes; at most {} are taken", size, options_.maxMessage));
-  }
+  checkSize(size, message);
   for (std::size_t i = 0; i < size; ++i) {
     unit = ::getc_unlocked(stdin);
     if (unit == EOF) refuse("the end of the stream", fmt::format("{} more bytes", size - i));

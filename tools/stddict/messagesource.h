@@ -58,6 +58,8 @@ class MessageSource {
   bool readLine(Message& message);
   bool readNetstring(Message& message);
   std::size_t readLength(int first);
+  // A message that is too long gets an error in the place of its bytes.
+  void checkSize(std::size_t size, Message& message) const;
   [[noreturn]] void refuse(const std::string& found, const std::string& expected) const;
 
   Options options_;

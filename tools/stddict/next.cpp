@@ -2,9 +2,7 @@
 #include <fmt/core.h>
 
 #include <algorithm>
-#include <charconv>
 #include <deque>
-#include <stdexcept>
 #include <unordered_set>
 #include <utility>
 #include <vector>
@@ -13,6 +11,7 @@
 #include "cpi/walk/walkcursor.h"
 #include "tools/stddict/definitions.h"
 #include "tools/stddict/legalplaces.h"
+#include "tools/stddict/messagepath.h"
 #include "tools/stddict/verbs.h"
 #include "tools/stddict/words.h"
 
@@ -43,85 +42,12 @@ struct Options {
   std::uint64_t maxAnswer = AnswerLimit::kDefault;
 };
 
-// --- Paths ---------------------------------------------------------------------------------------
-
-struct PathStep {
-  Query query;
-  std::int32_t occurrence = 1;
-  std::string text;  // as it was written
-};
-
-constexpr std::int32_t kMaximumOccurrence = 1'000;
-
-class PathReader {
- public:
-  explicit PathReader(const std::string& text) : text_(text) {}
-
-  std::vector<PathStep> steps() {
-    std::vector<PathStep> steps;
-    do {
-      if (!accept('/')) refuse("/");
-      steps.push_back(step());
-    } while (at_ < text_.size());
-    return steps;
-  }
-
- private:
-  PathStep step() {
-    const std::size_t begin = at_;
-    PathStep step;
-    if (accept('{')) step.query.namespaceUri = until("}", "} at the namespace's end");
-    if (step.query.namespaceUri) ++at_;
-    step.query.text = until("/[", nullptr);
-    if (step.query.text.empty()) refuse("a name");
-    if (accept('[')) step.occurrence = occurrence();
-    step.text = text_.substr(begin, at_ - begin);
-    return step;
-  }
-
-  std::int32_t occurrence() {
-    std::int32_t number = 0;
-    const char* const begin = text_.data() + at_;
-    const auto [stop, error] = std::from_chars(begin, text_.data() + text_.size(), number);
-    if (error != std::errc() || number < 1 || number > kMaximumOccurrence) {
-      refuse(fmt::format("an occurrence, 1 to {}", kMaximumOccurrence));
-    }
-    at_ += static_cast<std::size_t>(stop - begin);
-    if (!accept(']')) refuse("]");
-    return number;
-  }
-
-  bool accept(char expected) {
-    if (at_ == text_.size() || text_[at_] != expected) return false;
-    ++at_;
-    return true;
-  }
-
-  // Up to one of the characters; without `expected` the end of the text will do too.
-  std::string until(const char* ends, const char* expected) {
-    const std::size_t begin = at_;
-    at_ = std::min(text_.find_first_of(ends, begin), text_.size());
-    if (at_ == text_.size() && expected != nullptr) refuse(expected);
-    return text_.substr(begin, at_ - begin);
-  }
-
-  [[noreturn]] void refuse(const std::string& expected) const {
-    throw std::invalid_argument(
-        fmt::format("--path: found {} at column {}; expected {}",
-                    at_ == text_.size() ? "the end" : "'" + printable(text_.substr(at_, 1)) + "'",
-                    at_ + 1, expected));
-  }
-
-  const std::string& text_;
-  std::size_t at_ = 0;
-};
-
 // --- The walk ------------------------------------------------------------------------------------
 
 class PathWalk {
  public:
   // At the message of the first step, if there is one.
-  PathWalk(const cpi::StdDictionaryInfo& dictionary, const PathStep& message)
+  PathWalk(const cpi::StdDictionaryInfo& dictionary, const MessageStep& message)
       : dictionary_(dictionary), iterator_(dictionary), model_(dictionary) {
     const std::vector<std::int32_t> tags = chooseTags(dictionary, message.query);
     if (tags.empty() || message.occurrence > 1) return;
@@ -130,7 +56,7 @@ class PathWalk {
   }
 
   // Goes on to a child of the element; false when there is no place for it.
-  bool goTo(const PathStep& step) {
+  bool goTo(const MessageStep& step) {
     const cpi::WalkCursor before(iterator_);
     cpi::OccurrenceCounter counter(dictionary_.typeMembers().rowCount());
     for (std::int32_t i = 0; i < step.occurrence; ++i) {
@@ -379,7 +305,7 @@ Json forPeople(Json facts) {
 }
 
 int run(const Options& options) {
-  const std::vector<PathStep> steps = PathReader(options.path).steps();
+  const std::vector<MessageStep> steps = readMessagePath(options.path);
   const auto dictionary = openDictionary(options.dictionary);
   PathWalk walk(*dictionary, steps.front());
   std::size_t found = walk.iterator().hasContext() ? 1 : 0;

@@ -20,18 +20,10 @@ std::string codeWord(const std::array<const char*, size>& words, std::int32_t co
   return isNone(code) ? std::string() : fmt::format("unknown ({})", code);
 }
 
-// Takes the text up to the next space off `rest`.
-std::u16string_view takeWord(std::u16string_view& rest) {
-  const std::size_t end = std::min(rest.find(u' '), rest.size());
-  const std::u16string_view word = rest.substr(0, end);
-  rest.remove_prefix(std::min(end + 1, rest.size()));
-  return word;
-}
-
 std::string namespaceList(std::u16string_view rest) {
   std::string list;
   while (!rest.empty()) {
-    const std::u16string_view word = takeWord(rest);
+    const std::u16string_view word = cpi::takeWord(rest);
     if (!list.empty()) list += ", ";
     list += word == cpi::kNoNamespace ? "no namespace" : shown(word);
   }
@@ -114,10 +106,10 @@ std::string wildcardWords(const cpi::SMD_TYPE_DEFINITION& type) {
   std::u16string_view rest = cpi::textView(type.Identifier);
   if (!rest.starts_with(cpi::kWildcardPrefix)) return "any element: " + shown(rest);
   rest.remove_prefix(cpi::kWildcardPrefix.size());
-  const std::string processing = shown(takeWord(rest));
+  const std::string processing = shown(cpi::takeWord(rest));
   const std::u16string_view constraint = rest;
   std::string which = "any element";
-  if (takeWord(rest) == cpi::kOtherNamespace) {
+  if (cpi::takeWord(rest) == cpi::kOtherNamespace) {
     which += rest.empty() ? " in a namespace" : " outside " + shown(rest);
   } else if (constraint != cpi::kAnyNamespace) {
     which += " in " + namespaceList(constraint);

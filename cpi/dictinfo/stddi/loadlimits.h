@@ -13,7 +13,8 @@ namespace cpi {
 struct LoadLimits {
   std::int64_t rows = std::int64_t{1} << 24;   // of one table
   std::int64_t properties = 1024;              // of one table
-  std::int64_t bytes = std::int64_t{1} << 31;  // that all tables and properties claim up front
+  std::int64_t bytes = std::int64_t{1} << 31;  // that all tables and properties claim up front,
+                                               // and the names of properties
 };
 
 // What a reader that knows the length of its input sets in place of `bytes`: no row of a table, not

@@ -82,8 +82,12 @@ class CPI_API StdDictionaryInfo : public DictionaryInfo {
   void endElement(std::int32_t id, WorkerInfoPtr worker) override;
   void data(const PWFData& value, WorkerInfoPtr worker) override;
 
-  // The limits of the loads that begin from now on. Copies made later take them over.
-  void setLoadLimits(const LoadLimits& limits) noexcept { loadLimits_ = limits; }
+  // The limits of the loads that begin from now on, all of them together. Copies made later take
+  // them over.
+  void setLoadLimits(const LoadLimits& limits) noexcept {
+    loadLimits_ = limits;
+    claimedBytes_ = 0;
+  }
   const LoadLimits& loadLimits() const noexcept { return loadLimits_; }
 
   // Writes every table as a plain-text report, its texts in UTF-8. Ignores output errors; throws
@@ -330,6 +334,7 @@ class CPI_API StdDictionaryInfo : public DictionaryInfo {
   void refreshTexts() noexcept;
 
   LoadLimits loadLimits_;
+  std::int64_t claimedBytes_ = 0;  // of those limits; a stream may begin its load again
   // Shared with copies made during a load, which may go on with it.
   std::shared_ptr<StdDictionaryHandler> loadHandler_;
   // Shared with copies too; what was made of these tables as they are, and views into it.

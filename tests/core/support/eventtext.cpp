@@ -2,6 +2,9 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cstdio>
+#include <cstdlib>
+#include <new>
 #include <sstream>
 #include <stdexcept>
 #include <vector>
@@ -82,6 +85,33 @@ std::string errorOf(FIHandler& handler, std::string_view events) {
   } catch (const KelException& error) {
     return error.what();
   }
+}
+
+void SectionText::put(std::int32_t column, std::int32_t row, const std::string& text) {
+  cells_[column] += std::to_string(column) + ":" + std::to_string(row) + "=" + text + " ";
+}
+
+std::string SectionText::take(std::int32_t section) {
+  std::string text = std::to_string(section) + "{ ";
+  for (const auto& [column, cells] : cells_) text += cells;
+  cells_.clear();
+  return text + "} ";
+}
+
+std::string reportOf(const DictionaryInfo& dictionary) {
+  char* text = nullptr;
+  std::size_t size = 0;
+  std::FILE* const stream = open_memstream(&text, &size);
+  if (stream == nullptr) throw std::bad_alloc();
+  try {
+    dictionary.DumpContents(stream);
+  } catch (const KelException& error) {
+    std::fputs(error.what(), stream);
+  }
+  std::fclose(stream);
+  const std::string report(text, size);
+  std::free(text);
+  return report;
 }
 
 }  // namespace cpi::test

@@ -10,10 +10,12 @@
 #ifndef STDDI_TESTS_CORE_SUPPORT_EVENTTEXT_H
 #define STDDI_TESTS_CORE_SUPPORT_EVENTTEXT_H
 
+#include <cstdint>
+#include <map>
 #include <string>
 #include <string_view>
 
-#include "cpi/runtime/fihandler.h"
+#include "cpi/dictinfo/dictionaryinfo.h"
 
 namespace cpi::test {
 
@@ -21,6 +23,23 @@ void feedText(FIHandler& handler, std::string_view events);
 
 // Feeds the text and returns what() of the exception that stops it, or "" when none does.
 std::string errorOf(FIHandler& handler, std::string_view events);
+
+// Cells of a section, put in any order, as event text.
+class SectionText {
+ public:
+  void put(std::int32_t column, std::int32_t row, const std::string& text);
+  void put(std::int32_t column, std::int32_t row, std::int32_t number) {
+    put(column, row, "#" + std::to_string(number));
+  }
+  // The section with all cells, column by column: the first column sizes the table. Empties it.
+  std::string take(std::int32_t section);
+
+ private:
+  std::map<std::int32_t, std::string> cells_;
+};
+
+// The contents report of a dictionary, with what() of the exception that ended it, if one did.
+std::string reportOf(const DictionaryInfo& dictionary);
 
 }  // namespace cpi::test
 

@@ -1,6 +1,6 @@
 #include "tests/core/support/testmodel.h"
 
-#include <map>
+#include <algorithm>
 #include <sstream>
 #include <stdexcept>
 
@@ -72,7 +72,7 @@ struct MemberDraft {
 
 struct TypeDraft {
   const Node* node;
-  std::int32_t firstMember = -1;
+  std::int32_t firstMember = kNone;
 };
 
 // Rows of a model: type row 0 is the one simple type, and every node with members has one.
@@ -80,124 +80,104 @@ class ModelDraft {
  public:
   ModelDraft(const Node& root, const std::vector<std::string>& moreTags) {
     types_.push_back({nullptr});
-    addTag(root);
-    for (const std::string& name : moreTags) {
-      tags_.try_emplace(name, TagDraft{static_cast<std::int32_t>(tags_.size()), 0, 'F'});
-    }
+    addTag(root, addType(root));
+    for (const std::string& name : moreTags) addTag({name}, 0);
   }
 
   std::string events() const {
-    std::ostringstream out;
-    out << "( 1000{ 100002:0=Test } ";
-    writeTags(out);
-    writeTypes(out);
-    writeMembers(out);
-    out << ")";
-    return out.str();
+    return "( 1000{ 100002:0=Test } " + tags() + types() + members() + ")";
   }
 
  private:
   struct TagDraft {
-    std::int32_t row;
+    std::string name;
     std::int32_t typeIndex;
-    char tagClass;
+    std::string tagClass;
   };
+
+  template <class Rows>
+  static std::int32_t sizeOf(const Rows& rows) {
+    return static_cast<std::int32_t>(rows.size());
+  }
+  static std::string classOf(const Node& node) {
+    if (node.tagClass != 0) return {node.tagClass};
+    return node.composition == 0 ? "F" : "S";
+  }
 
   std::int32_t addType(const Node& node) {
     if (node.composition == 0) return 0;
-    const auto row = static_cast<std::int32_t>(types_.size());
+    const std::int32_t row = sizeOf(types_);
     types_.push_back({&node});
     std::vector<MemberDraft> drafts;
     for (const Node& member : node.members) {
       const std::int32_t type = addType(member);
-      const std::int32_t tag = member.name.empty() ? -1 : addTag(member, type);
+      const std::int32_t tag = member.name.empty() ? kNone : addTag(member, type);
       drafts.push_back({&member, row, tag, type});
     }
-    if (!drafts.empty()) {
-      types_[static_cast<std::size_t>(row)].firstMember =
-          static_cast<std::int32_t>(members_.size());
-    }
+    if (!drafts.empty()) types_[static_cast<std::size_t>(row)].firstMember = sizeOf(members_);
     members_.insert(members_.end(), drafts.begin(), drafts.end());
     return row;
   }
 
-  void addTag(const Node& node) { addTag(node, addType(node)); }
-
+  // The row of the tag; the first node of a name makes it.
   std::int32_t addTag(const Node& node, std::int32_t type) {
-    const char tagClass = node.tagClass != 0 ? node.tagClass : node.composition == 0 ? 'F' : 'S';
-    const auto added = tags_.try_emplace(
-        node.name, TagDraft{static_cast<std::int32_t>(tags_.size()), type, tagClass});
-    return added.first->second.row;
+    const auto found = std::ranges::find(tags_, node.name, &TagDraft::name);
+    const auto row = static_cast<std::int32_t>(found - tags_.begin());
+    if (found == tags_.end()) tags_.push_back({node.name, type, classOf(node)});
+    return row;
   }
 
-  void writeTags(std::ostream& out) const {
-    std::vector<std::pair<std::string, TagDraft>> rows(tags_.size());
-    for (const auto& [name, tag] : tags_) rows[static_cast<std::size_t>(tag.row)] = {name, tag};
-    out << "2{ ";
-    column(out, 201, rows,
-           [](const auto& row) { return "#" + std::to_string(row.second.row + 1); });
-    column(out, 202, rows, [](const auto& row) { return row.first; });
-    column(out, 204, rows, [](const auto& row) { return std::string(1, row.second.tagClass); });
-    column(out, 211, rows,
-           [](const auto& row) { return "#" + std::to_string(row.second.typeIndex); });
-    out << "} ";
+  std::string tags() const {
+    SectionText section;
+    std::int32_t row = 0;
+    for (const TagDraft& tag : tags_) {
+      section.put(201, row, row + 1);
+      section.put(202, row, tag.name);
+      section.put(204, row, tag.tagClass);
+      section.put(211, row++, tag.typeIndex);
+    }
+    return section.take(2);
   }
 
-  void writeTypes(std::ostream& out) const {
-    out << "21{ 2000:0=#" << types_.size() << " ";
-    std::int32_t id = 1;
-    column(out, 2101, types_, [&](const auto&) { return "#" + std::to_string(id++); });
-    const auto ofNode = [&](std::int32_t column2, std::int32_t simple, auto field) {
-      column(out, column2, types_, [&](const TypeDraft& type) {
-        return "#" + std::to_string(type.node == nullptr ? simple : field(*type.node));
-      });
-    };
-    ofNode(2103, 1, [](const Node& node) { return node.composition; });
-    ofNode(2104, CONTENT_CLOSED, [](const Node& node) { return node.content; });
-    ofNode(2106, LTString, [](const Node&) { return 0; });
-    column(out, 2107, types_,
-           [](const TypeDraft& type) { return "#" + std::to_string(type.firstMember); });
-    out << "} ";
+  std::string types() const {
+    SectionText section;
+    section.put(2000, 0, sizeOf(types_));
+    std::int32_t row = 0;
+    for (const auto& [node, firstMember] : types_) {
+      section.put(2101, row, row + 1);
+      section.put(2103, row, node == nullptr ? TYPE_SINGLE : node->composition);
+      section.put(2104, row, node == nullptr ? CONTENT_CLOSED : node->content);
+      section.put(2106, row, node == nullptr ? LTString : 0);
+      section.put(2107, row++, firstMember);
+    }
+    return section.take(21);
   }
 
-  void writeMembers(std::ostream& out) const {
-    if (members_.empty()) return;
-    out << "4{ ";
-    const auto field = [&](std::int32_t id, auto value) {
-      column(out, id, members_,
-             [&](const MemberDraft& member) { return "#" + std::to_string(value(member)); });
-    };
-    field(401, [](const MemberDraft& member) { return member.parentType + 1; });
-    field(402, [](const MemberDraft& member) { return member.tagIndex + 1; });
-    column(out, 404, members_, [](const MemberDraft& member) {
-      const char tagClass = member.node->tagClass;
-      return std::string(tagClass != 0                   ? std::string(1, tagClass)
-                         : member.node->composition == 0 ? "F"
-                                                         : "S");
-    });
-    field(407, [](const MemberDraft& member) { return member.node->min; });
-    field(411, [](const MemberDraft& member) { return member.node->max; });
-    std::int32_t id = 1;
-    field(410, [&](const MemberDraft&) { return id++; });
-    field(412, [](const MemberDraft& member) { return member.tagIndex; });
-    field(413, [](const MemberDraft& member) { return member.typeIndex; });
-    out << "} 20{ 2000:0=#" << members_.size() << " ";
-    std::int32_t row = 1;
-    field(2001, [&](const MemberDraft&) { return row++; });
-    row = 0;
-    field(2002, [&](const MemberDraft&) { return row++; });
-    out << "} ";
-  }
-
-  template <class Rows, class Value>
-  static void column(std::ostream& out, std::int32_t id, const Rows& rows, Value value) {
-    std::size_t row = 0;
-    for (const auto& each : rows) out << id << ":" << row++ << "=" << value(each) << " ";
+  std::string members() const {
+    if (members_.empty()) return "";
+    SectionText section;
+    SectionText index;
+    index.put(2000, 0, sizeOf(members_));
+    std::int32_t row = 0;
+    for (const MemberDraft& member : members_) {
+      section.put(401, row, member.parentType + 1);
+      section.put(402, row, member.tagIndex + 1);
+      section.put(404, row, classOf(*member.node));
+      section.put(407, row, member.node->min);
+      section.put(410, row, row + 1);
+      section.put(411, row, member.node->max);
+      section.put(412, row, member.tagIndex);
+      section.put(413, row, member.typeIndex);
+      index.put(2001, row, row + 1);
+      index.put(2002, row, row);
+      ++row;
+    }
+    return section.take(4) + index.take(20);
   }
 
   std::vector<TypeDraft> types_;
   std::vector<MemberDraft> members_;
-  std::map<std::string, TagDraft> tags_;
+  std::vector<TagDraft> tags_;
 };
 
 std::string entryText(const StdDictionaryInfo& dictionary, const DictionaryPosition& entry) {

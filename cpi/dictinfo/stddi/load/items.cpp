@@ -91,10 +91,10 @@ void StdDictionaryHandler::createTable(TableSlot slot, std::int64_t rowCount) {
 }
 
 void StdDictionaryHandler::claim(std::int64_t bytes) {
-  if (bytes > limits_.bytes - claimedBytes_) {
+  if (bytes > limits_.bytes - owner_->claimedBytes_) {
     refuse("the tables would claim more than " + std::to_string(limits_.bytes) + " bytes");
   }
-  claimedBytes_ += bytes;
+  owner_->claimedBytes_ += bytes;
 }
 
 void StdDictionaryHandler::createFromNumRows(const PWFData& value) {
@@ -221,7 +221,11 @@ void StdDictionaryHandler::storeText(DictTable& target, std::int32_t row,
 StringTable& StdDictionaryHandler::textsOf(DictTable& target) {
   const std::size_t properties = target.properties.tables().size();
   if (texts_.table != &target || texts_.properties != properties) {
-    texts_ = {&target, properties, &target.GetProperty(CPI_VLS_TABMBR, CPI_StringMember)};
+    StringTable& found = target.GetProperty(CPI_VLS_TABMBR, CPI_StringMember);
+    // A stream may name a property of its own so, and the last one made is found.
+    if (found.type != PTText)
+      refuse("the property of the table's texts holds values of another kind");
+    texts_ = {&target, properties, &found};
   }
   return *texts_.strings;
 }
@@ -229,10 +233,7 @@ StringTable& StdDictionaryHandler::textsOf(DictTable& target) {
 void StdDictionaryHandler::storeCollected(TableSlot slot, std::int32_t column, std::size_t row,
                                           const KelStringBase& text) {
   recordAt(ItemPlace{slot, column, static_cast<std::int64_t>(row)});
-  guarded([&] {
-    table(slot).SetProperty(static_cast<std::uint32_t>(row), CPI_VLS_TABMBR, CPI_StringMember,
-                            text.getText());
-  });
+  storeText(table(slot), static_cast<std::int32_t>(row), text.getText());
 }
 
 // The value is converted before the row is touched, so that a refused item leaves the row whole.
@@ -272,7 +273,10 @@ StringTable& StdDictionaryHandler::openProperty(std::int32_t type) {
     if (std::ssize(target.properties.tables()) >= limits_.properties) {
       refuse("a table has at most " + std::to_string(limits_.properties) + " properties");
     }
-    claim(target.rowCount * static_cast<std::int64_t>(sizeof(std::uint32_t)));
+    const std::size_t nameUnits =
+        propertyTableMemberName_.view().size() + propertyMemberName_.view().size();
+    claim(target.rowCount * static_cast<std::int64_t>(sizeof(std::uint32_t)) +
+          static_cast<std::int64_t>(nameUnits * sizeof(char16_t)));
     guarded([&] {
       target.CreateProperty(propertyTableMemberName_.getText(), propertyMemberName_.getText(), type,
                             0);

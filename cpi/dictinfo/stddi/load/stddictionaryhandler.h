@@ -180,7 +180,6 @@ class StdDictionaryHandler final {
   bool isFiltering_ = false;  // an old-style header is being skipped
   bool isFinished_ = false;
   const char* operation_ = "";        // the event in progress
-  std::int64_t claimedBytes_ = 0;     // of all tables and properties so far
   std::int32_t valueRow_ = 0;         // next Values row
   const Section* current_ = nullptr;  // of section_
   KelStringBase propertyTableMemberName_;
