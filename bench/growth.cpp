@@ -97,19 +97,20 @@ Shape occurrences(int size) {
                    std::vector<Visit>(static_cast<std::size_t>(size), {1, "entry"}));
 }
 
-void addShapes(const std::string& what, int first, int last, Shape (*make)(int)) {
+template <class By>
+void addShapes(const std::string& what, const char* way, int first, int last, Shape (*make)(int)) {
   for (int size = first; size <= last; size *= 2) {
-    const std::string end = "/" + std::to_string(size) + "/stddi";
-    const auto shape = [=]() -> const Shape& {
-      return kept(std::pair(what, size), [=] { return make(size); });
-    };
-    add("growth/" + what + ", by tag id" + end, [=](benchmark::State& state) {
-      replay<ByTagId>(state, *shape().dictionary, shape().steps);
-    });
-    add("growth/" + what + ", by name" + end, [=](benchmark::State& state) {
-      replay<ByName>(state, *shape().dictionary, shape().steps);
-    });
+    add("growth/" + what + ", " + way + "/" + std::to_string(size) + "/stddi",
+        [=](benchmark::State& state) {
+          const Shape& shape = kept(std::pair(what, size), [=] { return make(size); });
+          replay<By>(state, *shape.dictionary, shape.steps);
+        });
   }
+}
+
+void addShapes(const std::string& what, int first, int last, Shape (*make)(int)) {
+  addShapes<ByTagId>(what, "by tag id", first, last, make);
+  addShapes<ByName>(what, "by name", first, last, make);
 }
 
 void addRows() {
@@ -156,6 +157,7 @@ void addMessages() {
 const bool kRegistered = registered([] {
   addRows();
   addShapes("siblings in order", 8, 8192, orderedSiblings);
+  addShapes<ByMemberId>("siblings in order", "by member id", 8, 8192, orderedSiblings);
   addShapes("alternatives", 8, 8192, alternatives);
   addShapes("unordered siblings", 8, 8192, unorderedSiblings);
   addShapes("depth of elements", 2, 128, nestedElements);

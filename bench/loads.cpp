@@ -3,12 +3,14 @@
 #include <sstream>
 #include <streambuf>
 
+#include "bench/support/directory.h"
 #include "bench/support/eventtape.h"
 #include "bench/support/kept.h"
 #include "bench/support/loads.h"
 #include "cpi/compile/xsdcompiler.h"
 #include "cpi/extract/extractreader.h"
 #include "cpi/extract/extractwriter.h"
+#include "cpi/extract/image.h"
 
 namespace cpi::bench {
 namespace {
@@ -18,6 +20,12 @@ void addEvents() {
     return [tape = std::make_shared<EventTape>(model.tables())] {
       StdDictionaryInfo dictionary(0);
       tape->play(dictionary);
+    };
+  });
+  addLoads("events-one-by-one/stddi", [](const Model& model) {
+    return [tape = std::make_shared<EventTape>(model.tables())] {
+      StdDictionaryInfo dictionary(0);
+      tape->play(dictionary, EventTape::Numbers::OneByOne);
     };
   });
   addLoads("tables/stddi", [](const Model& model) {
@@ -70,6 +78,13 @@ void addImages() {
       StdDictionaryInfo dictionary(0);
       dictionary.FromQLBuffer(image);
     };
+  });
+  addLoads("image/stddi-mapped", [](const Model& model) {
+    auto directory = std::make_shared<TemporaryDirectory>();
+    const std::vector<unsigned char>& image = imageOf(model);
+    const std::string path =
+        directory->write("image", {reinterpret_cast<const char*>(image.data()), image.size()});
+    return [directory, path] { benchmark::DoNotOptimize(mapImage(path).get()); };
   });
   addLoads("image/copy", [](const Model& model) {
     return [&image = imageOf(model)] {

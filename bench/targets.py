@@ -30,12 +30,17 @@ def messages(model):
 def loads(model):
     events, image = ns(f"load/{model}/events/stddi"), ns(f"load/{model}/image/stddi")
     yield Target("load by events, a definition", events, at_most=150, unit="ns")
+    yield Target("load by events one by one, a definition",
+                 ns(f"load/{model}/events-one-by-one/stddi"), at_most=150, unit="ns")
     yield Target("load by events, of the least that a load must do",
                  ratio(events, ns(f"load/{model}/events/floor")), at_most=4)
     yield Target("load by events, of protobuf's descriptors",
                  ratio(events, ns(f"load/{model}/protobuf")), at_most=1 / 8)
     yield Target("opening an image, of a copy of its bytes",
                  ratio(image, ns(f"load/{model}/image/copy")), at_most=3, own=image)
+    mapped = ns(f"load/{model}/image/stddi-mapped")
+    yield Target("opening an image as a mapped file, of a copy of its bytes",
+                 ratio(mapped, ns(f"load/{model}/image/copy")), at_most=3, own=mapped)
     yield Target("opening an image, of Xerces-C++'s saved grammar pool",
                  ratio(image, ns(f"load/{model}/xerces-pool")), at_most=1 / 25, own=image)
     yield Target("loading an extract", speed(f"load/{model}/extract/stddi"), at_least=100,

@@ -2,6 +2,7 @@
 // behind the others, and one hash entry for each tag's name. Nothing is checked.
 #include <bit>
 #include <cstring>
+#include <span>
 
 #include "bench/support/eventtape.h"
 #include "bench/support/loads.h"
@@ -26,6 +27,19 @@ class FloorHandler : public FIHandler {
       column_ = findColumn(*section_, id);
     }
     row_ = static_cast<std::size_t>(index);
+  }
+  std::size_t items(std::int32_t id, unsigned short, std::int32_t index,
+                    std::span<const std::int64_t> values) noexcept override {
+    const bool isOpen = property_ == 0 && column_ != nullptr && column_->id == id;
+    if (!isOpen || column_->kind == ColumnKind::NumRows) return 0;
+    row_ = static_cast<std::size_t>(index) + values.size() - 1;
+    unsigned char* field = record() + column_->offset - (values.size() - 1) * section_->recordSize;
+    for (const std::int64_t value : values) {
+      const auto number = static_cast<std::int32_t>(value);
+      std::memcpy(field, &number, sizeof number);
+      field += section_->recordSize;
+    }
+    return values.size();
   }
   void endElement(std::int32_t id, WorkerInfoPtr) override {
     if (id == property_) property_ = 0;

@@ -15,16 +15,21 @@ class EventTape : private FIHandler {
  public:
   explicit EventTape(const DictionaryTables& tables) { feed(tables, *this); }
 
-  void play(FIHandler& handler) const;
+  // Offers runs of numbers as such, as readers and compilers do, or sends them one by one.
+  enum class Numbers : bool { InRuns, OneByOne };
+  void play(FIHandler& handler, Numbers numbers = Numbers::InRuns) const;
 
  private:
-  enum class Kind : std::uint8_t { StartMessage, EndMessage, Start, End, Data };
+  enum class Kind : std::uint8_t { StartMessage, EndMessage, Start, End, Integers, Values };
+  // Integers and Values are `count` items of one column in rows that follow each other, each of
+  // which is played as a start, its data and an end.
   struct Event {
     Kind kind;
     unsigned short elementKind = 0;
     std::int32_t id = 0;
     std::int32_t index = 0;
     std::int32_t extra = 0;
+    std::int32_t count = 0;
   };
 
   using FIHandler::endElement;
@@ -33,22 +38,26 @@ class EventTape : private FIHandler {
   void endMessage(WorkerInfoPtr) override { events_.push_back({.kind = Kind::EndMessage}); }
   void startElement(std::int32_t id, unsigned short kind, WorkerInfoPtr, std::int32_t index,
                     std::int32_t extra) override {
-    events_.push_back(
-        {.kind = Kind::Start, .elementKind = kind, .id = id, .index = index, .extra = extra});
+    open_ = {.kind = Kind::Start, .elementKind = kind, .id = id, .index = index, .extra = extra};
+    if (kind > EKRepeatedField) events_.push_back(open_);
   }
+  // Fields hold one item each, so that their ends need no record.
   void endElement(std::int32_t id, WorkerInfoPtr) override {
-    events_.push_back({.kind = Kind::End, .id = id});
+    if (open_.elementKind > EKRepeatedField || open_.id != id) {
+      events_.push_back({.kind = Kind::End, .id = id});
+    }
+    open_ = {.kind = Kind::End, .elementKind = EKStructure};
   }
-  void data(const PWFData& value, WorkerInfoPtr) override {
-    events_.push_back({.kind = Kind::Data});
-    keep(value);
-  }
+  void data(const PWFData& value, WorkerInfoPtr) override;
 
+  static void playItem(FIHandler& handler, const Event& event, std::size_t i, const PWFData& value);
   void keep(const PWFData& value);
 
+  Event open_{.kind = Kind::End, .elementKind = EKStructure};
   std::vector<Event> events_;
-  std::vector<PWFData> values_;       // of the data events, in order
-  std::deque<std::u16string> texts_;  // to which values refer
+  std::vector<std::int64_t> integers_;  // of the items, in order
+  std::vector<PWFData> values_;         // of the others
+  std::deque<std::u16string> texts_;    // to which values refer
 };
 
 }  // namespace cpi::bench

@@ -28,6 +28,19 @@ struct ByName {
   }
 };
 
+// For elements that are all members.
+struct ByMemberId {
+  static bool firstChild(StdDictionaryIterator& at, const Step& step) {
+    return at.moveToFirstChildMemberId(memberId(at, step), true);
+  }
+  static bool nextSibling(StdDictionaryIterator& at, const Step& step) {
+    return at.moveToNextSiblingMemberId(memberId(at, step), true);
+  }
+  static std::int32_t memberId(const StdDictionaryIterator& at, const Step& step) {
+    return at.getDictionaryInfo()->typeMembers().row(step.memberIndex).Id;
+  }
+};
+
 template <class By>
 bool move(StdDictionaryIterator& at, const Step& step) {
   for (std::int32_t i = step.leaves; i > 0; --i) at.moveToParent();

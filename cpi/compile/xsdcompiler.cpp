@@ -66,15 +66,22 @@ class Declarations {
 
 std::vector<XSElementDeclaration*> globalElements(xercesc::XSModel& model,
                                                   const Declarations& declarations) {
-  std::vector<XSElementDeclaration*> elements;
+  // A look-up for each element, not for each comparison.
+  using Placed =
+      std::tuple<std::size_t, std::u16string_view, std::u16string_view, XSElementDeclaration*>;
+  std::vector<Placed> placed;
   auto* const components = model.getComponents(XSConstants::ELEMENT_DECLARATION);
   for (XMLSize_t i = 0; components != nullptr && i < components->getLength(); ++i) {
-    elements.push_back(static_cast<XSElementDeclaration*>(components->item(i)));
+    auto* const element = static_cast<XSElementDeclaration*>(components->item(i));
+    placed.emplace_back(declarations.orderOf(*element), viewOf(element->getNamespace()),
+                        viewOf(element->getName()), element);
   }
-  std::ranges::sort(elements, {}, [&declarations](XSElementDeclaration* element) {
-    return std::tuple(declarations.orderOf(*element), viewOf(element->getNamespace()),
-                      viewOf(element->getName()));
+  std::ranges::sort(placed, {}, [](const Placed& of) {
+    return std::tuple(std::get<0>(of), std::get<1>(of), std::get<2>(of));
   });
+  std::vector<XSElementDeclaration*> elements;
+  std::ranges::transform(placed, std::back_inserter(elements),
+                         [](const Placed& of) { return std::get<XSElementDeclaration*>(of); });
   return elements;
 }
 

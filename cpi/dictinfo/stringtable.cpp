@@ -101,8 +101,9 @@ StringTable::OldBuffer StringTable::reserve(std::uint32_t row, std::int32_t valu
 
 void StringTable::SetValue(std::uint32_t row, const unsigned short* text) {
   const std::uint64_t bytes = (std::uint64_t{textLength(text)} + 1) * sizeof(unsigned short);
-  const OldBuffer old = reserve(row, PTText, bytes);  // `text` may stand in it
-  if (text == nullptr) return;                        // a null text is no value
+  OldBuffer old;  // `text` may stand in it
+  if (row >= rowCount || bufferUsed + bytes > bufferSize) old = reserve(row, PTText, bytes);
+  if (text == nullptr) return;  // a null text is no value
   std::memcpy(buffer + bufferUsed, text, bytes);
   std::memcpy(buffer + std::size_t{4} * row, &bufferUsed, sizeof bufferUsed);
   bufferUsed += static_cast<std::uint32_t>(bytes);

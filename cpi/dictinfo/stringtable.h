@@ -51,10 +51,30 @@ class CPI_API StringTable {
   void SetIntValue(std::uint32_t row, std::int64_t value);
   // The row's text, or null when it has none, is out of range or the property holds integers.
   // Valid until the next value is set in this property. Never throws.
-  const unsigned short* GetValue(std::uint32_t row) const noexcept {
-    if (type != PTText) return nullptr;
-    const std::uint32_t offset = offsetOf(row);
-    return offset == 0 ? nullptr : reinterpret_cast<const unsigned short*>(buffer + offset);
+  const unsigned short* GetValue(std::uint32_t row) const noexcept { return texts()[row]; }
+  // The texts of all rows, as they are now: valid until the next value is set.
+  class Texts {
+   public:
+    Texts() noexcept = default;
+    // As GetValue.
+    const unsigned short* operator[](std::uint32_t row) const noexcept {
+      const std::uint32_t offset = row < rows_ ? offsets_[row] : 0;
+      return offset == 0 ? nullptr
+                         : reinterpret_cast<const unsigned short*>(
+                               reinterpret_cast<const unsigned char*>(offsets_) + offset);
+    }
+
+   private:
+    friend class StringTable;
+    const std::uint32_t* offsets_ = nullptr;
+    std::uint32_t rows_ = 0;
+  };
+  Texts texts() const noexcept {
+    Texts all;
+    if (type != PTText) return all;
+    all.offsets_ = reinterpret_cast<const std::uint32_t*>(buffer);
+    all.rows_ = rowCount;
+    return all;
   }
   // The row's integer, or nothing when it has none or the property holds texts.
   std::optional<std::int64_t> GetIntValue(std::uint32_t row) const noexcept;

@@ -1,11 +1,14 @@
 // feed(): tables to events.
 #include <algorithm>
+#include <array>
 #include <climits>
 #include <span>
 #include <stdexcept>
 #include <string>
+#include <type_traits>
 
 #include "cpi/extract/dictionarytables.h"
+#include "cpi/extract/numberrun.h"
 #include "cpi/extract/tablebindings.h"
 
 namespace cpi {
@@ -57,6 +60,17 @@ class SectionFeed {
     }
     text(column, row, std::u16string(1, static_cast<char16_t>(code)));
   }
+  // `numberOf(row)` is the number of each row.
+  template <class NumberOf>
+  void integers(const Column& column, std::size_t rows, NumberOf numberOf) {
+    std::array<std::int64_t, 256> numbers;
+    for (std::size_t first = 0; first < rows; first += numbers.size()) {
+      const std::size_t count = std::min(rows - first, numbers.size());
+      for (std::size_t i = 0; i < count; ++i) numbers[i] = numberOf(first + i);
+      sendNumbers(handler_, column.id, EKField, rowNumber(first), std::span(numbers).first(count),
+                  [&](std::size_t i) { integer(column, first + i, numbers[i]); });
+    }
+  }
   void numRows(std::size_t count) {
     if (count > INT_MAX) throw std::invalid_argument("more than 2147483647 rows");
     if (const Column* const column = findColumn(section_, kNumRowsColumn)) {
@@ -87,15 +101,18 @@ class ColumnFeed {
     const bool isNeeded =
         std::ranges::any_of(rows_, [&](const Row& row) { return row.*field != blank.*field; });
     if (!isNeeded && !isForced_) return;
+    if constexpr (std::is_integral_v<Value>) {
+      if (column_.kind != ColumnKind::ClassCode) {
+        out_.integers(column_, rows_.size(), [&](std::size_t row) { return rows_[row].*field; });
+        return;
+      }
+    }
     for (std::size_t i = 0; i < rows_.size(); ++i) send(i, rows_[i].*field);
   }
 
  private:
   void send(std::size_t row, const std::u16string& text) const { out_.text(column_, row, text); }
-  void send(std::size_t row, std::int32_t value) const {
-    if (column_.kind == ColumnKind::ClassCode) return out_.classLetter(column_, row, value);
-    out_.integer(column_, row, value);
-  }
+  void send(std::size_t row, std::int32_t code) const { out_.classLetter(column_, row, code); }
 
   SectionFeed& out_;
   const Column& column_;

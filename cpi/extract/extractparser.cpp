@@ -1,9 +1,12 @@
 // The structure of an extract: its objects, arrays and keys.
 #include "cpi/extract/extractparser.h"
 
+#include <array>
 #include <charconv>
 #include <limits>
 #include <utility>
+
+#include "cpi/extract/numberrun.h"
 
 namespace cpi {
 
@@ -179,16 +182,51 @@ void ExtractParser::openValues(const Frame& owner) {
 
 // Nearly all of a file is in columns of plain values. The parser sees the rest.
 void ExtractParser::takePlainValues() {
+  constexpr std::size_t kRun = 256;
+  std::array<std::int64_t, kRun> numbers;
+  std::array<FilePosition, kRun> places;
+  std::size_t count = 0;
+  const auto flush = [&] {
+    sendNumbers(std::span(numbers).first(count), std::span(places).first(count));
+    count = 0;
+  };
   const ELogicalType type = textType();
   for (JsonSource::PlainValue value; source_.takePlain(value);) {
-    if (value.isText) {
+    if (value.kind == JsonSource::PlainKind::Number) {
+      numbers[count] = value.number;
+      places[count++] = value.place;
+      if (count == kRun) flush();
+      continue;
+    }
+    flush();
+    if (value.kind == JsonSource::PlainKind::Null) {
+      ++frames_.back().row;
+    } else {
       text_.assign(value.text.begin(), value.text.end());  // of ASCII characters
       checkLength();
-      sendItem(textValue(type));
-    } else {
-      sendItem(PWFData(value.number, false));
+      sendItem(textValue(type), value.place);
     }
   }
+  flush();
+}
+
+// Of the open column; each is told with its place if it is refused.
+void ExtractParser::sendNumbers(std::span<const std::int64_t> numbers,
+                                std::span<const FilePosition> places) {
+  Frame& column = frames_.back();
+  const auto sendOne = [&](std::size_t i) { sendItem(PWFData(numbers[i], false), places[i]); };
+  const std::int64_t end = column.row + std::ssize(numbers);
+  if (column.extra != 0 || column.row < 0 || end > std::numeric_limits<std::int32_t>::max()) {
+    for (std::size_t i = 0; i < numbers.size(); ++i) sendOne(i);
+    return;
+  }
+  const std::int64_t first = column.row;
+  cpi::sendNumbers(handler_, column.id, static_cast<unsigned short>(column.eventKind),
+                   static_cast<std::int32_t>(first), numbers, [&](std::size_t i) {
+                     column.row = first + static_cast<std::int64_t>(i);
+                     sendOne(i);
+                   });
+  column.row = end;
 }
 
 bool ExtractParser::end_array() {

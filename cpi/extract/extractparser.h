@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <exception>
 #include <new>
+#include <span>
 #include <string>
 #include <string_view>
 #include <variant>
@@ -86,6 +87,7 @@ class ExtractParser {
   void openEntries(Frame& owner);
   void openValues(const Frame& owner);
   void takePlainValues();
+  void sendNumbers(std::span<const std::int64_t> numbers, std::span<const FilePosition> places);
   void finishObject(const Frame& frame);
 
   // Values.
@@ -96,7 +98,8 @@ class ExtractParser {
   void checkLength() const;
   ELogicalType textType() const;
   void deliver(const PWFData& value);
-  void sendItem(const PWFData& value);
+  void sendItem(const PWFData& value) { sendItem(value, source_.scalar()); }
+  void sendItem(const PWFData& value, FilePosition place);
 
   // Runs `event`, saying where in the file the handler refused it.
   template <class Event>

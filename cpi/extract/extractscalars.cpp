@@ -242,14 +242,13 @@ void ExtractParser::deliver(const PWFData& value) {
   send(source_.scalar(), [&] { handler_.data(value, nullptr); });
 }
 
-void ExtractParser::sendItem(const PWFData& value) {
+void ExtractParser::sendItem(const PWFData& value, FilePosition place) {
   const bool isTyped = frames_.back().kind == FrameKind::TypedValue;
   Frame& column = isTyped ? frames_[frames_.size() - 2] : frames_.back();
   if (column.row > kLargest) {
-    fail(source_.scalar(), "a value for row " + std::to_string(column.row),
-         "rows up to 2147483647");
+    fail(place, "a value for row " + std::to_string(column.row), "rows up to 2147483647");
   }
-  send(source_.scalar(), [&] {
+  send(place, [&] {
     handler_.startElement(column.id, static_cast<unsigned short>(column.eventKind), nullptr,
                           static_cast<std::int32_t>(column.row), column.extra);
     handler_.data(value, nullptr);

@@ -47,8 +47,14 @@ class PlainReader {
     return true;
   }
   bool read(JsonSource::PlainValue& value) {
-    value.isText = isAt('"');
-    return value.isText ? readText(value.text) : readNumber(value.number);
+    using enum JsonSource::PlainKind;
+    value.place = here_;
+    value.kind = isAt('"') ? Text : isAt('n') ? Null : Number;
+    switch (value.kind) {
+      case Text: return readText(value.text);
+      case Null: return readNull();
+      default: return readNumber(value.number);
+    }
   }
 
  private:
@@ -66,6 +72,11 @@ class PlainReader {
     if (quote == last || *quote != '"') return false;
     text = {first, static_cast<std::size_t>(quote - first)};
     moveTo(quote + 1);
+    return true;
+  }
+  bool readNull() {
+    if (!std::string_view(next_, end_).starts_with("null")) return false;
+    moveTo(next_ + 4);
     return true;
   }
   bool readNumber(std::int64_t& number) {
@@ -96,7 +107,6 @@ bool JsonSource::takePlain(PlainValue& value) {
   if (end_ - next_ < 2 * kPlainBytes) refillBehind();
   PlainReader reader(chunk_.data() + next_, chunk_.data() + end_, here_);
   reader.skipSpaces();
-  const FilePosition place = reader.here();
   if (!reader.read(value)) return false;
   reader.skipSpaces();
   const FilePosition comma = reader.here();
@@ -104,12 +114,15 @@ bool JsonSource::takePlain(PlainValue& value) {
   reader.skipSpaces();
   const bool isNextInView = reader.next() != chunk_.data() + end_;
   if (!isNextInView || reader.isAt(']') || reader.isAt('\0')) return false;
+  const auto bytes = static_cast<std::size_t>(reader.next() - chunk_.data()) - next_;
+  const std::size_t literalBytes = value.kind == PlainKind::Null ? literalBytes_ + bytes : 0;
+  if (literalBytes > options_.maximumLiteralBytes) return false;
   next_ = static_cast<std::size_t>(reader.next() - chunk_.data());
   here_ = reader.here();
-  scalar_ = place;
+  scalar_ = value.place;
   structural_ = comma;
   isScalarLast_ = false;
-  literalBytes_ = 0;
+  literalBytes_ = literalBytes;
   return true;
 }
 

@@ -53,10 +53,12 @@ class JsonSource {
   JsonSource(const JsonSource&) = delete;
   JsonSource& operator=(const JsonSource&) = delete;
 
-  // A value of which nothing has to be made out: an integer of up to 18 digits, or a text of up to
-  // a thousand ASCII characters without an escape.
+  // A value of which nothing has to be made out: null, an integer of up to 18 digits, or a text of
+  // up to a thousand ASCII characters without an escape.
+  enum class PlainKind : std::uint8_t { Null, Number, Text };
   struct PlainValue {
-    bool isText = false;
+    PlainKind kind = PlainKind::Null;
+    FilePosition place{};
     std::int64_t number = 0;
     std::string_view text;  // valid until the source is asked for more
   };

@@ -23,6 +23,10 @@ void FIHandler::startElement(const unsigned short*, const KelStringBase&, unsign
 void FIHandler::startElement(const unsigned short*, unsigned short, WorkerInfoPtr, std::int32_t) {}
 void FIHandler::endElement(const unsigned short*, const KelStringBase&, WorkerInfoPtr) {}
 void FIHandler::endElement(const unsigned short*, WorkerInfoPtr) {}
+std::size_t FIHandler::items(std::int32_t, unsigned short, std::int32_t,
+                             std::span<const std::int64_t>) noexcept {
+  return 0;
+}
 void FIHandler::projectDependencies(const std::vector<KelStringBase>&) {}
 void FIHandler::projectId(const unsigned short*) {}
 

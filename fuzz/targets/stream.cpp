@@ -69,9 +69,12 @@ void sendEvent(ByteReader& bytes, FIHandler& handler, const Section*& section) {
     }
     default: {
       const std::int32_t column = randomColumn(bytes, section);
-      handler.startElement(column, EKField, nullptr, bytes.index(8), 0);
+      const std::int32_t row = bytes.index(8);
+      handler.startElement(column, EKField, nullptr, row, 0);
       sendValue(bytes, handler);
       handler.endElement(column, nullptr);
+      constexpr std::int64_t kRun[] = {1, 0, std::int64_t{1} << 40};
+      handler.items(column, EKField, row, kRun);
       break;
     }
   }

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "cpi/dictinfo/stddi/schema.h"
 #include "cpi/dictinfo/stddi/stddictionaryinfo.h"
 #include "tests/core/support/eventtext.h"
 
@@ -139,6 +140,48 @@ TEST(Loading, DefaultsOfRowsThatTheStreamLeavesOut) {
   EXPECT_EQ(toUtf8(textView(dictionary.dependencies().row(1).Dependency)), "d2");
   EXPECT_EQ(dictionary.wireFormats().row(1).FormatId, nullptr) << "no second format id";
   EXPECT_EQ(dictionary.formatID.toUtf8(), "id");
+}
+
+TEST(Loading, APropertyEndsWhereAnotherIsNamed) {
+  StdDictionaryInfo dictionary(0);
+  ASSERT_EQ(errorOf(dictionary,
+                    "( 1000{ 100002:0=S } 21{ 2000:0=#2 1001{ 100101:0=T 100102:0=A 100105:0=#1 "
+                    "100105:1=#2 100102:0=B 100105:0=#3 100105:1=#4 100102:0=A 100105:1=#5 } } )"),
+            "");
+  const StringTableGroup& group = dictionary.types().table().properties;
+  EXPECT_EQ(group.FindTable(asUnits(u"T"), asUnits(u"A"))->GetIntValue(1), 5);
+  EXPECT_EQ(group.FindTable(asUnits(u"T"), asUnits(u"B"))->GetIntValue(1), 4);
+}
+
+// A run takes what single events would store, and leaves the rest to them.
+TEST(Loading, RunsOfNumbers) {
+  StdDictionaryInfo dictionary(0);
+  const auto run = [&](std::int32_t column, std::int32_t row, std::vector<std::int64_t> values,
+                       unsigned short kind = EKField) {
+    return dictionary.items(column, kind, row, values);
+  };
+  EXPECT_EQ(run(203, 0, {1}), 0u) << "no load";
+  feedText(dictionary, "( 1000{ 100002:0=S } 2{ 201:0=#1");
+  EXPECT_EQ(run(201, 0, {1, 2, 3}), 0u) << "row 0 begins the keys";
+  EXPECT_EQ(run(201, 1, {2, 3}), 2u);
+  feedText(dictionary, "207:0=#0");
+  EXPECT_EQ(run(207, 1, {1, 2}), 1u) << "no flag";
+  feedText(dictionary, "203:0=#7");
+  EXPECT_EQ(run(203, 1, {8, 9}), 2u);
+  EXPECT_EQ(run(203, 2, {10, 11}), 1u) << "the row behind the last";
+  EXPECT_EQ(run(203, 0, {-5, std::int64_t{1} << 40, 6}), 1u) << "no 32-bit integer";
+  EXPECT_EQ(run(205, 0, {1}), 0u) << "not the column of the last item";
+  EXPECT_EQ(run(203, -1, {1}), 0u);
+  EXPECT_EQ(run(203, 3, {1}), 0u);
+  EXPECT_EQ(run(203, 0, {1}, EKStructure), 0u);
+  dictionary.startElement(kNamedPropertySection, EKStructure, nullptr, 0, 0);
+  EXPECT_EQ(run(203, 0, {1}), 0u) << "another section";
+  feedText(dictionary, "}1001 }2 )");
+  EXPECT_EQ(run(203, 0, {1}), 0u);
+  const auto typeOf = [&](std::int32_t row) { return dictionary.tags().row(row).Type; };
+  EXPECT_EQ(std::vector({typeOf(0), typeOf(1), typeOf(2)}), (std::vector{-5, 8, 10}));
+  EXPECT_EQ(dictionary.getTagDefIndex(3), 2);
+  EXPECT_TRUE(dictionary.tags().row(1).NullPermitted);
 }
 
 TEST(Loading, ACopyGoesOnWithTheLoad) {

@@ -217,5 +217,23 @@ TEST(Shortcuts, SearchLikeTheStepByStepSearch) {
   for (const std::uint32_t telling : {1229U, 1528U, 32277U}) agree(telling);
 }
 
+// Deeper than the random models are: at the limit of the index and beyond.
+TEST(Shortcuts, GoIntoGroupsAsDeepAsTheyAre) {
+  for (const int depth : {8, 9, 31, 32, 33, 40}) {
+    std::string groups;
+    for (int i = 0; i < depth; ++i) groups += "(6 m" + std::to_string(i) + "{0,1} ";
+    const Node root = parseModel("r(6 item(6 " + groups + "inmost" +
+                                 std::string(static_cast<std::size_t>(depth), ')') + "){0,*})");
+    const auto dictionary = buildModel(root);
+    OpenIterator fast(nullptr, dictionary.get(), u"r", KelStringBase());
+    OpenIterator plain(fast);
+    plain.searchStepByStep(true);
+    for (const char* const script : {">item >inmost ^ item", ">m2 inmost inmost ^ item"}) {
+      EXPECT_EQ(walk(fast, script), walk(plain, script)) << depth;
+      EXPECT_TRUE(stateOf(fast) == stateOf(plain)) << depth;
+    }
+  }
+}
+
 }  // namespace
 }  // namespace cpi::test

@@ -62,41 +62,71 @@ std::optional<Fault> findEndFault(const StringTable& property, std::uint64_t sta
   return Fault{used - kUnitBytes, "unit " + number(last), "the terminator of the last text"};
 }
 
-// Whether the rows' offsets, where they have one, are even and ascend from `start` on to less than
-// `end`.
-bool areAscending(std::span<const std::uint32_t> offsets, std::uint32_t start, std::uint32_t end) {
-  std::uint32_t previous = start - 1;
-  std::uint32_t bits = 0;
-  bool areSound = true;
-  for (const std::uint32_t offset : offsets) {
-    const bool isNone = offset == 0;
-    areSound &= isNone | (offset > previous);
-    bits |= offset;
-    previous = isNone ? previous : offset;
-  }
-  return areSound && bits % kUnitBytes == 0 && (previous < start || previous < end);
-}
+// Whether texts lie one behind the other in row order, as a load leaves them: each offset then lies
+// behind the one before, with a terminator in front of it. Goes through the offsets block by block,
+// for most columns have texts in all rows or in few, and looks for no fault's place: sound columns
+// are what there is.
+class TextsInOrder {
+ public:
+  // The buffer ends with a terminator.
+  TextsInOrder(const StringTable& property, std::uint64_t start)
+      : property_(property), previous_(static_cast<std::uint32_t>(start) - 1) {}
 
-// Whether the texts lie one behind the other in row order, as a load leaves them: each offset then
-// lies behind the one before, with a terminator in front of it. Sound columns are what there is:
-// neither loop looks for the place of a fault.
-bool areTextsInOrder(const StringTable& property, std::uint64_t textStart) {
-  const auto start = static_cast<std::uint32_t>(textStart);
-  const auto* const first = reinterpret_cast<const std::uint32_t*>(property.buffer);
-  const std::span offsets(first, property.rowCount);
-  if (!areAscending(offsets, start, property.bufferUsed)) return false;
-  auto next = std::ranges::find_if(offsets, [](std::uint32_t offset) { return offset != 0; });
-  if (next == offsets.end()) return true;
-  unsigned before = 0;  // the units in front of texts, but for the first, which has offsets there
-  for (++next; next != offsets.end(); ++next) {
-    if (*next != 0) before |= unitAt(property, *next - kUnitBytes);
+  bool check() {
+    const auto* const first = reinterpret_cast<const std::uint32_t*>(property_.buffer);
+    const std::span offsets(first, property_.rowCount);
+    std::size_t done = 0;
+    for (; done + kBlock <= offsets.size(); done += kBlock) {
+      if (!checkBlock(offsets.subspan(done).first<kBlock>())) return false;
+    }
+    return checkRows(offsets.subspan(done));
   }
-  return before == 0;
-}
+
+ private:
+  static constexpr std::size_t kBlock = 16;
+
+  bool checkBlock(std::span<const std::uint32_t, kBlock> offsets) {
+    std::uint32_t bits = 0;
+    for (std::size_t i = 0; i < kBlock; ++i) bits |= offsets[i];
+    return bits == 0 || checkRows(offsets);
+  }
+  bool checkRows(std::span<const std::uint32_t> offsets) {
+    std::uint32_t previous = previous_;
+    std::uint32_t bits = 0;
+    bool areAscending = true;
+    for (const std::uint32_t offset : offsets) {
+      const bool isNone = offset == 0;
+      areAscending &= isNone | (offset > previous);
+      bits |= offset;
+      previous = isNone ? previous : offset;
+    }
+    if (!areAscending || bits % kUnitBytes != 0) return false;
+    if (bits == 0) return true;
+    previous_ = previous;
+    return previous < property_.bufferUsed && areSeparate(offsets);
+  }
+  // The unit in front of each text but the first, which has offsets there. The others share a unit
+  // that is known.
+  bool areSeparate(std::span<const std::uint32_t> offsets) {
+    if (first_ == 0) {
+      first_ = *std::ranges::find_if(offsets, [](std::uint32_t offset) { return offset != 0; });
+    }
+    const std::uint32_t known = property_.bufferUsed;
+    unsigned before = 0;
+    for (const std::uint32_t offset : offsets) {
+      before |= unitAt(property_, (offset > first_ ? offset : known) - kUnitBytes);
+    }
+    return before == 0;
+  }
+
+  const StringTable& property_;
+  std::uint32_t previous_;  // the offset of the last text so far
+  std::uint32_t first_ = 0;
+};
 
 std::optional<Fault> findTextFault(const StringTable& property, std::uint64_t start) {
   if (auto fault = findEndFault(property, start)) return fault;
-  if (areTextsInOrder(property, start)) return std::nullopt;
+  if (TextsInOrder(property, start).check()) return std::nullopt;
   // Texts lie side by side. Were many rows to share a long one, reading all rows could take the
   // square of the image's size.
   std::uint64_t left = property.bufferUsed - start;

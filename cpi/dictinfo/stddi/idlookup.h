@@ -50,6 +50,7 @@ class IdLookup {
     lookup.low_ = static_cast<std::uint32_t>(low);
     lookup.count_ = count;
     lookup.rows_ = rows;
+    lookup.countFromZero_ = low == 0 && rows != nullptr ? count : 0;
     lookup.isBuilt_ = true;
     return lookup;
   }
@@ -61,6 +62,12 @@ class IdLookup {
   }
 
   bool isBuilt() const noexcept { return isBuilt_; }
+  // Whether the row of `wanted` stands at that place of an array, which is then `rowAtId`: the
+  // usual case, with nothing more to load or to compare than it takes.
+  bool isInArray(std::int32_t wanted) const noexcept {
+    return static_cast<std::uint32_t>(wanted) < countFromZero_;
+  }
+  std::int32_t rowAtId(std::int32_t wanted) const noexcept { return rows_[wanted]; }
   // Whether `wanted` is among the ids of a dense column, whose row is then `denseRow`.
   bool isDense(std::int32_t wanted) const noexcept { return placeOf(wanted) < count_; }
   std::int32_t denseRow(std::int32_t wanted) const noexcept {
@@ -83,6 +90,7 @@ class IdLookup {
     return static_cast<std::uint32_t>(wanted) - low_;
   }
 
+  std::uint32_t countFromZero_ = 0;  // of an array that begins with id 0
   std::uint32_t low_ = 0;
   std::uint32_t count_ = 0;
   const std::int32_t* rows_ = nullptr;

@@ -42,16 +42,15 @@ void StdDictionaryInfo::release() {
 }
 
 bool StdDictionaryInfo::isLoading() const noexcept {
-  return loadHandler_ != nullptr && !loadHandler_->isFinished();
+  return loadHandler_ != nullptr && loadHandler_->owner() != nullptr;
 }
 
-inline StdDictionaryHandler* StdDictionaryInfo::loadHandler() {
+inline StdDictionaryHandler* StdDictionaryInfo::loadHandler() noexcept {
   StdDictionaryHandler* const handler = loadHandler_.get();
-  const bool isOurs = handler != nullptr && !handler->isFinished() && handler->owner() == this;
-  return isOurs ? handler : takeLoadOver();
+  return handler != nullptr && handler->owner() == this ? handler : takeLoadOver();
 }
 
-StdDictionaryHandler* StdDictionaryInfo::takeLoadOver() {
+StdDictionaryHandler* StdDictionaryInfo::takeLoadOver() noexcept {
   if (!isLoading()) loadHandler_.reset();  // perhaps ended by a dictionary that shares the load
   if (loadHandler_ != nullptr && loadHandler_->owner() != this) {
     loadHandler_->setOwner(this);
@@ -97,6 +96,13 @@ void StdDictionaryInfo::startElement(std::int32_t id, unsigned short kind, Worke
   KelOperation operation(nullptr, "StdDictionaryInfo::startElement", id, kind, index, extra);
   handle(
       [&](StdDictionaryHandler& handler) { handler.startElement(id, kind, worker, index, extra); });
+}
+
+std::size_t StdDictionaryInfo::items(std::int32_t id, unsigned short kind, std::int32_t index,
+                                     std::span<const std::int64_t> values) noexcept {
+  if (KelLog::isOn(LLDebug)) return 0;  // each has items of the log
+  StdDictionaryHandler* const handler = loadHandler();
+  return handler == nullptr ? 0 : handler->takeRun(id, kind, index, values);
 }
 
 void StdDictionaryInfo::endElement(std::int32_t id, WorkerInfoPtr worker) {

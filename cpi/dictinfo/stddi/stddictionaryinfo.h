@@ -19,9 +19,11 @@
 #ifndef CPI_DICTINFO_STDDI_STDDICTIONARYINFO_H
 #define CPI_DICTINFO_STDDI_STDDICTIONARYINFO_H
 
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <memory>
+#include <span>
 
 #include "cpi/dictinfo/dictionaryinfo.h"
 #include "cpi/dictinfo/stddi/idlookup.h"
@@ -81,6 +83,8 @@ class CPI_API StdDictionaryInfo : public DictionaryInfo {
                     std::int32_t extra) override;
   void endElement(std::int32_t id, WorkerInfoPtr worker) override;
   void data(const PWFData& value, WorkerInfoPtr worker) override;
+  std::size_t items(std::int32_t id, unsigned short kind, std::int32_t index,
+                    std::span<const std::int64_t> values) noexcept override;
 
   // The limits of the loads that begin from now on, all of them together. Copies made later take
   // them over.
@@ -289,8 +293,8 @@ class CPI_API StdDictionaryInfo : public DictionaryInfo {
     visit(namespaces_);
   }
   // The handler of the load in progress, made to fill this dictionary; null when no load runs.
-  StdDictionaryHandler* loadHandler();
-  StdDictionaryHandler* takeLoadOver();
+  StdDictionaryHandler* loadHandler() noexcept;
+  StdDictionaryHandler* takeLoadOver() noexcept;
   // Ends the load in progress, if there is one, and makes the tables ready.
   void endLoad() noexcept;
   // Refreshes every text field, so that readers find nothing to write, and builds the index unless
@@ -309,6 +313,7 @@ class CPI_API StdDictionaryInfo : public DictionaryInfo {
   template <class Search>
   static std::int32_t lookUp(const IdLookup& lookup, std::int32_t id, Search search) {
     if (KelLog::isOn(LLDebug)) return search();
+    if (lookup.isInArray(id)) return lookup.rowAtId(id);
     if (lookup.isDense(id)) return lookup.denseRow(id);
     return lookup.isBuilt() ? lookup.sparseRow(id) : search();
   }

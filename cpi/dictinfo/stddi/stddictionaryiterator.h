@@ -243,9 +243,9 @@ class CPI_API StdDictionaryIterator : public KelOwnedLogSource {
   bool listOwedChildren(Expectation& expectation) const;
 
   // --- Moves ---------------------------------------------------------------------------------
-  // Moves by tag id and by name go straight to the member where an index tells which it is. With
-  // `stepByStep` they look at each member in turn, as they do anyway while trace items are written;
-  // all else is the same, and slower. For tests and for finding faults.
+  // Moves by tag id, name and member id go straight to the member where an index tells which it is.
+  // With `stepByStep` they look at each member in turn, as they do anyway while trace items are
+  // written; all else is the same, and slower. For tests and for finding faults.
   void searchStepByStep(bool stepByStep) noexcept { isStepByStep = stepByStep; }
   // Up, past anonymous groups. False without context; from the root it leaves no context.
   bool moveToParent();
@@ -353,7 +353,14 @@ class CPI_API StdDictionaryIterator : public KelOwnedLogSource {
   Passing passingForTag(std::int32_t tagIndex) const noexcept;
   Passing passingForName(const unsigned short* name,
                          const KelStringBase& namespaceURI) const noexcept;
-  bool goToParent();
+  bool goToParent() noexcept;
+  bool leaveElement();
+  bool findFirstChildTagId(std::int32_t tagId, bool allowUndefined, bool enforceRequired);
+  bool findNextSiblingTagId(std::int32_t tagId, bool allowUndefined, bool enforceRequired);
+  bool findFirstChildTagName(const unsigned short* name, const KelStringBase& namespaceURI,
+                             Passing passing, bool allowUndefined, bool enforceRequired);
+  bool findNextSiblingTagName(const unsigned short* name, const KelStringBase& namespaceURI,
+                              Passing passing, bool enforceRequired);
   bool searchNewPosition(const SearchDef& search, const Passing& passing, bool matchCurrent,
                          bool moveFwd, bool enforceRequired);
   bool searchBestPosition(const SearchDef& search, const Passing& passing, bool replaceCurrent,
@@ -362,6 +369,16 @@ class CPI_API StdDictionaryIterator : public KelOwnedLogSource {
   // By the index alone, where it can tell; to the tag, or to any tag of the key when it is -1.
   bool goToChild(Passing passing, std::int32_t tagIndex);
   bool goToPeer(Passing passing, std::int32_t tagIndex);
+  // The same for few members, which are looked at one by one.
+  template <class Sought>
+  bool goToNearChild(const MemberIndex& members, const Sought& sought);
+  template <class Sought>
+  bool goToNearPeer(const MemberIndex& members, const Sought& sought);
+  SMD_TYPE_DEFINITION const* typeOfChildren(const MemberIndex& members) const noexcept;
+  SMD_TYPE_DEFINITION const* typeOfPeers(const MemberIndex& members) const noexcept;
+  bool maySeeAgain(const MemberIndex& members, const SMD_TYPE_DEFINITION& type) const noexcept;
+  bool goToChildMember(std::int32_t row);
+  bool goToPeerMember(std::int32_t row);
   bool goToSame() noexcept;
   bool goToMember(Passing passing, std::int32_t tagIndex, std::int32_t from);
   bool goToNextRound(Passing passing, std::int32_t tagIndex, const SMD_TYPE_DEFINITION& type);

@@ -117,12 +117,13 @@ void TableReference<Record>::refreshAll() const noexcept {
   if (!RecordText<Record>::exists || rowCount() == 0) return;
   auto* const rows = reinterpret_cast<Record*>(table_->records);
   const auto count = static_cast<std::uint32_t>(rowCount());
-  const bool hasTexts = strings_ != nullptr;
+  // Read once: behind each access to a cache the compiler would read them again.
+  const StringTable::Texts texts = strings_ == nullptr ? StringTable::Texts() : strings_->texts();
   for (std::uint32_t row = 0; row < count; ++row) {
     const unsigned short** const field = RecordText<Record>::field(rows[row]);
     if (field == nullptr) continue;
     const std::atomic_ref<const unsigned short*> cache(*field);
-    const unsigned short* const value = hasTexts ? strings_->GetValue(row) : nullptr;
+    const unsigned short* const value = texts[row];
     if (cache.load(std::memory_order_relaxed) != value) {
       cache.store(value, std::memory_order_relaxed);
     }

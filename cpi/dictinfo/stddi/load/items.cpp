@@ -162,10 +162,54 @@ void StdDictionaryHandler::storeFlag(const Column& column, const PWFData& value,
   storesTo(column);
 }
 
+// Integers of the column that was stored to last, as far as its fields can hold them.
+std::size_t StdDictionaryHandler::takeRun(std::int32_t id, unsigned short kind, std::int32_t index,
+                                          std::span<const std::int64_t> values) noexcept {
+  if (quick_.column != id || kind > EKRepeatedField) return 0;
+  switch (quick_.kind) {
+    case ColumnKind::Key: return collectRun(index, values);
+    case ColumnKind::Integer: return storeRun<std::int32_t>(index, values);
+    case ColumnKind::Flag: return storeRun<bool>(index, values);
+    default: return 0;
+  }
+}
+
+// The key of row 0 begins a new list.
+std::size_t StdDictionaryHandler::collectRun(std::int32_t index,
+                                             std::span<const std::int64_t> values) noexcept {
+  const auto isNarrow = [](std::int64_t value) {
+    return value == static_cast<std::int32_t>(value);
+  };
+  if (index == 0 || !std::ranges::all_of(values, isNarrow)) return 0;
+  std::vector<std::int32_t>& keys = current_->slot == TableSlot::Tags ? tagIds_ : parentTypeIds_;
+  try {
+    keys.insert(keys.end(), values.begin(), values.end());  // all of them or none
+  } catch (const std::bad_alloc&) {
+    return 0;
+  }
+  return values.size();
+}
+
+template <class Field>
+std::size_t StdDictionaryHandler::storeRun(std::int32_t index,
+                                           std::span<const std::int64_t> values) noexcept {
+  if (index < 0 || index >= quick_.table->rowCount) return 0;
+  const auto rows = static_cast<std::size_t>(quick_.table->rowCount - index);
+  const std::size_t count = std::min(values.size(), rows);
+  unsigned char* field =
+      quick_.table->records + static_cast<std::size_t>(index) * quick_.recordSize + quick_.offset;
+  std::size_t taken = 0;
+  for (; taken < count; ++taken, field += quick_.recordSize) {
+    const auto value = static_cast<Field>(values[taken]);
+    if (std::int64_t{value} != values[taken]) break;
+    *reinterpret_cast<Field*>(field) = value;
+  }
+  return taken;
+}
+
 // Another item of the column that was stored to last.
 bool StdDictionaryHandler::storeLikeLast(const PWFData& value) {
   if (quick_.kind == ColumnKind::Ignored || quick_.column != field_ ||
-      quick_.section != dataSection_ ||
       static_cast<std::uint32_t>(row_) >= static_cast<std::uint32_t>(quick_.table->rowCount)) {
     return false;
   }
@@ -189,6 +233,7 @@ bool StdDictionaryHandler::storeLikeLast(const PWFData& value) {
       *reinterpret_cast<bool*>(field) = *flag != 0;
       return true;
     }
+    case ColumnKind::Value: return storePropertyLikeLast(value);
     default: return false;
   }
 }
@@ -288,7 +333,24 @@ StringTable& StdDictionaryHandler::openProperty(std::int32_t type) {
     refuse("the first value of a named property must be at row 0");
   }
   if (found->type != type) refuse("the property holds values of another kind");
+  quick_ = {ColumnKind::Value, field_, &target};
+  property_ = {&target, target.properties.tables().size(), found};
   return *found;
+}
+
+// The value of row 0 makes a property, of which one may be there already.
+bool StdDictionaryHandler::storePropertyLikeLast(const PWFData& value) {
+  if (row_ == 0 || quick_.table->properties.tables().size() != property_.properties) return false;
+  StringTable& property = *property_.strings;
+  const auto row = static_cast<std::uint32_t>(row_);
+  if (property.type == PTText && value.getLogicalType() == LTString) {
+    guarded([&] { property.SetValue(row, value.getStringValue()); });
+    return true;
+  }
+  const std::int64_t* const number = value.getSignedValue();
+  if (property.type != PTInteger || number == nullptr) return false;
+  guarded([&] { property.SetIntValue(row, *number); });
+  return true;
 }
 
 }  // namespace cpi

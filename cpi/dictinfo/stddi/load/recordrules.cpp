@@ -130,7 +130,8 @@ bool isClass(std::int32_t code) {
   constexpr std::uint32_t kLetters = 1U << ('C' - 'C') | 1U << ('E' - 'C') | 1U << ('F' - 'C') |
                                      1U << ('M' - 'C') | 1U << ('S' - 'C') | 1U << ('T' - 'C');
   const std::uint32_t letter = static_cast<std::uint32_t>(code) - 'C';
-  return (letter < 32 && (kLetters >> letter & 1) != 0) || code == kNotSupplied;
+  // Without branches: the classes of neighbours follow no pattern.
+  return (((letter < 32) & (kLetters >> letter % 32)) | (code == kNotSupplied)) != 0;
 }
 
 Expectation classExpectation(std::int32_t code) {

@@ -118,6 +118,7 @@ void StdDictionaryHandler::storeKeyed(const char* name, std::int32_t refusedClas
     const std::int32_t id = integer(value);
     if (row_ == 0) keys.clear();
     keys.push_back(id);
+    quick_ = {ColumnKind::Key, field_, &openTable()};
     return;
   }
   if (row_ == 0 && openTable().rowCount == 0) createFromKeys(key, keys);
@@ -193,8 +194,12 @@ void StdDictionaryHandler::dataNamedProperty(const PWFData& value) {
   switch (field_) {
     case kPropertyTableMemberNameColumn:
       propertyTableMemberName_ = KelStringBase(text(value));
+      quick_ = {};
       break;
-    case kPropertyMemberNameColumn: propertyMemberName_ = KelStringBase(text(value)); break;
+    case kPropertyMemberNameColumn:
+      propertyMemberName_ = KelStringBase(text(value));
+      quick_ = {};
+      break;
     case kPropertyTextColumn: {
       const unsigned short* const propertyText = text(value);
       StringTable& property = openProperty(PTText);

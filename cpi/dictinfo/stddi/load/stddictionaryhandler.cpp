@@ -93,6 +93,7 @@ void StdDictionaryHandler::closeStructure(std::int32_t id) {
     endSection(id);
   } else if (id == kNamedPropertySection) {
     dataSection_ = section_;
+    quick_ = {};
   } else if (KelLog::isOn(LLDebug)) {
     KelLog::debug(nullptr, kEndElement, "WARNING: Should not have got an end element", {id});
   }
@@ -107,6 +108,7 @@ void StdDictionaryHandler::endSection(std::int32_t id) {
   dataSection_ = kNoSection;
   section_ = kNoSection;
   current_ = nullptr;
+  quick_ = {};
 }
 
 StdDictionaryHandler::DataFunction StdDictionaryHandler::dataFunction(

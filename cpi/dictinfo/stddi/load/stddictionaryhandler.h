@@ -7,9 +7,11 @@
 #ifndef CPI_DICTINFO_STDDI_LOAD_STDDICTIONARYHANDLER_H
 #define CPI_DICTINFO_STDDI_LOAD_STDDICTIONARYHANDLER_H
 
+#include <cstddef>
 #include <cstdint>
 #include <exception>
 #include <new>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -35,24 +37,26 @@ class StdDictionaryHandler final {
 
   // The same without items of the log, for when its filter is off.
   void open(std::int32_t id, unsigned short kind, std::int32_t index) {
-    if (kind > EKRepeatedField || section_ <= 0 || isFiltering_) return openStructure(id, kind);
+    // No section is open while a header is filtered.
+    if (kind > EKRepeatedField || section_ <= 0) return openStructure(id, kind);
     field_ = id;
     row_ = index;
   }
   void take(const PWFData& value) {
     if (!storeQuickly(value) && !storeLikeLast(value)) dispatch(value);
   }
+  std::size_t takeRun(std::int32_t id, unsigned short kind, std::int32_t index,
+                      std::span<const std::int64_t> values) noexcept;
   void close(std::int32_t id) {
-    if (id != field_ || isFiltering_) return closeStructure(id);
+    if (id != field_) return closeStructure(id);
     field_ = kNoColumn;
   }
 
-  // The dictionary that is filled: the one through which the events come.
+  // The dictionary that is filled: the one through which the events come. Null when the load has
+  // ended; copies of the dictionary may still hold this object.
   void setOwner(StdDictionaryInfo* owner) noexcept { owner_ = owner; }
   StdDictionaryInfo* owner() const noexcept { return owner_; }
-  // Whether the load has ended; copies of the dictionary may still hold this object.
-  bool isFinished() const noexcept { return isFinished_; }
-  void finish() noexcept { isFinished_ = true; }
+  void finish() noexcept { owner_ = nullptr; }
 
  private:
   using DataFunction = void (StdDictionaryHandler::*)(const PWFData&);
@@ -106,13 +110,14 @@ class StdDictionaryHandler final {
                   const PWFData& value);
   // The named property of the open item; created by the item of row 0.
   StringTable& openProperty(std::int32_t type);
+  bool storePropertyLikeLast(const PWFData& value);
 
   // Items. They come column by column: what the first item of a column has found out serves those
   // behind it. False when the item needs a closer look; nothing has changed then.
   bool storeQuickly(const PWFData& value) noexcept {
-    const bool isOpen = quick_.column == field_ && quick_.section == dataSection_;
+    if (quick_.column != field_ || quick_.kind != ColumnKind::Integer) return false;
     const std::int64_t* const number = value.getSignedValue();
-    if (!isOpen || quick_.kind != ColumnKind::Integer || number == nullptr) return false;
+    if (number == nullptr) return false;
     const auto narrow = static_cast<std::int32_t>(*number);
     const auto row = static_cast<std::uint32_t>(row_);
     const auto rows = static_cast<std::uint32_t>(quick_.table->rowCount);
@@ -122,6 +127,9 @@ class StdDictionaryHandler final {
     return true;
   }
   bool storeLikeLast(const PWFData& value);
+  std::size_t collectRun(std::int32_t index, std::span<const std::int64_t> values) noexcept;
+  template <class Field>
+  std::size_t storeRun(std::int32_t index, std::span<const std::int64_t> values) noexcept;
   void collectText(std::vector<KelStringBase>& list, const PWFData& value);
   void storeItem(const Column& column, const PWFData& value);
   void storeClass(const Column& column, const PWFData& value, const ErrorSite& site);
@@ -149,16 +157,16 @@ class StdDictionaryHandler final {
   template <class Step>
   void guarded(Step step) const;
 
-  // The column that was stored to last, unless its kind is Ignored: then none of this section.
+  // The column that was stored to last, unless its kind is Ignored: then none since a section began
+  // or ended. A Key is collected, a Value is one of a named property.
   struct QuickColumn {
     ColumnKind kind = ColumnKind::Ignored;
-    std::int32_t section = kNoSection;
     std::int32_t column = kNoColumn;
     const DictTable* table = nullptr;
     std::uint32_t recordSize = 0;
     std::uint32_t offset = 0;
   };
-  // The text column that was stored to last, and the number of properties its table had then.
+  // The property that was stored to last, and the number of properties its table had then.
   struct TextColumn {
     const DictTable* table = nullptr;
     std::size_t properties = 0;
@@ -168,17 +176,17 @@ class StdDictionaryHandler final {
   StdDictionaryInfo* owner_;
   const LoadLimits limits_;
   void storesTo(const Column& column) noexcept {
-    quick_ = {column.kind, section_, field_, &openTable(), current_->recordSize, column.offset};
+    quick_ = {column.kind, field_, &openTable(), current_->recordSize, column.offset};
   }
   QuickColumn quick_;
   TextColumn texts_;
+  TextColumn property_;
   std::int32_t section_ = kNoSection;      // the open table section
   std::int32_t dataSection_ = kNoSection;  // whose data function gets the items
   std::int32_t field_ = kNoColumn;         // column of the open field item
   std::int32_t row_ = kNone;               // row of the open field item
   bool identificationSeen_ = false;
-  bool isFiltering_ = false;  // an old-style header is being skipped
-  bool isFinished_ = false;
+  bool isFiltering_ = false;          // an old-style header is being skipped
   const char* operation_ = "";        // the event in progress
   std::int32_t valueRow_ = 0;         // next Values row
   const Section* current_ = nullptr;  // of section_

@@ -12,20 +12,9 @@ constexpr const char* kMoveToFirstChild = "StdDictionaryIterator::moveToFirstChi
 
 }  // namespace
 
-bool StdDictionaryIterator::moveToParent() {
-  if (KelLog::isOn(LLDebug)) {
-    KelOperation operation(this, kMoveToParent);
-    return operation.returns(goToParent());
-  }
-  return goToParent();
-}
-
-bool StdDictionaryIterator::goToParent() {
+// Up, past anonymous groups; without log items.
+inline bool StdDictionaryIterator::goToParent() noexcept {
   positionStackSaved = false;
-  if (dictionaryInfo == nullptr) {
-    throwParserError(nullptr, siteOf(kIteratorSource, kMoveToParent),
-                     CP_DICT_ITERATOR_NOT_INITIALISED, "null dictionary pointer");
-  }
   if (positionStack.empty()) return false;
   do {
     // A marker goes together with the member that it stands on.
@@ -36,14 +25,20 @@ bool StdDictionaryIterator::goToParent() {
   return true;
 }
 
-bool StdDictionaryIterator::moveToFirstChild() {
-  return moveToFirstChild(SearchDef(STAny, kNone), true, true);
+bool StdDictionaryIterator::moveToParent() {
+  return dictionaryInfo == nullptr || KelLog::isOn(LLDebug) ? leaveElement() : goToParent();
 }
 
-bool StdDictionaryIterator::moveToFirstChildMemberId(std::int32_t memberId, bool enforceRequired) {
-  if (dictionaryInfo == nullptr) return moveToFirstChild();  // which refuses it
-  return moveToFirstChild(SearchDef(STMember, dictionaryInfo->getStructDefIndexFromMbrID(memberId)),
-                          true, enforceRequired);
+bool StdDictionaryIterator::leaveElement() {
+  KelOperation operation(this, kMoveToParent);
+  if (dictionaryInfo != nullptr) return operation.returns(goToParent());
+  positionStackSaved = false;
+  throwParserError(nullptr, siteOf(kIteratorSource, kMoveToParent),
+                   CP_DICT_ITERATOR_NOT_INITIALISED, "null dictionary pointer");
+}
+
+bool StdDictionaryIterator::moveToFirstChild() {
+  return moveToFirstChild(SearchDef(STAny, kNone), true, true);
 }
 
 bool StdDictionaryIterator::moveToFirstChildSimpleType(ELogicalType logicalType,

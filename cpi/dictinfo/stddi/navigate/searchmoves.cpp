@@ -1,4 +1,5 @@
-// The search moves of the iterator: their entry checks, and the stack when an exception leaves.
+// The search moves of the iterator: their entry checks, and the stack when an exception leaves. And
+// what moves by tag and by name do where the element is none of the next members.
 #include "cpi/dictinfo/stddi/navigate/search.h"
 #include "cpi/dictinfo/stddi/navigate/stackguard.h"
 
@@ -62,6 +63,43 @@ bool StdDictionaryIterator::searchBestPosition(const SearchDef& search, const Pa
   PositionSearch engine(*this, kBestPosition, search, false, false);
   engine.passOver(passing);
   return operation.returns(engine.findBestPosition(replaceCurrent));
+}
+
+bool StdDictionaryIterator::findFirstChildTagId(std::int32_t tagId, bool allowUndefined,
+                                                bool enforceRequired) {
+  if (dictionaryInfo == nullptr) return moveToFirstChild();  // which refuses it
+  const std::int32_t row = dictionaryInfo->getTagDefIndex(tagId);
+  const Passing passing = passingForTag(row);
+  if (passing.members != nullptr && goToChild(passing, row)) return true;
+  SearchDef search(STTagId, row);
+  return moveToChild(search, KelStringBase(), passing, allowUndefined, enforceRequired);
+}
+
+bool StdDictionaryIterator::findFirstChildTagName(const unsigned short* name,
+                                                  const KelStringBase& namespaceURI,
+                                                  Passing passing, bool allowUndefined,
+                                                  bool enforceRequired) {
+  if (passing.key != kNone && goToChild(passing, kNone)) return true;
+  SearchDef search(STTagName, name, passing.members != nullptr ? KelStringBase() : namespaceURI);
+  return moveToChild(search, namespaceURI, passing, allowUndefined, enforceRequired);
+}
+
+bool StdDictionaryIterator::findNextSiblingTagId(std::int32_t tagId, bool allowUndefined,
+                                                 bool enforceRequired) {
+  if (dictionaryInfo == nullptr) return moveToNextSibling();  // which refuses it
+  const std::int32_t row = dictionaryInfo->getTagDefIndex(tagId);
+  const Passing passing = passingForTag(row);
+  if (passing.members != nullptr && goToPeer(passing, row)) return true;
+  SearchDef search(STTagId, row);
+  return moveToPeer(search, KelStringBase(), passing, allowUndefined, enforceRequired);
+}
+
+bool StdDictionaryIterator::findNextSiblingTagName(const unsigned short* name,
+                                                   const KelStringBase& namespaceURI,
+                                                   Passing passing, bool enforceRequired) {
+  if (passing.key != kNone && goToPeer(passing, kNone)) return true;
+  SearchDef search(STTagName, name, passing.members != nullptr ? KelStringBase() : namespaceURI);
+  return moveToPeer(search, namespaceURI, passing, true, enforceRequired);
 }
 
 }  // namespace cpi

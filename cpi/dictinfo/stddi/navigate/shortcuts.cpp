@@ -1,7 +1,7 @@
-// Moves by tag and by name, and those among them whose outcome the index tells at once. Such a
-// shortcut shows first that the search would come to the same, and otherwise leaves everything to
-// the search: it answers false and has changed nothing.
-#include "cpi/dictinfo/stddi/navigate/navigation.h"
+// Moves by tag, by name and by member, and those among them whose outcome the index tells at once.
+// Such a shortcut shows first that the search would come to the same, and otherwise leaves
+// everything to the search: it answers false and has changed nothing.
+#include "cpi/dictinfo/stddi/navigate/route.h"
 #include "cpi/dictinfo/stddi/query/lookupindex.h"
 
 namespace cpi {
@@ -15,15 +15,6 @@ constexpr std::int32_t kNoRow = MemberIndex::kNoRow;
 const SMD_TYPE_DEFINITION* typeBelow(const MemberIndex& members,
                                      const DictionaryPosition& entry) noexcept {
   return entry.memberIndex >= 0 || entry.tagIndex >= 0 ? members.type(entry.typeIndex) : nullptr;
-}
-
-// Members follow one another, and none was matched yet: the search goes through all of them.
-bool isPassedThrough(const SMD_TYPE_DEFINITION& type) noexcept {
-  return type.Composition >= TYPE_CHOICE && type.Composition <= TYPE_MESSAGE;
-}
-
-bool isInOrder(const SMD_TYPE_DEFINITION& type) noexcept {
-  return type.Composition == TYPE_SEQUENCE || type.Composition == TYPE_ORDERED;
 }
 
 // Whether one more occurrence is within the limit.
@@ -43,9 +34,36 @@ bool isAmong(const MemberIndex& members, std::int32_t row, std::int32_t other,
          (members.runOf(row) < 0 || members.find(row, key) != kNoRow);
 }
 
-DictionaryPosition matchedPosition(const StdDictionaryInfo* dictionary, std::int32_t row,
-                                   const Member& member) noexcept {
-  return {dictionary, row, member.toTagIndex, member.toTypeIndex, kPathInfoUnknown, 0, NTUndefined};
+// What a move looks for: a tag, or any of the tags of a key.
+struct SoughtTag {
+  std::int32_t tagIndex;
+
+  bool isMetBy(std::int32_t tag) const noexcept { return tag == tagIndex; }
+};
+struct SoughtKey {
+  const MemberIndex& members;
+  std::int32_t key;
+
+  bool isMetBy(std::int32_t tag) const noexcept {
+    return members.tag(tag) != nullptr && members.keyOfTag(tag) == key;
+  }
+};
+
+// The first of a few members from `row` on, rows of the parent type, that is what is looked for; -1
+// where it is none of these or a group may stand in front of it. Most messages leave out few
+// members, and then the index need not be asked.
+template <class Sought>
+std::int32_t nearMember(const MemberIndex& members, std::int32_t row, std::int32_t parentTypeId,
+                        const Sought& sought) noexcept {
+  constexpr std::int32_t kNearMembers = 3;
+  for (const std::int32_t end = row + kNearMembers; row < end; ++row) {
+    const Member* const member = members.member(row);
+    if (member == nullptr || member->ParentTypeId != parentTypeId || member->toTagIndex == kNone) {
+      return kNone;
+    }
+    if (sought.isMetBy(member->toTagIndex)) return row;
+  }
+  return kNone;
 }
 
 // Whether the row is a member of the tag, or of any tag when it is -1, and not a group.
@@ -53,65 +71,17 @@ bool isOfTag(const MemberIndex& members, std::int32_t row, std::int32_t tagIndex
   return row != kNoRow && (tagIndex == kNone || members.member(row)->toTagIndex == tagIndex);
 }
 
-// The way to a member from one level of the model: the groups to enter, and the member itself.
-class Route {
- public:
-  explicit Route(const MemberIndex& members) noexcept : members_(members) {}
-
-  // Finds the first member from `first` on that a search would come to: with no group in front of
-  // it that is entered in vain, here and in each group that it enters, and none in front that
-  // closes a group. `tagIndex` is the only tag to accept, or -1.
-  bool find(std::int32_t first, std::int32_t key, std::int32_t tagIndex) noexcept {
-    if (!addMember(first, key)) return false;
-    while (members_.nextGroup(rows_[count_ - 1]) == rows_[count_ - 1]) {
-      const SMD_TYPE_DEFINITION& type =
-          *members_.type(members_.member(rows_[count_ - 1])->toTypeIndex);
-      if (count_ == kMaximumGroups || !isPassedThrough(type) ||
-          !addMember(type.ToTypeMbrIndex, key)) {
-        return false;
-      }
-      if (isInOrder(type) && isClosedBefore(type.ToTypeMbrIndex, count_ - 1)) return false;
-    }
-    return tagIndex == kNone || members_.member(rows_[count_ - 1])->toTagIndex == tagIndex;
-  }
-  bool entersGroups() const noexcept { return count_ > 1; }
-  // Whether a member that must occur stands between the first of a group and the one found in it:
-  // a search that has entered the group does not pass over that.
-  bool isClosedBefore(std::int32_t first, std::size_t level = 0) const noexcept {
-    return members_.nextRequired(first) < rows_[level];
-  }
-  // Makes room, so that append does not throw.
-  void makeRoom(std::vector<DictionaryPosition>& stack) const {
-    if (stack.capacity() - stack.size() < count_) stack.reserve(2 * (stack.size() + count_));
-  }
-  void append(std::vector<DictionaryPosition>& stack, const StdDictionaryInfo* dictionary) const {
-    for (std::size_t i = 0; i < count_; ++i) {
-      stack.push_back(matchedPosition(dictionary, rows_[i], *members_.member(rows_[i])));
-    }
-  }
-
- private:
-  static constexpr std::size_t kMaximumGroups = 8;
-
-  // The first row that carries the key or leads to it, unless it is behind another group.
-  bool addMember(std::int32_t first, std::int32_t key) noexcept {
-    if (members_.member(first) == nullptr || members_.runOf(first) < 0) return false;
-    const std::int32_t row = members_.find(first, key);
-    if (row == kNoRow || members_.nextGroup(first) < row) return false;
-    rows_[count_++] = row;
-    return true;
-  }
-
-  const MemberIndex& members_;
-  std::size_t count_ = 0;
-  std::int32_t rows_[kMaximumGroups + 1];
-};
+// Whether a search for the member `row` that starts at `first` comes to it past members alone.
+bool leadsTo(const MemberIndex& members, std::int32_t first, std::int32_t row) noexcept {
+  return first <= row && members.member(first) != nullptr && isBeside(members, row, first) &&
+         members.runOf(row) >= 0 && members.nextGroup(first) > row;
+}
 
 }  // namespace
 
 // How a search may pass over members that it would look at in vain; every member is looked at where
 // the log tells of it, and where nothing was derived from the tables.
-Passing StdDictionaryIterator::passing() const noexcept {
+inline Passing StdDictionaryIterator::passing() const noexcept {
   if (isStepByStep || dictionaryInfo == nullptr || KelLog::isOn(LLTrace)) return {};
   const LookupIndex* const index = dictionaryInfo->index();
   return {index == nullptr ? nullptr : index->members(), kNone};
@@ -125,8 +95,8 @@ Passing StdDictionaryIterator::passingForTag(std::int32_t tagIndex) const noexce
 }
 
 // No name is one that the search refuses.
-Passing StdDictionaryIterator::passingForName(const unsigned short* name,
-                                              const KelStringBase& namespaceURI) const noexcept {
+inline Passing StdDictionaryIterator::passingForName(
+    const unsigned short* name, const KelStringBase& namespaceURI) const noexcept {
   Passing found = name == nullptr || *name == 0 ? Passing() : passing();
   if (found.members != nullptr) {
     found.key = found.members->names().keyOf(textView(name), namespaceURI.view());
@@ -143,21 +113,44 @@ Passing StdDictionaryIterator::passingFor(const SearchDef& search) const noexcep
   }
 }
 
+// The type of the current entry, where the index can tell how a search goes on from the first of
+// its members; null otherwise.
+inline const SMD_TYPE_DEFINITION* StdDictionaryIterator::typeOfChildren(
+    const MemberIndex& members) const noexcept {
+  if (positionStack.empty() || positionStack.size() > kMaximumPassingDepth) return nullptr;
+  const DictionaryPosition& parent = positionStack.back();
+  const SMD_TYPE_DEFINITION* const type = typeBelow(members, parent);
+  const bool isRegular = type != nullptr && type->LogicalType <= 0 && parent.repeatIndex >= 0 &&
+                         isPassedThrough(*type);
+  return isRegular ? type : nullptr;
+}
+
+// A first child that is one of the first members of the current type.
+template <class Sought>
+inline bool StdDictionaryIterator::goToNearChild(const MemberIndex& members, const Sought& sought) {
+  const SMD_TYPE_DEFINITION* const type = typeOfChildren(members);
+  const Member* const first = type == nullptr ? nullptr : members.member(type->ToTypeMbrIndex);
+  if (first == nullptr) return false;
+  const std::int32_t row = nearMember(members, type->ToTypeMbrIndex, first->ParentTypeId, sought);
+  if (row < 0) return false;
+  positionStack.push_back(matchedPosition(dictionaryInfo, row, *members.member(row)));
+  positionStackSaved = false;
+  return true;
+}
+
 // The first child that is a member of the current type, or of a group in it.
 bool StdDictionaryIterator::goToChild(Passing passing, std::int32_t tagIndex) {
-  if (positionStack.empty() || positionStack.size() > kMaximumPassingDepth) return false;
-  const DictionaryPosition& parent = positionStack.back();
-  const SMD_TYPE_DEFINITION* const type = typeBelow(*passing.members, parent);
-  if (type == nullptr || type->LogicalType > 0 || parent.repeatIndex < 0) return false;
+  const MemberIndex& members = *passing.members;
+  const SMD_TYPE_DEFINITION* const type = typeOfChildren(members);
+  if (type == nullptr) return false;
   const std::int32_t first = type->ToTypeMbrIndex;
-  if (!isPassedThrough(*type)) return false;
-  const std::int32_t row = passing.members->findBeforeGroups(first, passing.key);
-  if (isOfTag(*passing.members, row, tagIndex)) {
-    positionStack.push_back(matchedPosition(dictionaryInfo, row, *passing.members->member(row)));
+  const std::int32_t row = members.findBeforeGroups(first, passing.key);
+  if (isOfTag(members, row, tagIndex)) {
+    positionStack.push_back(matchedPosition(dictionaryInfo, row, *members.member(row)));
     positionStackSaved = false;
     return true;
   }
-  Route route(*passing.members);
+  Route route(members);
   if (!route.find(first, passing.key, tagIndex)) return false;
   route.makeRoom(positionStack);
   if (route.entersGroups()) {
@@ -169,23 +162,56 @@ bool StdDictionaryIterator::goToChild(Passing passing, std::int32_t tagIndex) {
   return true;
 }
 
-// The current member once more, a member behind it at its level, or one of its group begun again.
-bool StdDictionaryIterator::goToPeer(Passing passing, std::int32_t tagIndex) {
+// The type of the current member's level, where the index can tell how a search goes on from that
+// member; null otherwise.
+inline const SMD_TYPE_DEFINITION* StdDictionaryIterator::typeOfPeers(
+    const MemberIndex& members) const noexcept {
   const std::size_t size = positionStack.size();
-  if (size < 2 || size > kMaximumPassingDepth) return false;
-  const MemberIndex& members = *passing.members;
+  if (size < 2 || size > kMaximumPassingDepth) return nullptr;
   const DictionaryPosition& current = positionStack[size - 1];
   const DictionaryPosition& parent = positionStack[size - 2];
   const Member* const member = members.member(current.memberIndex);
   const SMD_TYPE_DEFINITION* const type = typeBelow(members, parent);
-  if (member == nullptr || type == nullptr || current.repeatIndex < 0 || parent.repeatIndex < 0 ||
-      current.tagIndex != member->toTagIndex || type->Composition == TYPE_MESSAGE) {
-    return false;
-  }
-  const std::int32_t key = members.keyOfTag(current.tagIndex);
-  if (key == kNone) return false;
-  if (tagIndex == kNone ? key == passing.key : current.tagIndex == tagIndex) {
-    return (mayOccurAgain(*member, current.repeatIndex) || isInAnyOrder(*type)) && goToSame();
+  const bool isRegular = member != nullptr && type != nullptr && current.repeatIndex >= 0 &&
+                         parent.repeatIndex >= 0 && current.tagIndex == member->toTagIndex &&
+                         members.tag(current.tagIndex) != nullptr &&
+                         type->Composition != TYPE_MESSAGE;
+  return isRegular ? type : nullptr;
+}
+
+// Whether the current member may occur once more at its level.
+inline bool StdDictionaryIterator::maySeeAgain(const MemberIndex& members,
+                                               const SMD_TYPE_DEFINITION& type) const noexcept {
+  const DictionaryPosition& current = positionStack.back();
+  return mayOccurAgain(*members.member(current.memberIndex), current.repeatIndex) ||
+         isInAnyOrder(type);
+}
+
+// The current member once more, or one of the next behind it.
+template <class Sought>
+inline bool StdDictionaryIterator::goToNearPeer(const MemberIndex& members, const Sought& sought) {
+  const SMD_TYPE_DEFINITION* const type = typeOfPeers(members);
+  if (type == nullptr) return false;
+  DictionaryPosition& current = positionStack.back();
+  if (sought.isMetBy(current.tagIndex)) return maySeeAgain(members, *type) && goToSame();
+  if (!isInOrder(*type)) return false;
+  const std::int32_t parentTypeId = members.member(current.memberIndex)->ParentTypeId;
+  const std::int32_t row = nearMember(members, current.memberIndex + 1, parentTypeId, sought);
+  if (row < 0) return false;
+  current = matchedPosition(dictionaryInfo, row, *members.member(row));
+  positionStackSaved = false;
+  return true;
+}
+
+// The current member once more, a member behind it at its level, or one of its group begun again.
+bool StdDictionaryIterator::goToPeer(Passing passing, std::int32_t tagIndex) {
+  const MemberIndex& members = *passing.members;
+  const SMD_TYPE_DEFINITION* const type = typeOfPeers(members);
+  if (type == nullptr) return false;
+  const DictionaryPosition& current = positionStack.back();
+  if (tagIndex == kNone ? members.keyOfTag(current.tagIndex) == passing.key
+                        : current.tagIndex == tagIndex) {
+    return maySeeAgain(members, *type) && goToSame();
   }
   if (isInOrder(*type)) {
     return goToMember(passing, tagIndex, current.memberIndex + 1) ||
@@ -194,6 +220,30 @@ bool StdDictionaryIterator::goToPeer(Passing passing, std::int32_t tagIndex) {
   }
   if (isInAnyOrder(*type)) return goToMember(passing, tagIndex, type->ToTypeMbrIndex);
   return type->Composition == TYPE_CHOICE && goToNextRound(passing, tagIndex, *type);
+}
+
+// The first child that is this very member.
+bool StdDictionaryIterator::goToChildMember(std::int32_t row) {
+  const MemberIndex* const members = passing().members;
+  const SMD_TYPE_DEFINITION* const type = members == nullptr ? nullptr : typeOfChildren(*members);
+  if (type == nullptr || !leadsTo(*members, type->ToTypeMbrIndex, row)) return false;
+  positionStack.push_back(matchedPosition(dictionaryInfo, row, *members->member(row)));
+  positionStackSaved = false;
+  return true;
+}
+
+// This very member: the current one once more, or another at its level.
+bool StdDictionaryIterator::goToPeerMember(std::int32_t row) {
+  const MemberIndex* const members = passing().members;
+  const SMD_TYPE_DEFINITION* const type = members == nullptr ? nullptr : typeOfPeers(*members);
+  if (type == nullptr || !isPassedThrough(*type)) return false;
+  DictionaryPosition& current = positionStack.back();
+  if (row == current.memberIndex) return maySeeAgain(*members, *type) && goToSame();
+  const std::int32_t first = isInAnyOrder(*type) ? type->ToTypeMbrIndex : current.memberIndex + 1;
+  if (!leadsTo(*members, first, row) || !isBeside(*members, row, current.memberIndex)) return false;
+  current = matchedPosition(dictionaryInfo, row, *members->member(row));
+  positionStackSaved = false;
+  return true;
 }
 
 bool StdDictionaryIterator::goToSame() noexcept {
@@ -261,44 +311,57 @@ std::int32_t StdDictionaryIterator::keyOfName(const StdDictionaryInfo& dictionar
 }
 
 bool StdDictionaryIterator::goToFirstChild(std::int32_t key) {
-  Passing known = passing();
-  known.key = key;
-  return known.members != nullptr && key != kNone && goToChild(known, kNone);
+  const MemberIndex* const members = passing().members;
+  if (members == nullptr || key == kNone) return false;
+  return goToNearChild(*members, SoughtKey{*members, key}) || goToChild({members, key}, kNone);
 }
 
 bool StdDictionaryIterator::goToNextSibling(std::int32_t key) {
-  Passing known = passing();
-  known.key = key;
-  return known.members != nullptr && key != kNone && goToPeer(known, kNone);
+  const MemberIndex* const members = passing().members;
+  if (members == nullptr || key == kNone) return false;
+  return goToNearPeer(*members, SoughtKey{*members, key}) || goToPeer({members, key}, kNone);
+}
+
+bool StdDictionaryIterator::moveToFirstChildMemberId(std::int32_t memberId, bool enforceRequired) {
+  if (dictionaryInfo == nullptr) return moveToFirstChild();  // which refuses it
+  const std::int32_t row = dictionaryInfo->getStructDefIndexFromMbrID(memberId);
+  return goToChildMember(row) || moveToFirstChild(SearchDef(STMember, row), true, enforceRequired);
+}
+
+bool StdDictionaryIterator::moveToNextSiblingMemberId(std::int32_t memberId, bool enforceRequired) {
+  if (dictionaryInfo == nullptr) return moveToNextSibling();  // which refuses it
+  const std::int32_t row = dictionaryInfo->getStructDefIndexFromMbrID(memberId);
+  return goToPeerMember(row) ||
+         moveToSibling(SearchDef(STMember, row), true, true, enforceRequired);
 }
 
 bool StdDictionaryIterator::moveToFirstChildTagId(std::int32_t tagId, bool allowUndefined,
                                                   bool enforceRequired) {
-  if (dictionaryInfo == nullptr) return moveToFirstChild();  // which refuses it
-  const std::int32_t row = dictionaryInfo->getTagDefIndex(tagId);
-  const Passing passing = passingForTag(row);
-  if (passing.members != nullptr && goToChild(passing, row)) return true;
-  SearchDef search(STTagId, row);
-  return moveToChild(search, KelStringBase(), passing, allowUndefined, enforceRequired);
+  if (const MemberIndex* const members = passing().members; members != nullptr) {
+    const std::int32_t row = dictionaryInfo->getTagDefIndex(tagId);
+    if (row >= 0 && goToNearChild(*members, SoughtTag{row})) return true;
+  }
+  return findFirstChildTagId(tagId, allowUndefined, enforceRequired);
+}
+
+bool StdDictionaryIterator::moveToNextSiblingTagId(std::int32_t tagId, bool allowUndefined,
+                                                   bool enforceRequired) {
+  if (const MemberIndex* const members = passing().members; members != nullptr) {
+    const std::int32_t row = dictionaryInfo->getTagDefIndex(tagId);
+    if (row >= 0 && goToNearPeer(*members, SoughtTag{row})) return true;
+  }
+  return findNextSiblingTagId(tagId, allowUndefined, enforceRequired);
 }
 
 bool StdDictionaryIterator::moveToFirstChildTagName(const unsigned short* name,
                                                     const KelStringBase& namespaceURI,
                                                     bool allowUndefined, bool enforceRequired) {
   const Passing passing = passingForName(name, namespaceURI);
-  if (passing.members != nullptr && goToChild(passing, kNone)) return true;
-  SearchDef search(STTagName, name, passing.members != nullptr ? KelStringBase() : namespaceURI);
-  return moveToChild(search, namespaceURI, passing, allowUndefined, enforceRequired);
-}
-
-bool StdDictionaryIterator::moveToNextSiblingTagId(std::int32_t tagId, bool allowUndefined,
-                                                   bool enforceRequired) {
-  if (dictionaryInfo == nullptr) return moveToNextSibling();  // which refuses it
-  const std::int32_t row = dictionaryInfo->getTagDefIndex(tagId);
-  const Passing passing = passingForTag(row);
-  if (passing.members != nullptr && goToPeer(passing, row)) return true;
-  SearchDef search(STTagId, row);
-  return moveToPeer(search, KelStringBase(), passing, allowUndefined, enforceRequired);
+  if (passing.key != kNone &&
+      goToNearChild(*passing.members, SoughtKey{*passing.members, passing.key})) {
+    return true;
+  }
+  return findFirstChildTagName(name, namespaceURI, passing, allowUndefined, enforceRequired);
 }
 
 bool StdDictionaryIterator::moveToNextSiblingTagName(const unsigned short* name,
@@ -306,9 +369,11 @@ bool StdDictionaryIterator::moveToNextSiblingTagName(const unsigned short* name,
                                                      bool /*allowUndefined*/,
                                                      bool enforceRequired) {
   const Passing passing = passingForName(name, namespaceURI);
-  if (passing.members != nullptr && goToPeer(passing, kNone)) return true;
-  SearchDef search(STTagName, name, passing.members != nullptr ? KelStringBase() : namespaceURI);
-  return moveToPeer(search, namespaceURI, passing, true, enforceRequired);
+  if (passing.key != kNone &&
+      goToNearPeer(*passing.members, SoughtKey{*passing.members, passing.key})) {
+    return true;
+  }
+  return findNextSiblingTagName(name, namespaceURI, passing, enforceRequired);
 }
 
 }  // namespace cpi

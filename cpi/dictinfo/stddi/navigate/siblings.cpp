@@ -25,12 +25,6 @@ bool StdDictionaryIterator::moveToNextSibling() {
   return moveToSibling(SearchDef(STAny, kNone), true, true, true);
 }
 
-bool StdDictionaryIterator::moveToNextSiblingMemberId(std::int32_t memberId, bool enforceRequired) {
-  if (dictionaryInfo == nullptr) return moveToNextSibling();  // which refuses it
-  return moveToSibling(SearchDef(STMember, dictionaryInfo->getStructDefIndexFromMbrID(memberId)),
-                       true, true, enforceRequired);
-}
-
 bool StdDictionaryIterator::moveToNextSiblingSimpleType(ELogicalType logicalType,
                                                         bool allowUndefined, bool enforceRequired) {
   return moveToSibling(SearchDef(STSimpleType, logicalType), true, allowUndefined, enforceRequired);

@@ -6,7 +6,6 @@
 #ifndef CPI_DICTINFO_STDDI_QUERY_ELEMENTNAMES_H
 #define CPI_DICTINFO_STDDI_QUERY_ELEMENTNAMES_H
 
-#include <algorithm>
 #include <cstdint>
 #include <string_view>
 
@@ -58,12 +57,9 @@ class ElementNames {
     names_.visitArrays(visit);
   }
   bool isSound() const noexcept {
-    const auto rows = static_cast<std::uint32_t>(tags_.rowCount());
-    const auto isInside = [rows](std::int32_t key) {
-      return key == kNone || static_cast<std::uint32_t>(key) < rows;
-    };
-    return keys_.size() == rows && std::ranges::all_of(keys_, isInside) &&
-           names_.isSound(tags_.rowCount());
+    const std::int32_t rows = tags_.rowCount();
+    return keys_.size() == static_cast<std::uint32_t>(rows) &&
+           areRowsOrNone(keys_.elements(), rows) && names_.isSound(rows);
   }
 
   // False when the names were made to collide: then nothing here is of use.

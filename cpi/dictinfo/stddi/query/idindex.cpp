@@ -7,6 +7,8 @@
 #include <span>
 #include <utility>
 
+#include "cpi/dictinfo/stddi/query/rangecheck.h"
+
 namespace cpi {
 
 namespace {
@@ -82,10 +84,10 @@ void KeyIndex::setHash() noexcept {
 
 bool KeyIndex::adopt(std::int32_t rowCount) noexcept {
   if (factors_.empty() && slots_.empty()) return true;
-  bool areRows = true;
-  for (const KeyHash::Slot& slot : slots_) {
-    areRows &= static_cast<std::uint32_t>(slot.row) < static_cast<std::uint32_t>(rowCount);
-  }
+  const bool areRows = areAllUnmarked(slots_.elements(), [rowCount](const KeyHash::Slot& slot) {
+    const auto row = static_cast<std::uint32_t>(slot.row);
+    return row | (static_cast<std::uint32_t>(rowCount) - 1 - row);
+  });
   constexpr std::size_t kMaximumSlots = std::numeric_limits<std::uint32_t>::max();
   if (!areRows || slots_.empty() || slots_.size() > kMaximumSlots || factors_.size() < 2 ||
       !std::has_single_bit(factors_.size())) {
@@ -147,12 +149,9 @@ bool IdIndex::adopt(std::int32_t rowCount) noexcept {
     if (places_.size() < kFirstRow) return false;
     const std::int32_t* const places = std::as_const(places_).data();
     const std::span rows(places + kFirstRow, places_.size() - kFirstRow);
-    const auto limit = static_cast<std::uint32_t>(rowCount);
-    // No row, -1, is one less than row 0.
-    bool areRows = true;
-    for (const std::int32_t row : rows) areRows &= static_cast<std::uint32_t>(row) + 1 <= limit;
-    const std::size_t reached = rows.empty() ? limit : rows.size();
-    if (!areRows || static_cast<std::uint32_t>(places[1]) > reached) return false;
+    const std::size_t reached = rows.empty() ? static_cast<std::size_t>(rowCount) : rows.size();
+    if (!areRowsOrNone(rows, rowCount) || static_cast<std::uint32_t>(places[1]) > reached)
+      return false;
   }
   setLookup();
   return true;

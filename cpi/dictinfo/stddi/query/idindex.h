@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
+#include <utility>
 #include <vector>
 
 #include "cpi/dictinfo/stddi/idlookup.h"
@@ -95,10 +96,14 @@ IdIndex::IdIndex(std::int32_t rowCount, IdOf idOf) {
   for (std::int32_t row = 1; row < rowCount; ++row) {
     if (idOf(row) <= idOf(row - 1)) return;
   }
-  const std::int32_t low = rowCount == 0 ? 0 : idOf(0);
-  const std::int64_t places = rowCount == 0 ? 0 : std::int64_t{idOf(rowCount - 1)} - low + 1;
+  std::int32_t low = rowCount == 0 ? 0 : idOf(0);
+  std::int64_t places = rowCount == 0 ? 0 : std::int64_t{idOf(rowCount - 1)} - low + 1;
   if (places <= kPlacesPerId * rowCount) {
     const bool isConsecutive = places == rowCount;
+    // An array that begins with id 0 is the quickest, where it is not much longer.
+    if (!isConsecutive && low > 0 && places + low <= kPlacesPerId * rowCount) {
+      places += std::exchange(low, 0);
+    }
     const auto count = kFirstRow + (isConsecutive ? 0 : static_cast<std::size_t>(places));
     places_ = IndexArray<std::int32_t>(count, kNone);
     places_[0] = low;

@@ -46,6 +46,7 @@ class IndexArray {
   const T* data() const noexcept { return view_.data(); }
   const T* begin() const noexcept { return view_.data(); }
   const T* end() const noexcept { return view_.data() + view_.size(); }
+  std::span<const T> elements() const noexcept { return view_; }
   std::size_t size() const noexcept { return view_.size(); }
   bool empty() const noexcept { return view_.empty(); }
   std::size_t bytes() const noexcept { return view_.size_bytes(); }

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "cpi/dictinfo/stddi/query/rangecheck.h"
+
 namespace cpi {
 
 namespace {
@@ -269,19 +271,20 @@ bool MemberIndex::isGroup(std::int32_t row) const noexcept {
 
 bool MemberIndex::isSound() const noexcept {
   if (slots_.empty() || groupSlots_.empty()) return false;
-  // A free slot, -1, is one less than row 0.
-  const auto isRow = [this](std::int32_t row) {
-    return static_cast<std::uint32_t>(row) + 1 <= memberCount_;
-  };
-  bool areRows = places_.empty() || places_.size() == memberCount_;
-  for (const std::int32_t slot : slots_) areRows &= isRow(slot);
-  for (const GroupSlot& slot : groupSlots_) areRows &= isRow(slot.row);
+  const auto rowCount = static_cast<std::int32_t>(memberCount_);
+  bool areRows = (places_.empty() || places_.size() == memberCount_) &&
+                 areRowsOrNone(slots_.elements(), rowCount) &&
+                 areAllUnmarked(groupSlots_.elements(), [rowCount](const GroupSlot& slot) {
+                   return markUnlessRowOrNone(slot.row, rowCount);
+                 });
   if (!areRows || places_.empty()) return areRows;
   for (std::uint32_t row = 0; row < memberCount_; ++row) {
     const Place& place = places_[row];
     const std::uint32_t left = memberCount_ - row;  // distances are less, or lead nowhere
-    const auto leadsToRow = [left](Distance distance) {
-      return (distance < left) | (distance >= kUnindexed);
+    // The two that lead nowhere, the largest there are, become 0 and 1.
+    static_assert(static_cast<Distance>(kUnindexed + 2) == 0);
+    const auto leadsToRow = [left](Distance distance) -> unsigned {
+      return static_cast<Distance>(distance + 2) < std::uint64_t{left} + 2;
     };
     areRows &= leadsToRow(place.group) & leadsToRow(place.required) &
                leadsToRow(place.requiredGroup) & leadsToRow(place.openGroup);

@@ -58,13 +58,13 @@ class MemberIndex {
 
   // Rows as they are; null when there is no such row.
   const SMD_STRUCTURE_ELEMENT_DEFINITION* member(std::int32_t row) const noexcept {
-    return static_cast<std::uint32_t>(row) < memberCount_ ? members_ + row : nullptr;
+    return static_cast<std::uint32_t>(row) < memberCount_ ? rowAt(members_, row) : nullptr;
   }
   const SMD_TYPE_DEFINITION* type(std::int32_t row) const noexcept {
-    return static_cast<std::uint32_t>(row) < typeCount_ ? types_ + row : nullptr;
+    return static_cast<std::uint32_t>(row) < typeCount_ ? rowAt(types_, row) : nullptr;
   }
   const SMD_TAG_DEFINITION* tag(std::int32_t row) const noexcept {
-    return static_cast<std::uint32_t>(row) < tagCount_ ? tags_ + row : nullptr;
+    return static_cast<std::uint32_t>(row) < tagCount_ ? rowAt(tags_, row) : nullptr;
   }
 
   // In all below `row` is one of Type Members. The members that stand beside one another, rows of
@@ -83,7 +83,7 @@ class MemberIndex {
   // none and for a run that is not indexed.
   std::int32_t findBeforeGroups(std::int32_t row, std::int32_t key) const noexcept {
     if (member(row) == nullptr || runOf(row) < 0) return kNoRow;
-    const std::int32_t found = find(row, key);
+    const std::int32_t found = findMember(row, key);
     return found < nextGroup(row) ? found : kNoRow;
   }
   // The first group from `row` on in its run, or kNoRow.
@@ -134,6 +134,13 @@ class MemberIndex {
     return distance >= kUnindexed ? kNoRow : row + distance;
   }
   bool isGroup(std::int32_t row) const noexcept;
+  // Spares callers a test that they have made.
+  template <class Row>
+  static const Row* rowAt(const Row* rows, std::int32_t row) noexcept {
+    const Row* const found = rows + row;
+    if (found == nullptr) __builtin_unreachable();
+    return found;
+  }
   static std::size_t asSize(std::int32_t row) noexcept { return static_cast<std::size_t>(row); }
   static std::size_t slotOf(std::int64_t run, std::int32_t key, std::size_t slotCount) noexcept {
     // Two multiplications side by side: a move waits for this.
@@ -141,6 +148,8 @@ class MemberIndex {
                                static_cast<std::uint32_t>(key) * 0x9E3779B97F4A7C15;
     return static_cast<std::size_t>(((hash >> 32) * slotCount) >> 32);
   }
+  // The first row from `row` on in its run that carries a tag of the key.
+  std::int32_t findMember(std::int32_t row, std::int32_t key) const noexcept;
   // The first entry of the run and key from `row` on; entries have a row, -1 in a free slot.
   template <class Slot, class KeyOf>
   std::int32_t findIn(const IndexArray<Slot>& slots, std::int64_t run, std::int32_t row,
@@ -178,10 +187,14 @@ std::int32_t MemberIndex::findIn(const IndexArray<Slot>& slots, std::int64_t run
   return kNoRow;
 }
 
+inline std::int32_t MemberIndex::findMember(std::int32_t row, std::int32_t key) const noexcept {
+  const auto keyOfMember = [&](std::int32_t found) { return keyOfTag(members_[found].toTagIndex); };
+  return findIn(slots_, runOf(row), row, key, keyOfMember);
+}
+
 inline std::int32_t MemberIndex::find(std::int32_t row, std::int32_t key) const noexcept {
   const std::int64_t run = runOf(row);
-  const auto keyOfMember = [&](std::int32_t found) { return keyOfTag(members_[found].toTagIndex); };
-  const std::int32_t member = findIn(slots_, run, row, key, keyOfMember);
+  const std::int32_t member = findMember(row, key);
   if (nextGroup(row) >= member) return member;
   const auto keyOfGroup = [](const GroupSlot& slot) { return slot.key; };
   return std::min(member, findIn(groupSlots_, run, row, key, keyOfGroup));

@@ -17,6 +17,7 @@
 #include <vector>
 
 #include "cpi/dictinfo/stddi/query/indexarray.h"
+#include "cpi/dictinfo/stddi/query/rangecheck.h"
 #include "cpi/dictinfo/stddi/query/texthash.h"
 #include "cpi/dictinfo/stddi/records.h"
 #include "cpi/dictinfo/stringtable.h"
@@ -127,13 +128,10 @@ inline bool NameIndex::isSound(std::int32_t rowCount) const noexcept {
   const Slot textMask = (Slot{1} << hashShift_) - 1;
   const Slot rowMask = (Slot{1} << rowBits_) - 1;
   const auto rows = static_cast<Slot>(rowCount);
-  std::size_t taken = 0;
-  bool areInside = true;
-  for (const Slot slot : slots_) {
-    taken += slot != 0;
-    areInside &= ((slot & rowMask) <= rows) & ((slot & textMask) < textEnd);
-  }
-  return areInside && taken < slots_.size();
+  const bool areInside = areAllUnmarked(slots_.elements(), [&](Slot slot) {
+    return (rows - (slot & rowMask)) | (textEnd - 1 - (slot & textMask));
+  });
+  return areInside && std::ranges::find(slots_, Slot{0}) != slots_.end();
 }
 
 template <class IsWanted>
