@@ -14,8 +14,9 @@ namespace {
 // the schema processor, whose time grows with the square of the chain.
 constexpr std::size_t kChainLimit = 20'000;
 constexpr std::size_t kNestingLimit = 100'000;
-// Components, particles, attributes and enumerated values in all, those counted again that a
-// reference to a group or a derivation copies.
+// Components, particles, attributes, enumerated values and patterns in all, those counted again
+// that a reference to a group or a derivation copies, and heads for each substitute. One of them
+// takes up to 600 bytes in the processor.
 constexpr std::size_t kSizeLimit = 400'000;
 // The processor searches a list of its elements for each one that it adds to it.
 constexpr double kStepLimit = 1e9;

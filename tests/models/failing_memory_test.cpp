@@ -202,9 +202,9 @@ void unseenByLeakChecker(Work work) {
 }
 
 TEST(FailingMemory, OfCompiling) {
-  const xsdtest::TemporaryDirectory directory;
+  const TemporaryDirectory directory;
   const std::string schema = directory.write(
-      "s.xsd", xsdtest::schemaText(
+      "s.xsd", schemaText(
                    "<xs:element name='r'><xs:complexType><xs:choice maxOccurs='9'><xs:element "
                    "name='a' type='E'/><xs:any/></xs:choice></xs:complexType></xs:element>"
                    "<xs:simpleType name='E'><xs:restriction base='xs:string'><xs:enumeration "

@@ -101,8 +101,10 @@ class PathWalk {
     cpi::WalkCursor at;
     bool isParent;
   };
-  // Elements that may come next, with the groups around them, in all places of all steps.
+  // Elements that may come next, with the groups around them, in all places of all steps. A move to
+  // one takes as much as looking at many.
   static constexpr std::size_t kMaximumLooks = 1'000'000;
+  static constexpr std::size_t kLooksOfMove = 100;
 
   // Goes to the nearest element of the name: at once, or past others, each member of them once.
   bool seek(const Query& query, bool isFirst) {
@@ -111,22 +113,26 @@ class PathWalk {
     for (; !places.empty(); places.pop_front()) {
       const Place& place = places.front();
       list(place);
-      looked_ += 1 + expectation_.elements.size() + expectation_.groups.size();
-      if (looked_ > kMaximumLooks) {
-        throw std::length_error(
-            fmt::format("--path: the search for {} looks at more than {} elements and groups",
-                        printable(query.text), kMaximumLooks));
-      }
+      noteLooks(expectation_.elements.size() + expectation_.groups.size(), query);
       for (const cpi::ExpectedElement& element : expectation_.elements) {
         if (isNamed(element.tagIndex, query)) return move(place, element.tagIndex, iterator_);
       }
       for (const cpi::ExpectedElement& element : expectation_.elements) {
         if (element.tagIndex < 0 || !seen.insert(element.memberIndex).second) continue;
+        noteLooks(kLooksOfMove, query);
         cpi::WalkCursor next(place.at);
         if (move(place, element.tagIndex, next)) places.push_back({next, false});
       }
     }
     return false;
+  }
+
+  void noteLooks(std::size_t count, const Query& query) {
+    looked_ += count;
+    if (looked_ <= kMaximumLooks) return;
+    throw std::length_error(
+        fmt::format("--path: the search for {} looks at more than {} elements and groups",
+                    printable(query.text), kMaximumLooks));
   }
 
   void list(const Place& place) {
