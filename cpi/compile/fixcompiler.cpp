@@ -6,6 +6,7 @@
 
 #include "cpi/compile/fixdocument.h"
 #include "cpi/compile/fixmodelbuilder.h"
+#include "cpi/compile/xmltext.h"
 #include "cpi/extract/modelconventions.h"
 #include "cpi/runtime/kelstring.h"
 
@@ -37,14 +38,18 @@ void noteMissingFrame(const std::vector<FixDocument>& documents, std::vector<Not
 
 }  // namespace
 
-bool isFixDictionary(const std::string& path) { return isFixDocument(path); }
+bool isFixDictionary(const std::string& path) {
+  return withParser([&] { return isFixDocument(path); });
+}
 
 DictionaryTables compileFix(const std::vector<std::string>& files, const FixOptions& options,
                             FixReport& report) {
   if (files.empty()) throw std::invalid_argument("compileFix: no files");
   report.notices.clear();
   std::vector<FixDocument> documents;
-  for (const std::string& file : files) documents.push_back(readFixDocument(file, report.notices));
+  for (const std::string& file : files) {
+    documents.push_back(withParser([&] { return readFixDocument(file, report.notices); }));
+  }
   noteMissingFrame(documents, report.notices);
   TableDraft draft;
   const FixModelBuilder builder(documents, draft, report.notices);

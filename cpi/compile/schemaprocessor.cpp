@@ -11,7 +11,6 @@
 #include <xercesc/parsers/XercesDOMParser.hpp>
 #include <xercesc/sax/ErrorHandler.hpp>
 #include <xercesc/sax/SAXParseException.hpp>
-#include <xercesc/util/OutOfMemoryException.hpp>
 #include <xercesc/util/SecurityManager.hpp>
 #include <xercesc/util/XMLEntityResolver.hpp>
 #include <xercesc/util/XMLExceptMsgs.hpp>
@@ -287,8 +286,6 @@ SchemaProcessor::SchemaProcessor(const SchemaDocuments& documents, std::size_t r
     parser.loadGrammar(*source, xercesc::Grammar::SchemaGrammarType, true);
   } catch (const xercesc::XMLException& error) {
     refuseFile(root.path, {}, toUtf8(viewOf(error.getMessage())));
-  } catch (const xercesc::OutOfMemoryException&) {
-    throw std::bad_alloc();
   }
   errors.throwIfAny(documents);
   doubts.placeAmbiguities(*pool_);

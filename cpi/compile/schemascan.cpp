@@ -21,6 +21,10 @@ using View = std::u16string_view;
 // Deeper documents are refused: the schema processor recurses over their elements.
 constexpr std::size_t kDepthLimit = 200;
 
+// What is copied with its component beside particles, and the units of text that count for one.
+constexpr View kCopied[] = {u"attribute", u"enumeration", u"pattern"};
+constexpr std::size_t kUnitsOfPart = 64;
+
 enum Construct : std::size_t { kIdentity, kNotations };
 
 struct ConstructRow {
@@ -118,16 +122,31 @@ class ScanHandler : public SaxHandler {
     ComponentScan& component = scan.components.back();
     component.nesting = std::max(component.nesting, depth_ - 1);
     const double times = noteTimes();
-    if (row != nullptr) noteUse(row->kind, u"ref", row->kind == ComponentKind::Group, times);
+    if (row != nullptr) noteUse(row->kind, u"ref", isGroup(row->kind), times);
     noteUse(ComponentKind::Type, u"type");
     noteUse(ComponentKind::Type, u"base", true);
     noteUse(ComponentKind::Type, u"itemType");
-    noteUse(ComponentKind::Element, u"substitutionGroup");
-    if (element == u"element" || element == u"any" || element == u"group") {
-      ++component.particles;
-      component.positions += times;
+    noteMemberTypes();
+    noteUse(ComponentKind::Element, u"substitutionGroup", true);
+    const bool isParticle = element == u"element" || element == u"any" || element == u"group";
+    if (isParticle) component.positions += times;
+    if (isParticle || std::ranges::find(kCopied, element) != std::end(kCopied)) {
+      component.parts += 1 + textUnits() / kUnitsOfPart;
     }
     if (element == u"element") noteElement(component);
+  }
+
+  // Of all attributes of the element: they are copied with it.
+  std::size_t textUnits() const {
+    std::size_t units = 0;
+    for (XMLSize_t i = 0; i < attributes_->getLength(); ++i) {
+      units += viewOf(attributes_->getValue(i)).size();
+    }
+    return units;
+  }
+
+  static bool isGroup(ComponentKind kind) {
+    return kind == ComponentKind::Group || kind == ComponentKind::AttributeGroup;
   }
 
   void noteElement(ComponentScan& component) {
@@ -157,19 +176,29 @@ class ScanHandler : public SaxHandler {
 
   void noteUse(ComponentKind kind, const char16_t* attribute, bool isCopied = false,
                double times = 1) {
-    const auto name = value(attribute);
-    if (!name) return;
-    const ComponentName used{kind, std::u16string(localPart(*name))};
+    if (const auto name = value(attribute)) addUse(kind, *name, isCopied, times);
+  }
+
+  void addUse(ComponentKind kind, View name, bool isCopied, double times) {
+    const ComponentName used{kind, std::u16string(localPart(name))};
     scan.components.back().uses.push_back({used, isCopied, times});
+  }
+
+  void noteMemberTypes() {
+    View rest = value(u"memberTypes").value_or(View());
+    while (!rest.empty()) {
+      const View name = rest.substr(0, rest.find_first_of(u" \t\r\n"));
+      addUse(ComponentKind::Type, name, false, 1);
+      rest = trimmed(rest.substr(name.size()));
+    }
   }
 
   void noteConstructs(View element) {
     if (const ConstructRow* row = findRow(kConstructElements, element)) {
       note(row->construct);
     }
-    if (element == u"pattern" && patternSize(value(u"value").value_or(View())) > kPatternLimit) {
-      fail("the pattern unfolds to too many steps");
-    }
+    if (element != u"pattern") return;
+    scan.patterns.push_back({patternSize(value(u"value").value_or(View())), here()});
   }
 
   const xercesc::Attributes* attributes_ = nullptr;

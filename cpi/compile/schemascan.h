@@ -40,8 +40,11 @@ struct ComponentName {
 
 struct ComponentUse {
   ComponentName name;
-  bool isCopied = false;  // the processor copies what is used into the user: groups and base types
-  double times = 1;       // how often, limits of occurrence multiplied out
+  // The user takes what is used upon itself: groups and base types are copied into it by the
+  // processor, values of base types into the tables, and it becomes a substitute of each head
+  // above.
+  bool isCopied = false;
+  double times = 1;  // how often, limits of occurrence multiplied out
 };
 
 // One global component and what it uses, in document order.
@@ -49,9 +52,11 @@ struct ComponentScan {
   ComponentName name;
   SchemaPlace place = {};
   std::vector<ComponentUse> uses = {};
-  std::size_t particles = 0;  // written inside it, references not expanded
-  double positions = 0;       // the same with limits of occurrence multiplied out
-  std::size_t nesting = 0;    // of its elements
+  // Particles, attributes, enumerated values and patterns written inside it, references not
+  // expanded; long ones count for several.
+  std::size_t parts = 0;
+  double positions = 0;     // the particles with limits of occurrence multiplied out
+  std::size_t nesting = 0;  // of its elements
   // Of the elements declared inside it: in which list of the processor's table each will be.
   std::vector<std::uint8_t> elementLists = {};
 };
@@ -62,6 +67,11 @@ inline constexpr std::size_t kElementLists = 109;
 // An element that is declared with a default or fixed value.
 struct ConstantScan {
   std::u16string element;
+  SchemaPlace place;
+};
+
+struct PatternScan {
+  std::uint64_t steps = 0;
   SchemaPlace place;
 };
 
@@ -76,6 +86,7 @@ struct SchemaScan {
   std::vector<SchemaReference> references;
   std::vector<ComponentScan> components;
   std::vector<ConstantScan> constants;
+  std::vector<PatternScan> patterns;
   std::map<std::size_t, ConstructCount> constructs;  // by index in constructTexts()
 };
 
@@ -93,8 +104,9 @@ const std::vector<std::string_view>& constructTexts();
 SchemaScan scanSchema(const std::string& bytes, const std::u16string& systemId);
 
 // The number of elementary steps that a pattern facet unfolds to, its repetitions multiplied out;
-// saturates at kPatternLimit + 1, also for a nesting that is too deep.
-inline constexpr std::uint64_t kPatternLimit = 2'000'000;
+// saturates at kPatternLimit + 1, also for a nesting that is too deep. The limit is for all
+// patterns of a schema together: the schema processor keeps up to 200 bytes for each step.
+inline constexpr std::uint64_t kPatternLimit = 500'000;
 std::uint64_t patternSize(std::u16string_view pattern);
 
 }  // namespace cpi

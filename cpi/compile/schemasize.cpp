@@ -11,11 +11,12 @@ namespace cpi {
 namespace {
 
 // A chain of references, and the nesting inside what it goes through, is as many nested calls in
-// the schema processor.
-constexpr std::size_t kChainLimit = 100'000;
-constexpr std::size_t kNestingLimit = 400'000;
-// Components and particles in all, those counted again that a reference to a group or a derivation
-// copies.
+// the schema processor, whose time grows with the square of the chain.
+constexpr std::size_t kChainLimit = 20'000;
+constexpr std::size_t kNestingLimit = 100'000;
+// Components, particles, attributes, enumerated values and patterns in all, those counted again
+// that a reference to a group or a derivation copies, and heads for each substitute. One of them
+// takes up to 600 bytes in the processor.
 constexpr std::size_t kSizeLimit = 400'000;
 // The processor searches a list of its elements for each one that it adds to it.
 constexpr double kStepLimit = 1e9;
@@ -24,7 +25,7 @@ constexpr double kStepLimit = 1e9;
 constexpr std::size_t kStackBase = std::size_t{8} << 20;
 constexpr std::size_t kStackOfLink = 4096;
 constexpr std::size_t kStackOfNesting = 512;
-constexpr std::size_t kStackOfParticle = 128;
+constexpr std::size_t kStackOfPart = 128;
 
 struct Component {
   const SchemaDocument* document = nullptr;
@@ -65,13 +66,13 @@ class SizeCheck {
   SchemaSize size() const {
     SchemaSize size = widest_;
     size.stackNeed = kStackBase + longestChain_ * kStackOfLink + deepestNesting_ * kStackOfNesting +
-                     total_ * kStackOfParticle;
+                     total_ * kStackOfPart;
     return size;
   }
 
  private:
   struct Size {
-    std::size_t particles = 0;
+    std::size_t parts = 0;
     double positions = 0;
   };
   struct Frame {
@@ -103,7 +104,7 @@ class SizeCheck {
   void open(const Components::value_type& component) {
     Frame frame{&component};
     for (const ComponentScan* scan : component.second.scans) {
-      frame.size.particles += 1 + scan->particles;
+      frame.size.parts += 1 + scan->parts;
       frame.size.positions += scan->positions;
       frame.nesting = std::max(frame.nesting, scan->nesting);
       for (const ComponentUse& use : scan->uses) {
@@ -127,7 +128,7 @@ class SizeCheck {
     if (known == sizes_.end() && component != components_.end()) return open(*component);
     ++frame.next;
     if (!copiesOnly_ || known == sizes_.end()) return;
-    frame.size.particles = std::min(frame.size.particles + known->second.particles, kSizeLimit + 1);
+    frame.size.parts = std::min(frame.size.parts + known->second.parts, kSizeLimit + 1);
     frame.size.positions += used.times * known->second.positions;
   }
 
@@ -135,12 +136,13 @@ class SizeCheck {
     const Frame& frame = stack_.back();
     if (copiesOnly_) {
       sizes_[frame.component->first] = frame.size;
-      total_ += frame.size.particles;
+      total_ += frame.size.parts;
       notePositions(*frame.component, frame.size.positions);
       closed_.push_back(frame.component);
       if (total_ > kSizeLimit) {
         refuse(*frame.component,
-               "groups and derived types unfold to more than 400000 components and particles");
+               "groups and derived types unfold to more than 400000 components, particles, "
+               "attributes and values");
       }
     }
     nesting_ -= frame.nesting;
@@ -190,9 +192,23 @@ class SizeCheck {
   SchemaSize widest_;  // what of it is known
 };
 
+void checkPatterns(const std::vector<SchemaDocument>& documents) {
+  std::uint64_t steps = 0;
+  for (const SchemaDocument& document : documents) {
+    for (const PatternScan& pattern : document.scan.patterns) {
+      steps += pattern.steps;
+      if (steps <= kPatternLimit) continue;
+      refuseFile(document.path, pattern.place,
+                 "the patterns of the schema unfold to more than " + std::to_string(kPatternLimit) +
+                     " steps");
+    }
+  }
+}
+
 }  // namespace
 
 SchemaSize checkSchemaSize(const std::vector<SchemaDocument>& documents) {
+  checkPatterns(documents);
   SizeCheck check(documents);
   check.run();
   return check.size();

@@ -2,7 +2,9 @@
 #ifndef CPI_COMPILE_XMLTEXT_H
 #define CPI_COMPILE_XMLTEXT_H
 
+#include <new>
 #include <string_view>
+#include <xercesc/util/OutOfMemoryException.hpp>
 
 #include "cpi/runtime/kelstring.h"
 
@@ -18,6 +20,17 @@ std::u16string_view trimmed(std::u16string_view text) noexcept;
 
 // Must be called before anything of the XML parser is used; starts it at the first call.
 void startXmlParser();
+
+// Runs what uses the XML parser, whose word for memory that fails is no std::exception: throws
+// std::bad_alloc instead.
+template <class Work>
+auto withParser(const Work& work) {
+  try {
+    return work();
+  } catch (const xercesc::OutOfMemoryException&) {
+    throw std::bad_alloc();
+  }
+}
 
 }  // namespace cpi
 

@@ -215,12 +215,8 @@ std::size_t distinctCount(const std::vector<std::string>& files) {
   return static_cast<std::size_t>(std::unique(paths.begin(), paths.end()) - paths.begin());
 }
 
-}  // namespace
-
-DictionaryTables compileXsd(const std::vector<std::string>& schemaFiles, const XsdOptions& options,
-                            XsdReport& report) {
-  if (schemaFiles.empty()) throw std::invalid_argument("compileXsd: no schema files");
-  report.notices.clear();
+DictionaryTables compile(const std::vector<std::string>& schemaFiles, const XsdOptions& options,
+                         XsdReport& report) {
   const XmlCatalog catalog = options.catalog.empty() ? XmlCatalog() : XmlCatalog(options.catalog);
   const SchemaDocuments documents(schemaFiles, catalog, options.includeRoots);
   reportConstructs(documents, report);
@@ -241,6 +237,15 @@ DictionaryTables compileXsd(const std::vector<std::string>& schemaFiles, const X
   reportLostConstants(documents, tables, report);
   reportPatterns(tables, report);
   return tables;
+}
+
+}  // namespace
+
+DictionaryTables compileXsd(const std::vector<std::string>& schemaFiles, const XsdOptions& options,
+                            XsdReport& report) {
+  if (schemaFiles.empty()) throw std::invalid_argument("compileXsd: no schema files");
+  report.notices.clear();
+  return withParser([&] { return compile(schemaFiles, options, report); });
 }
 
 }  // namespace cpi

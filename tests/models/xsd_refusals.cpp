@@ -30,6 +30,12 @@ std::string chain(const std::string& piece, int count) {
   return result;
 }
 
+std::string restricted(const std::string& name, const std::string& base,
+                       const std::string& facets) {
+  return "<xs:simpleType name='" + name + "'><xs:restriction base='" + base + "'>" + facets +
+         "</xs:restriction></xs:simpleType>";
+}
+
 struct RefusalCase {
   const char* name;
   std::string document;
@@ -41,6 +47,8 @@ std::vector<RefusalCase> refusalCases() {
       "<xs:simpleType name='p'><xs:restriction base='xs:string'>"
       "<xs:pattern value='";
   const std::string patternEnd = "'/></xs:restriction></xs:simpleType>";
+  const char* const tooLarge =
+      "unfold to more than 400000 components, particles, attributes and values";
   const std::string group =
       "<xs:group name='g#'><xs:sequence><xs:group ref='g##'/>"
       "<xs:group ref='g##'/></xs:sequence></xs:group>";
@@ -70,15 +78,40 @@ std::vector<RefusalCase> refusalCases() {
            "]><a>&a12;</a>",
        "entity expansions"},
       {"a pattern that unfolds", schemaText(pattern + "((a{1000}){1000}){1000}" + patternEnd),
-       "the pattern unfolds to too many steps"},
+       "the patterns of the schema unfold to more than 500000 steps"},
       {"a pattern that nests", schemaText(pattern + repeated("(", 5000) + patternEnd),
-       "the pattern unfolds to too many steps"},
+       "the patterns of the schema unfold to more than 500000 steps"},
+      {"patterns that unfold together",
+       schemaText(pattern + "a{300000}" + patternEnd + "\n" +
+                  "<xs:simpleType name='q'><xs:list><xs:simpleType><xs:restriction "
+                  "base='xs:string'><xs:pattern value='a{300000}'/></xs:restriction>"
+                  "</xs:simpleType></xs:list></xs:simpleType>"),
+       ":2:113: the patterns of the schema unfold to more than 500000 steps"},
+      {"attributes of a group in many types",
+       schemaText(
+           "<xs:attributeGroup name='g'>" + chain("<xs:attribute name='a#'/>", 700) +
+           "</xs:attributeGroup>" +
+           chain("<xs:complexType name='t#'><xs:attributeGroup ref='g'/></xs:complexType>", 700)),
+       tooLarge},
+      {"values that many types inherit",
+       schemaText(restricted("v", "xs:string", chain("<xs:enumeration value='#'/>", 700)) +
+                  chain(restricted("t#", "v", ""), 700)),
+       tooLarge},
+      {"a long value that many types inherit",
+       schemaText(
+           restricted("v", "xs:string", "<xs:enumeration value='" + repeated("x", 64'000) + "'/>") +
+           chain(restricted("t#", "v", ""), 500)),
+       tooLarge},
+      {"substitutes of substitutes",
+       schemaText(chain("<xs:element name='e#' substitutionGroup='e##'/>", 1'000)), tooLarge},
       {"groups that unfold",
        schemaText(chain(group, 40) + "<xs:group name='g40'><xs:sequence><xs:any/></xs:sequence>"
                                      "</xs:group>"),
-       "unfold to more than 400000 components and particles"},
+       tooLarge},
       {"a long chain",
-       schemaText(chain("<xs:element name='e#' substitutionGroup='e##'/>", 100'001)),
+       schemaText(chain("<xs:simpleType name='t#'><xs:union memberTypes='xs:int t##'/>"
+                        "</xs:simpleType>",
+                        20'001)),
        "components refer to one another in too long a chain"},
       {"elements of one name in many types",
        schemaText(

@@ -203,6 +203,20 @@ check check-limit check $faulty --limit 2
 check check-json check $faulty --json --limit 1
 check tree-faulty tree $faulty Payment
 check values-faulty values $faulty Country
+for words in "info $bank" "find $bank Country" "tree $bank Payment" "path $bank 17 204 --json" \
+  "next $dictionary --path /order"; do
+  read -r -a words <<<"$words"
+  expect "too large an answer of ${words[0]} is an error" grep -q 'more than 90 bytes; .*exit 2' \
+    <({ "$tool" "${words[@]}" --max-answer 90 2>&1 || echo "exit $?"; } | tr '\n' ' ')
+done
+check values-too-large values $bank Country --max-answer 90
+{
+  echo '<schema xmlns="http://www.w3.org/2001/XMLSchema"><element name="r"><complexType><sequence>'
+  for i in {1..1500}; do echo "<element name='e$i' minOccurs='0'/>"; done
+  echo '</sequence></complexType></element></schema>'
+} >"$work/wide.xsd"
+"$tool" compile "$work/wide.xsd" -o "$work/wide.json" >"$work/stdout" 2>&1
+check next-too-far next "$work/wide.json" --path /r/nowhere
 check find-faulty find $faulty 302 --json
 check dump dump $bank
 

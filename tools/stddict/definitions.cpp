@@ -31,6 +31,31 @@ Json typedFact(const cpi::PWFData& value) {
   return cpi::toUtf8(cpi::textView(text.getStringValue()));
 }
 
+struct SetValue {
+  Json fact;
+  std::string kind;
+  std::int32_t role = 0;
+};
+
+// As readers find them, until `visit` says false.
+template <class Visit>
+void forEachValue(const Dictionary& dictionary, std::int32_t tagIndex, std::int32_t overrideIndex,
+                  Visit visit) {
+  cpi::StdValueIterator at(nullptr, &dictionary, tagIndex, overrideIndex);
+  for (bool isMore = true; isMore; at.moveToNextValue()) {
+    cpi::PWFData value;
+    SetValue entry{{}, "unknown"};
+    try {
+      if (at.getValue(value, entry.role) != cpi::kSuccess) return;
+      entry.fact = typedFact(value);
+      entry.kind = logicalTypeWord(value.getLogicalType());
+    } catch (const cpi::KelException&) {
+      entry.fact = {};
+    }
+    isMore = visit(entry);
+  }
+}
+
 // A member where it is used: within the type that has it.
 Json useFacts(const Dictionary& dictionary, std::int32_t row) {
   const auto& member = dictionary.typeMembers().row(row);
@@ -43,23 +68,24 @@ Json useFacts(const Dictionary& dictionary, std::int32_t row) {
           {"occurs", range(member.MinOccurs, member.MaxOccurs)}};
 }
 
-Json usesFacts(const Dictionary& dictionary, const std::vector<std::int32_t>& rows) {
+Json usesFacts(const Dictionary& dictionary, const std::vector<std::int32_t>& rows,
+               AnswerLimit& answer) {
   Json uses = Json::array();
-  for (const std::int32_t row : rows) uses.push_back(useFacts(dictionary, row));
+  for (const std::int32_t row : rows) answer.add(uses, useFacts(dictionary, row));
   return uses;
 }
 
-Json membersFacts(const Dictionary& dictionary, std::int32_t typeIndex) {
+Json membersFacts(const Dictionary& dictionary, std::int32_t typeIndex, AnswerLimit& answer) {
   const MemberRows rows = membersOf(dictionary, typeIndex);
   Json members = Json::array();
   for (std::int32_t row = rows.begin; row < rows.end; ++row) {
     const auto& member = dictionary.typeMembers().row(row);
-    members.push_back({{"position", row - rows.begin + 1},
-                       {"what", memberWords(dictionary, member)},
-                       {"occurs", range(member.MinOccurs, member.MaxOccurs)},
-                       {"type", typeReference(dictionary, member.toTypeIndex)},
-                       {"tag", tagReference(dictionary, member.toTagIndex)},
-                       {"member", member.Id}});
+    answer.add(members, {{"position", row - rows.begin + 1},
+                         {"what", memberWords(dictionary, member)},
+                         {"occurs", range(member.MinOccurs, member.MaxOccurs)},
+                         {"type", typeReference(dictionary, member.toTypeIndex)},
+                         {"tag", tagReference(dictionary, member.toTagIndex)},
+                         {"member", member.Id}});
   }
   return members;
 }
@@ -127,32 +153,25 @@ Json valueFact(const cpi::StdDictionaryInfo& dictionary, std::int32_t valueIndex
 }
 
 Json valueSetFacts(const cpi::StdDictionaryInfo& dictionary, std::int32_t tagIndex,
-                   std::int32_t overrideIndex, std::size_t limit) {
+                   std::int32_t overrideIndex, AnswerLimit& answer) {
   Json facts = Json::array();
-  cpi::StdValueIterator at(nullptr, &dictionary, tagIndex, overrideIndex);
   const bool hasDescriptions = cpi::FixModel::isFix(dictionary);
-  for (; facts.size() < limit; at.moveToNextValue()) {
-    cpi::PWFData value;
-    std::int32_t role = 0;
-    try {
-      if (at.getValue(value, role) != cpi::kSuccess) break;
-      facts.push_back({{"value", typedFact(value)},
-                       {"kind", logicalTypeWord(value.getLogicalType())},
-                       {"role", role}});
-      if (hasDescriptions) facts.back()["description"] = valueFact(dictionary, role);
-    } catch (const cpi::KelException&) {
-      facts.push_back({{"value", nullptr}, {"kind", "unknown"}, {"role", role}});
-    }
-  }
+  forEachValue(dictionary, tagIndex, overrideIndex, [&](const SetValue& value) {
+    Json entry = {{"value", value.fact}, {"kind", value.kind}, {"role", value.role}};
+    if (hasDescriptions) entry["description"] = valueFact(dictionary, value.role);
+    answer.add(facts, std::move(entry));
+    return true;
+  });
   return facts;
 }
 
 Json valueList(const cpi::StdDictionaryInfo& dictionary, std::int32_t tagIndex,
-               std::int32_t overrideIndex, std::size_t limit) {
+               std::int32_t overrideIndex, AnswerLimit& answer, std::size_t limit) {
   Json list = Json::array();
-  for (const Json& entry : valueSetFacts(dictionary, tagIndex, overrideIndex, limit)) {
-    list.push_back(entry["value"]);
-  }
+  forEachValue(dictionary, tagIndex, overrideIndex, [&](SetValue& value) {
+    answer.add(list, std::move(value.fact));
+    return list.size() < limit;
+  });
   return list;
 }
 
@@ -187,7 +206,8 @@ const std::vector<std::int32_t>& Usage::tagsOfType(std::int32_t typeIndex) const
   return at(tagsOfType_, typeIndex);
 }
 
-Json tagFacts(const cpi::StdDictionaryInfo& dictionary, const Usage& usage, std::int32_t row) {
+Json tagFacts(const cpi::StdDictionaryInfo& dictionary, const Usage& usage, std::int32_t row,
+              AnswerLimit& answer) {
   const auto& tag = dictionary.tags().row(row);
   const auto* const type = dictionary.types().find(tag.ToTypeIndexField);
   return {{"id", tag.Id},
@@ -200,23 +220,24 @@ Json tagFacts(const cpi::StdDictionaryInfo& dictionary, const Usage& usage, std:
           {"minLength", lengthFact(tag.MinLength)},
           {"maxLength", lengthFact(tag.MaxLength)},
           {"nullPermitted", tag.NullPermitted},
-          {"values", valueList(dictionary, row, cpi::kNone)},
+          {"values", valueList(dictionary, row, cpi::kNone, answer)},
           {"default", valueFact(dictionary, tag.DVTableIndex)},
           {"overrideRow", lengthFact(tag.PathBaseInfoTableIndex)},
           {"composition", type == nullptr || type->LogicalType != 0
                               ? Json()
                               : textFact(compositionWord(type->Composition))},
-          {"members", membersFacts(dictionary, tag.ToTypeIndexField)},
-          {"usedIn", usesFacts(dictionary, usage.membersWithTag(row))}};
+          {"members", membersFacts(dictionary, tag.ToTypeIndexField, answer)},
+          {"usedIn", usesFacts(dictionary, usage.membersWithTag(row), answer)}};
 }
 
-Json typeFacts(const cpi::StdDictionaryInfo& dictionary, const Usage& usage, std::int32_t row) {
+Json typeFacts(const cpi::StdDictionaryInfo& dictionary, const Usage& usage, std::int32_t row,
+               AnswerLimit& answer) {
   const auto& type = dictionary.types().row(row);
   const std::int32_t base =
       type.BaseTypeId < 1 ? cpi::kNone : dictionary.getTypeDefIndex(type.BaseTypeId);
   Json tags = Json::array();
   for (const std::int32_t tag : usage.tagsOfType(row))
-    tags.push_back(tagReference(dictionary, tag));
+    answer.add(tags, tagReference(dictionary, tag));
   return {
       {"id", type.TypeId},
       {"row", row},
@@ -226,12 +247,13 @@ Json typeFacts(const cpi::StdDictionaryInfo& dictionary, const Usage& usage, std
       {"base", typeReference(dictionary, base)},
       {"composition", type.LogicalType != 0 ? Json() : textFact(compositionWord(type.Composition))},
       {"content", type.LogicalType != 0 ? Json() : textFact(contentWord(type.Content))},
-      {"members", membersFacts(dictionary, row)},
+      {"members", membersFacts(dictionary, row, answer)},
       {"tags", std::move(tags)},
-      {"usedIn", usesFacts(dictionary, usage.membersWithType(row))}};
+      {"usedIn", usesFacts(dictionary, usage.membersWithType(row), answer)}};
 }
 
-Json memberFacts(const cpi::StdDictionaryInfo& dictionary, const Usage&, std::int32_t row) {
+Json memberFacts(const cpi::StdDictionaryInfo& dictionary, const Usage&, std::int32_t row,
+                 AnswerLimit&) {
   const auto& member = dictionary.typeMembers().row(row);
   Json facts = useFacts(dictionary, row);
   return {{"id", member.Id},

@@ -3,11 +3,13 @@
 #define TOOLS_STDDICT_DEFINITIONS_H
 
 #include <cstdint>
+#include <limits>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "cpi/dictinfo/stddi/stddictionaryinfo.h"
+#include "tools/stddict/answerlimit.h"
 #include "tools/stddict/facts.h"
 
 // Finds definitions by what a user types: a name, or an id.
@@ -46,16 +48,14 @@ Json namespaceFact(const cpi::StdDictionaryInfo& dictionary, std::int32_t namesp
 // A value as JSON has it: numbers and flags as such, the rest as text. Null when there is none, or
 // none of a known kind.
 Json valueFact(const cpi::StdDictionaryInfo& dictionary, std::int32_t valueIndex);
-// Values that a set may have before it is cut: far more than code lists in use have.
-inline constexpr std::size_t kValueLimit = 100'000;
-
 // {"value", "kind", "role"} of each value that readers find in a tag's set, or in an override's;
 // of FIX fields with "description", null where there is none.
 Json valueSetFacts(const cpi::StdDictionaryInfo& dictionary, std::int32_t tagIndex,
-                   std::int32_t overrideIndex, std::size_t limit = kValueLimit);
+                   std::int32_t overrideIndex, AnswerLimit& answer);
 // The values of such a set alone, and at most `limit` of them.
+inline constexpr std::size_t kAllValues = std::numeric_limits<std::size_t>::max();
 Json valueList(const cpi::StdDictionaryInfo& dictionary, std::int32_t tagIndex,
-               std::int32_t overrideIndex, std::size_t limit = kValueLimit);
+               std::int32_t overrideIndex, AnswerLimit& answer, std::size_t limit = kAllValues);
 
 // Where definitions are used: made once, asked often.
 class Usage {
@@ -74,8 +74,12 @@ class Usage {
   Lists tagsOfType_;
 };
 
-Json tagFacts(const cpi::StdDictionaryInfo& dictionary, const Usage& usage, std::int32_t row);
-Json typeFacts(const cpi::StdDictionaryInfo& dictionary, const Usage& usage, std::int32_t row);
-Json memberFacts(const cpi::StdDictionaryInfo& dictionary, const Usage& usage, std::int32_t row);
+// All of a row; the entries of its lists are taken off `answer`.
+Json tagFacts(const cpi::StdDictionaryInfo& dictionary, const Usage& usage, std::int32_t row,
+              AnswerLimit& answer);
+Json typeFacts(const cpi::StdDictionaryInfo& dictionary, const Usage& usage, std::int32_t row,
+               AnswerLimit& answer);
+Json memberFacts(const cpi::StdDictionaryInfo& dictionary, const Usage& usage, std::int32_t row,
+                 AnswerLimit& answer);
 
 #endif  // TOOLS_STDDICT_DEFINITIONS_H

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cstdio>
 #include <string_view>
 #include <vector>
 
@@ -105,7 +106,7 @@ class Table {
     std::vector<std::size_t> widths(keys_.size(), 0);
     for (const auto& line : lines_) {
       for (std::size_t i = 0; i < line.size(); ++i)
-        widths[i] = std::max(widths[i], widthOf(line[i]));
+        widths[i] = std::min(kWidest, std::max(widths[i], widthOf(line[i])));
     }
     for (const auto& line : lines_) {
       std::string text;
@@ -117,6 +118,9 @@ class Table {
   }
 
  private:
+  // One long text does not make all other lines as long.
+  static constexpr std::size_t kWidest = 200;
+
   void addKeys(const Json& row) {
     for (const auto& [key, value] : row.items()) {
       if (!isEmpty(value) && std::ranges::find(keys_, key) == keys_.end()) keys_.push_back(key);
@@ -152,7 +156,9 @@ Json range(std::int32_t minOccurs, std::int32_t maxOccurs) {
 }
 
 void printJson(const Json& facts) {
-  fmt::print("{}\n", facts.dump(-1, ' ', false, Json::error_handler_t::replace));
+  const std::string text = facts.dump(-1, ' ', false, Json::error_handler_t::replace);
+  std::fwrite(text.data(), 1, text.size(), stdout);
+  std::fputc('\n', stdout);
 }
 
 void printFacts(const Json& object, const Layout& layout) {

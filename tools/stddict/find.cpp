@@ -26,6 +26,7 @@ struct Options {
   bool isTypeOnly = false;
   bool isJson = false;
   bool isAll = false;
+  std::uint64_t maxAnswer = AnswerLimit::kDefault;
 };
 
 // Matches that are shown, unless all are asked for.
@@ -37,7 +38,10 @@ using Rows = std::vector<std::int32_t>;
 class Finder {
  public:
   Finder(const Options& options, const cpi::StdDictionaryInfo& dictionary)
-      : options_(options), dictionary_(dictionary), usage_(dictionary) {}
+      : options_(options),
+        dictionary_(dictionary),
+        usage_(dictionary),
+        answer_(options.maxAnswer) {}
 
   int run() {
     if (!options_.isTypeOnly) add("tag", findTags(dictionary_, options_.query), tagFacts);
@@ -61,7 +65,8 @@ class Finder {
     const std::size_t shown = std::min(rows.size(), limit);
     Json list = Json::array();
     for (std::size_t i = 0; i < shown; ++i) {
-      Json facts = factsOf(dictionary_, usage_, rows[i]);
+      Json facts = factsOf(dictionary_, usage_, rows[i], answer_);
+      answer_.take(facts);
       if (!options_.isJson) print(kind, facts);
       if (options_.isJson) list.push_back(std::move(facts));
     }
@@ -86,6 +91,7 @@ class Finder {
   const Options& options_;
   const cpi::StdDictionaryInfo& dictionary_;
   const Usage usage_;
+  AnswerLimit answer_;
   Json facts_;
   std::size_t count_ = 0;
 };
@@ -111,5 +117,6 @@ void addFind(CLI::App& app, int& exitCode) {
   verb.add_flag("--type", options->isTypeOnly, "Types only");
   verb.add_flag("--all", options->isAll, "All matches, and all entries of long lists");
   verb.add_flag("--json", options->isJson, "One JSON object, with up to 1000 matches of a kind");
+  addAnswerLimit(verb, options->maxAnswer);
   verb.callback([options, &exitCode] { exitCode = run(*options); });
 }

@@ -23,6 +23,7 @@ struct Options {
   std::string dictionary;
   bool isJson = false;
   bool isAll = false;
+  std::uint64_t maxAnswer = AnswerLimit::kDefault;
 };
 
 // --- Tables --------------------------------------------------------------------------------------
@@ -80,7 +81,7 @@ Rows rootTags(const cpi::StdDictionaryInfo& dictionary) {
   return rows;
 }
 
-void addMessages(const cpi::StdDictionaryInfo& dictionary, Json& facts) {
+void addMessages(const cpi::StdDictionaryInfo& dictionary, Json& facts, AnswerLimit& answer) {
   Rows rows = messageTags(dictionary);
   facts["messageRule"] = "tags of class M";
   if (rows.empty()) {
@@ -90,27 +91,27 @@ void addMessages(const cpi::StdDictionaryInfo& dictionary, Json& facts) {
   Json list = Json::array();
   for (const std::int32_t row : rows) {
     const auto& tag = dictionary.tags().row(row);
-    list.push_back({{"name", shown(tag.TextIdentifier)},
-                    {"id", tag.Id},
-                    {"namespace", namespaceFact(dictionary, tag.namespaceIndex)},
-                    {"type", typeReference(dictionary, tag.ToTypeIndexField)}});
+    answer.add(list, {{"name", shown(tag.TextIdentifier)},
+                      {"id", tag.Id},
+                      {"namespace", namespaceFact(dictionary, tag.namespaceIndex)},
+                      {"type", typeReference(dictionary, tag.ToTypeIndexField)}});
   }
   facts["messages"] = std::move(list);
 }
 
 // --- The whole -----------------------------------------------------------------------------------
 
-Json textsOf(const auto& table, auto textOf) {
+Json textsOf(const auto& table, AnswerLimit& answer, auto textOf) {
   Json list = Json::array();
   for (std::int32_t row = 0; row < table.rowCount(); ++row)
-    list.push_back(shown(textOf(table.row(row))));
+    answer.add(list, shown(textOf(table.row(row))));
   return list;
 }
 
 // Null for one that the dictionary does not give.
 Json levelFact(std::int32_t level) { return level == cpi::kNone ? Json() : Json(level); }
 
-void addIdentification(const cpi::StdDictionaryInfo& dictionary, Json& facts) {
+void addIdentification(const cpi::StdDictionaryInfo& dictionary, Json& facts, AnswerLimit& answer) {
   if (const auto* const row = dictionary.identification().find(0); row != nullptr) {
     facts["name"] = shown(row->Name);
     facts["identity"] = shown(row->IdentityStr);
@@ -130,9 +131,9 @@ void addIdentification(const cpi::StdDictionaryInfo& dictionary, Json& facts) {
     facts["useNamespaces"] = row->UseNamespaces;
   }
   facts["wireFormats"] =
-      textsOf(dictionary.wireFormats(), [](const auto& row) { return row.FormatName; });
+      textsOf(dictionary.wireFormats(), answer, [](const auto& row) { return row.FormatName; });
   facts["dependencies"] =
-      textsOf(dictionary.dependencies(), [](const auto& row) { return row.Dependency; });
+      textsOf(dictionary.dependencies(), answer, [](const auto& row) { return row.Dependency; });
 }
 
 // Null where the path is no ordinary file.
@@ -142,9 +143,10 @@ Json fileSize(const std::string& path) {
   return error ? Json() : Json(size);
 }
 
-Json infoFacts(const cpi::StdDictionaryInfo& dictionary, const std::string& path) {
+Json infoFacts(const cpi::StdDictionaryInfo& dictionary, const std::string& path,
+               AnswerLimit& answer) {
   Json facts;
-  addIdentification(dictionary, facts);
+  addIdentification(dictionary, facts, answer);
   facts["fileForm"] = fileFormOf(path);
   facts["fileBytes"] = fileSize(path);
   Json tables = tablesFacts(dictionary);
@@ -153,17 +155,18 @@ Json infoFacts(const cpi::StdDictionaryInfo& dictionary, const std::string& path
   facts["tables"] = std::move(tables);
   Json namespaces = Json::array();
   for (const Json& uri :
-       textsOf(dictionary.namespaces(), [](const auto& row) { return row.Space; })) {
+       textsOf(dictionary.namespaces(), answer, [](const auto& row) { return row.Space; })) {
     namespaces.push_back({{"row", namespaces.size()}, {"uri", uri}});
   }
   facts["namespaces"] = std::move(namespaces);
-  addMessages(dictionary, facts);
+  addMessages(dictionary, facts, answer);
   return facts;
 }
 
 void run(const Options& options) {
   const auto dictionary = openDictionary(options.dictionary);
-  const Json facts = infoFacts(*dictionary, options.dictionary);
+  AnswerLimit answer(options.maxAnswer);
+  const Json facts = infoFacts(*dictionary, options.dictionary, answer);
   if (options.isJson) {
     printJson(facts);
   } else {
@@ -181,6 +184,7 @@ void addInfo(CLI::App& app, int& exitCode) {
   addDictionary(verb, options->dictionary);
   verb.add_flag("--all", options->isAll, "All entries of long lists");
   verb.add_flag("--json", options->isJson, "One JSON object, with all entries");
+  addAnswerLimit(verb, options->maxAnswer);
   verb.callback([options, &exitCode] {
     run(*options);
     exitCode = kExitGood;

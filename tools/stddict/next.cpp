@@ -39,6 +39,7 @@ struct Options {
   std::string dictionary;
   std::string path;
   bool isJson = false;
+  std::uint64_t maxAnswer = AnswerLimit::kDefault;
 };
 
 // --- The walk ------------------------------------------------------------------------------------
@@ -100,25 +101,38 @@ class PathWalk {
     cpi::WalkCursor at;
     bool isParent;
   };
-  static constexpr std::size_t kMaximumPlaces = 10'000;
+  // Elements that may come next, with the groups around them, in all places of all steps. A move to
+  // one takes as much as looking at many.
+  static constexpr std::size_t kMaximumLooks = 1'000'000;
+  static constexpr std::size_t kLooksOfMove = 100;
 
   // Goes to the nearest element of the name: at once, or past others, each member of them once.
   bool seek(const Query& query, bool isFirst) {
     std::deque<Place> places{{iterator_, isFirst}};
     std::unordered_set<std::int32_t> seen;
-    for (; !places.empty() && seen.size() < kMaximumPlaces; places.pop_front()) {
+    for (; !places.empty(); places.pop_front()) {
       const Place& place = places.front();
       list(place);
+      noteLooks(expectation_.elements.size() + expectation_.groups.size(), query);
       for (const cpi::ExpectedElement& element : expectation_.elements) {
         if (isNamed(element.tagIndex, query)) return move(place, element.tagIndex, iterator_);
       }
       for (const cpi::ExpectedElement& element : expectation_.elements) {
         if (element.tagIndex < 0 || !seen.insert(element.memberIndex).second) continue;
+        noteLooks(kLooksOfMove, query);
         cpi::WalkCursor next(place.at);
         if (move(place, element.tagIndex, next)) places.push_back({next, false});
       }
     }
     return false;
+  }
+
+  void noteLooks(std::size_t count, const Query& query) {
+    looked_ += count;
+    if (looked_ <= kMaximumLooks) return;
+    throw std::length_error(
+        fmt::format("--path: the search for {} looks at more than {} elements and groups",
+                    printable(query.text), kMaximumLooks));
   }
 
   void list(const Place& place) {
@@ -156,6 +170,7 @@ class PathWalk {
   cpi::WalkCursor iterator_;
   const cpi::ContentModel model_;
   cpi::Expectation expectation_;
+  std::size_t looked_ = 0;
   std::size_t parentHeight_ = 0;  // 0: at the message
   std::int32_t parentType_ = cpi::kNone;
   cpi::OccurrenceCounter counter_{0};  // of what the last step of the path names
@@ -169,17 +184,19 @@ constexpr std::int32_t kMembersShown = 1'000;
 
 class ExpectationFacts {
  public:
-  ExpectationFacts(const cpi::StdDictionaryInfo& dictionary, const cpi::Expectation& expectation)
-      : dictionary_(dictionary), expectation_(expectation) {}
+  ExpectationFacts(const cpi::StdDictionaryInfo& dictionary, const cpi::Expectation& expectation,
+                   AnswerLimit& answer)
+      : dictionary_(dictionary), expectation_(expectation), answer_(answer) {}
 
   Json elements(const LegalPlaces& legal) const {
     Json list = Json::array();
     for (const cpi::ExpectedElement& element : expectation_.elements) {
-      Json& facts = list.emplace_back(placeFacts(element));
+      Json facts = placeFacts(element);
       facts["occurrence"] = element.repeatIndex + 1;
       facts["groups"] = groups(element);
       facts["isFoundByName"] = element.isFoundByName;
       facts["isBehindOwed"] = !legal.contains(expectation_, element);
+      answer_.add(list, std::move(facts));
     }
     return list;
   }
@@ -187,11 +204,12 @@ class ExpectationFacts {
   Json owed() const {
     Json list = Json::array();
     for (const cpi::OwedMember& member : expectation_.owed) {
-      Json& facts = list.emplace_back(placeFacts(member));
+      Json facts = placeFacts(member);
       facts["owed"] = member.owed;
       facts["isInAnyOrder"] = member.isInAnyOrder;
       facts["members"] = members(member);
       facts["groups"] = groups(member);
+      answer_.add(list, std::move(facts));
     }
     return list;
   }
@@ -216,9 +234,9 @@ class ExpectationFacts {
     Json list = Json::array();
     for (const cpi::MbrPathItem& group : expectation_.groupsOf(place)) {
       const auto* const member = dictionary_.typeMembers().find(group.memberIndex);
-      list.push_back({{"what", member == nullptr ? "" : memberWords(dictionary_, *member)},
-                      {"member", group.memberId},
-                      {"occurrence", group.repeatIndex + 1}});
+      answer_.add(list, {{"what", member == nullptr ? "" : memberWords(dictionary_, *member)},
+                         {"member", group.memberId},
+                         {"occurrence", group.repeatIndex + 1}});
     }
     return list;
   }
@@ -230,13 +248,14 @@ class ExpectationFacts {
     const MemberRows rows = membersOf(dictionary_, place.typeIndex);
     for (std::int32_t row = rows.begin; row < std::min(rows.end, rows.begin + kMembersShown);
          ++row) {
-      list.push_back(memberWords(dictionary_, dictionary_.typeMembers().row(row)));
+      answer_.add(list, memberWords(dictionary_, dictionary_.typeMembers().row(row)));
     }
     return list;
   }
 
   const cpi::StdDictionaryInfo& dictionary_;
   const cpi::Expectation& expectation_;
+  AnswerLimit& answer_;
 };
 
 // In any order a move goes back to the choice that the element has just taken, as to that of a head
@@ -249,25 +268,25 @@ void dropUsedUp(std::int32_t choice, cpi::Expectation& expectation) {
 }
 
 // Adds the two lists of a position, or null where no model says what may come.
-void addLists(const PathWalk& walk, bool isListed, const cpi::Expectation& expectation,
-              const LegalPlaces& legal, const char* elements, const char* owed, Json& facts) {
-  const ExpectationFacts lists(*walk.iterator().getDictionaryInfo(), expectation);
+void addLists(const ExpectationFacts& lists, bool isListed, const LegalPlaces& legal,
+              const char* elements, const char* owed, Json& facts) {
   facts[elements] = isListed ? lists.elements(legal) : Json();
   facts[owed] = isListed ? lists.owed() : Json();
 }
 
-Json placeFacts(const PathWalk& walk, const std::string& missing) {
+Json placeFacts(const PathWalk& walk, const std::string& missing, AnswerLimit& answer) {
   const cpi::StdDictionaryIterator& at = walk.iterator();
   Json facts = {{"path", walk.path()}, {"missing", missing.empty() ? Json() : Json(missing)}};
   facts["type"] = at.hasContext()
                       ? typeReference(*at.getDictionaryInfo(), at.getCurrentPosition()->typeIndex)
                       : Json();
   cpi::Expectation expectation;
+  const ExpectationFacts lists(*at.getDictionaryInfo(), expectation, answer);
   bool isListed = at.listFirstChildren(expectation, true);
-  addLists(walk, isListed, expectation, walk.legalInside(), "firstChildren", "owedInside", facts);
+  addLists(lists, isListed, walk.legalInside(), "firstChildren", "owedInside", facts);
   isListed = at.listNextSiblings(expectation, true);
   if (isListed && walk.usedUp() != cpi::kNone) dropUsedUp(walk.usedUp(), expectation);
-  addLists(walk, isListed, expectation, walk.legalBehind(), "nextSiblings", "owedAfter", facts);
+  addLists(lists, isListed, walk.legalBehind(), "nextSiblings", "owedAfter", facts);
   return facts;
 }
 
@@ -298,7 +317,8 @@ int run(const Options& options) {
   std::size_t found = walk.iterator().hasContext() ? 1 : 0;
   while (found > 0 && found < steps.size() && walk.goTo(steps[found])) ++found;
   const std::string missing = found == steps.size() ? std::string() : steps[found].text;
-  const Json facts = placeFacts(walk, missing);
+  AnswerLimit answer(options.maxAnswer);
+  const Json facts = placeFacts(walk, missing, answer);
   if (options.isJson) {
     printJson(facts);
   } else {
@@ -319,5 +339,6 @@ void addNext(CLI::App& app, int& exitCode) {
       ->required()
       ->type_name("PATH");
   verb.add_flag("--json", options->isJson, "One JSON object");
+  addAnswerLimit(verb, options->maxAnswer);
   verb.callback([options, &exitCode] { exitCode = run(*options); });
 }

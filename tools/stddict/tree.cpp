@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <utility>
 #include <vector>
 
 #include "tools/stddict/definitions.h"
@@ -30,6 +31,7 @@ struct Options {
   int depth = TreeBounds().depth;
   std::int64_t limit = TreeBounds().nodes;
   bool isJson = false;
+  std::uint64_t maxAnswer = AnswerLimit::kDefault;
 };
 
 // Values on a line; `stddict values` lists all.
@@ -60,7 +62,8 @@ std::string nameOf(const cpi::StdDictionaryInfo& dictionary, const TreeNode& nod
 
 class TextTree final : public TreeVisitor {
  public:
-  explicit TextTree(const cpi::StdDictionaryInfo& dictionary) : dictionary_(dictionary) {}
+  TextTree(const cpi::StdDictionaryInfo& dictionary, AnswerLimit& answer)
+      : dictionary_(dictionary), answer_(answer) {}
 
   void enter(const TreeNode& node) override {
     const std::string name = nameOf(dictionary_, node);
@@ -72,6 +75,7 @@ class TextTree final : public TreeVisitor {
         fmt::format("{:{}}{}{:{}}  {:<6}  {}", "", indent, styled(node, name), "",
                     used < kNameWidth ? kNameWidth - used : 0, occurs, details(node));
     line.erase(line.find_last_not_of(' ') + 1);
+    answer_.take(line.size());
     fmt::print("{}\n", line);
   }
 
@@ -102,7 +106,7 @@ class TextTree final : public TreeVisitor {
   }
 
   std::string values(const TreeNode& node) const {
-    const Json list = valueList(dictionary_, node.tagIndex, cpi::kNone, kValuesShown + 1);
+    const Json list = valueList(dictionary_, node.tagIndex, cpi::kNone, answer_, kValuesShown + 1);
     if (list.empty()) return {};
     std::string text;
     for (std::size_t i = 0; i < std::min(list.size(), kValuesShown); ++i) {
@@ -123,6 +127,7 @@ class TextTree final : public TreeVisitor {
   }
 
   const cpi::StdDictionaryInfo& dictionary_;
+  AnswerLimit& answer_;
   Style style_;
 };
 
@@ -133,7 +138,8 @@ constexpr std::size_t kJsonValues = 1'000;
 
 class JsonTree final : public TreeVisitor {
  public:
-  explicit JsonTree(const cpi::StdDictionaryInfo& dictionary) : dictionary_(dictionary) {}
+  JsonTree(const cpi::StdDictionaryInfo& dictionary, AnswerLimit& answer)
+      : dictionary_(dictionary), answer_(answer) {}
 
   void enter(const TreeNode& node) override {
     Json facts = {{"kind", kindOf(node.kind)}, {"name", nameOf(dictionary_, node)}};
@@ -153,6 +159,7 @@ class JsonTree final : public TreeVisitor {
     addValues(node, facts);
     if (node.end == NodeEnd::Recursive) facts["isRecursive"] = true;
     if (node.end == NodeEnd::Depth) facts["isCut"] = true;
+    answer_.take(facts);
     path_.push_back(std::move(facts));
   }
 
@@ -162,7 +169,7 @@ class JsonTree final : public TreeVisitor {
     (path_.empty() ? roots_ : path_.back()["members"]).push_back(std::move(facts));
   }
 
-  const Json& roots() const { return roots_; }
+  Json takeRoots() { return std::move(roots_); }
 
  private:
   static const char* kindOf(NodeKind kind) {
@@ -175,16 +182,17 @@ class JsonTree final : public TreeVisitor {
     return "";
   }
 
-  void addValues(const TreeNode& node, Json& facts) const {
+  void addValues(const TreeNode& node, Json& facts) {
     const auto* const tag = dictionary_.tags().find(node.tagIndex);
     if (tag == nullptr) return;
-    Json values = valueList(dictionary_, node.tagIndex, cpi::kNone, kJsonValues);
+    Json values = valueList(dictionary_, node.tagIndex, cpi::kNone, answer_, kJsonValues);
     if (!values.empty()) facts["values"] = std::move(values);
     Json value = valueFact(dictionary_, tag->DVTableIndex);
     if (!value.is_null()) facts["default"] = std::move(value);
   }
 
   const cpi::StdDictionaryInfo& dictionary_;
+  AnswerLimit& answer_;
   std::vector<Json> path_;
   Json roots_ = Json::array();
 };
@@ -201,13 +209,14 @@ bool walkAll(const cpi::StdDictionaryInfo& dictionary, const std::vector<std::in
 int run(const Options& options) {
   const auto dictionary = openDictionary(options.dictionary);
   const std::vector<std::int32_t> tags = chooseTags(*dictionary, options.tag);
+  AnswerLimit answer(options.maxAnswer);
   if (options.isJson) {
-    JsonTree tree(*dictionary);
+    JsonTree tree(*dictionary, answer);
     const bool isWhole = walkAll(*dictionary, tags, options, tree);
-    printJson({{"isWhole", isWhole}, {"trees", tree.roots()}});
+    printJson({{"isWhole", isWhole}, {"trees", tree.takeRoots()}});
   } else if (tags.empty()) {
     fmt::print("nothing found: {}\n", printable(options.tag.text));
-  } else if (TextTree tree(*dictionary); !walkAll(*dictionary, tags, options, tree)) {
+  } else if (TextTree tree(*dictionary, answer); !walkAll(*dictionary, tags, options, tree)) {
     fmt::print("... stopped after {} lines (--limit 0 shows all, --depth takes less)\n",
                options.limit);
   }
@@ -234,5 +243,6 @@ void addTree(CLI::App& app, int& exitCode) {
       ->capture_default_str()
       ->type_name("N");
   verb.add_flag("--json", options->isJson, "One JSON object");
+  addAnswerLimit(verb, options->maxAnswer);
   verb.callback([options, &exitCode] { exitCode = run(*options); });
 }

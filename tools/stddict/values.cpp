@@ -3,6 +3,7 @@
 #include <spdlog/spdlog.h>
 
 #include <algorithm>
+#include <utility>
 #include <vector>
 
 #include "tools/stddict/definitions.h"
@@ -37,6 +38,7 @@ struct Options {
   std::string message;
   std::string field;
   bool isJson = false;
+  std::uint64_t maxAnswer = AnswerLimit::kDefault;
 };
 
 int noSuchTag(const Query& query) {
@@ -44,22 +46,19 @@ int noSuchTag(const Query& query) {
   return kExitNo;
 }
 
-// Tags of one name that are told of.
-constexpr std::size_t kTagLimit = 1'000;
-
 // --- values --------------------------------------------------------------------------------------
 
 Json valuesFacts(const cpi::StdDictionaryInfo& dictionary, const Options& options) {
+  AnswerLimit answer(options.maxAnswer);
   Json list = Json::array();
   for (const std::int32_t row : chooseTags(dictionary, options.tag)) {
-    if (list.size() == kTagLimit) break;
     const auto& tag = dictionary.tags().row(row);
     const auto* const override = dictionary.pathBasedInfo().find(options.overrideRow);
-    list.push_back({{"tag", tagReference(dictionary, row)},
-                    {"namespace", namespaceFact(dictionary, tag.namespaceIndex)},
-                    {"values", valueSetFacts(dictionary, row, options.overrideRow)},
-                    {"default", valueFact(dictionary, override == nullptr ? tag.DVTableIndex
-                                                                          : override->DVIndex)}});
+    const std::int32_t value = override == nullptr ? tag.DVTableIndex : override->DVIndex;
+    answer.add(list, {{"tag", tagReference(dictionary, row)},
+                      {"namespace", namespaceFact(dictionary, tag.namespaceIndex)},
+                      {"values", valueSetFacts(dictionary, row, options.overrideRow, answer)},
+                      {"default", valueFact(dictionary, value)}});
   }
   return list;
 }
@@ -80,15 +79,15 @@ int runValues(const Options& options) {
                   dictionary->pathBasedInfo().rowCount());
     return kExitTrouble;
   }
-  const Json list = valuesFacts(*dictionary, options);
-  if (options.isJson) {
-    printJson({{"tags", list}});
-  } else {
-    for (const Json& tag : list) printValues(tag);
-  }
+  Json list = valuesFacts(*dictionary, options);
   if (list.empty() && !options.isJson) return noSuchTag(options.tag);
   const bool hasValues =
       std::ranges::any_of(list, [](const Json& tag) { return !tag["values"].empty(); });
+  if (options.isJson) {
+    printJson({{"tags", std::move(list)}});
+  } else {
+    for (const Json& tag : list) printValues(tag);
+  }
   finishOutput();
   return hasValues ? kExitGood : kExitNo;
 }
@@ -130,14 +129,14 @@ bool isOfTag(const cpi::StdDictionaryInfo& dictionary, std::int32_t memberId, st
 }
 
 Json pathFacts(const cpi::StdDictionaryInfo& dictionary, const std::vector<std::int32_t>& begins,
-               const cpi::SMD_PATH_BASED_DEFINITION& row) {
+               const cpi::SMD_PATH_BASED_DEFINITION& row, AnswerLimit& answer) {
   const auto next = std::ranges::upper_bound(begins, row.MemberPathIndex);
   const std::int32_t end = next == begins.end() ? dictionary.memberPath().rowCount() : *next;
   Json path = Json::array();
   for (std::int32_t i = row.MemberPathIndex; i < end; ++i) {
     const auto* const step = dictionary.memberPath().find(i);
     if (step == nullptr || step->MemberPathMemberId <= 0) break;
-    path.push_back(memberReference(dictionary, step->MemberPathMemberId));
+    answer.add(path, memberReference(dictionary, step->MemberPathMemberId));
     if (isOfTag(dictionary, step->MemberPathMemberId, row.EndFieldId)) break;
   }
   return path;
@@ -146,20 +145,20 @@ Json pathFacts(const cpi::StdDictionaryInfo& dictionary, const std::vector<std::
 Json lengthFact(std::int32_t length) { return length < 0 ? Json() : Json(length); }
 
 Json overridesFacts(const cpi::StdDictionaryInfo& dictionary, std::int32_t messageId,
-                    std::int32_t fieldId) {
+                    std::int32_t fieldId, AnswerLimit& answer) {
   const std::vector<std::int32_t> begins = pathBegins(dictionary);
   Json list = Json::array();
   for (std::int32_t row = 0; row < dictionary.pathBasedInfo().rowCount(); ++row) {
     const auto& found = dictionary.pathBasedInfo().row(row);
     if (found.MsgId != messageId || found.EndFieldId != fieldId) continue;
-    list.push_back({{"row", row},
-                    {"path", pathFacts(dictionary, begins, found)},
-                    {"occurs", range(found.MinOccurs, found.MaxOccurs)},
-                    {"minLength", lengthFact(found.MinLength)},
-                    {"maxLength", lengthFact(found.MaxLength)},
-                    {"nullPermitted", found.NullPermitted != 0},
-                    {"values", valueList(dictionary, cpi::kNone, row)},
-                    {"default", valueFact(dictionary, found.DVIndex)}});
+    answer.add(list, {{"row", row},
+                      {"path", pathFacts(dictionary, begins, found, answer)},
+                      {"occurs", range(found.MinOccurs, found.MaxOccurs)},
+                      {"minLength", lengthFact(found.MinLength)},
+                      {"maxLength", lengthFact(found.MaxLength)},
+                      {"nullPermitted", found.NullPermitted != 0},
+                      {"values", valueList(dictionary, cpi::kNone, row, answer)},
+                      {"default", valueFact(dictionary, found.DVIndex)}});
   }
   return list;
 }
@@ -171,9 +170,10 @@ int runPath(const Options& options) {
   const auto nameOf = [&](std::int32_t id) {
     return reference(id, shown(dictionary->getTraceTextForID(id)));
   };
+  AnswerLimit answer(options.maxAnswer);
   const Json facts = {{"message", nameOf(message)},
                       {"field", nameOf(field)},
-                      {"overrides", overridesFacts(*dictionary, message, field)}};
+                      {"overrides", overridesFacts(*dictionary, message, field, answer)}};
   const bool isFound = !facts["overrides"].empty();
   if (options.isJson) {
     printJson(facts);
@@ -201,6 +201,7 @@ void addValues(CLI::App& app, int& exitCode) {
       ->check(CLI::NonNegativeNumber)
       ->type_name("ROW");
   verb.add_flag("--json", options->isJson, "One JSON object");
+  addAnswerLimit(verb, options->maxAnswer);
   verb.callback([options, &exitCode] { exitCode = runValues(*options); });
 }
 
@@ -214,5 +215,6 @@ void addPath(CLI::App& app, int& exitCode) {
       ->type_name("");
   verb.add_option("FIELD", options->field, "Id or name of the field")->required()->type_name("");
   verb.add_flag("--json", options->isJson, "One JSON object");
+  addAnswerLimit(verb, options->maxAnswer);
   verb.callback([options, &exitCode] { exitCode = runPath(*options); });
 }
