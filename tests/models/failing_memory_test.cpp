@@ -206,7 +206,8 @@ TEST(FailingMemory, OfAFixWalkAndOfModels) {
   };
   failEachAllocation(walk, isUsable);
   failEachAllocation([&] { const FixModel made(fix.dictionary()); }, isUsable);
-  failEachAllocation([] { WalkModel((*model()).dictionary()).places(); }, isUsable);
+  const StdDictionaryInfo& dictionary = (*model()).dictionary();
+  failEachAllocation([&] { WalkModel(dictionary).places(); }, isUsable);
 }
 
 extern "C" __attribute__((weak)) void __lsan_disable();
