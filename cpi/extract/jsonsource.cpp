@@ -85,12 +85,13 @@ class PlainReader {
     const char* const first = next_ + (isNegative ? 1 : 0);
     const char* digit = first;
     number = 0;
-    for (; digit != end_ && isDigit(*digit) && digit - first <= kDigits; ++digit) {
+    for (; digit != end_ && isDigit(*digit) && digit - first < kDigits; ++digit) {
       number = number * 10 + (*digit - '0');
     }
     const std::ptrdiff_t digits = digit - first;
+    const bool isLonger = digits == kDigits && digit != end_ && isDigit(*digit);
     const bool isOdd = digits > 0 && *first == '0' && (digits > 1 || isNegative);
-    if (digits == 0 || digits > kDigits || isOdd) return false;
+    if (digits == 0 || isLonger || isOdd) return false;
     if (isNegative) number = -number;
     moveTo(digit);
     return true;
