@@ -355,8 +355,8 @@ class CPI_API StdDictionaryIterator : public KelOwnedLogSource {
                          const KelStringBase& namespaceURI) const noexcept;
   bool goToParent() noexcept;
   bool leaveElement();
-  bool findFirstChildTagId(std::int32_t tagId, bool allowUndefined, bool enforceRequired);
-  bool findNextSiblingTagId(std::int32_t tagId, bool allowUndefined, bool enforceRequired);
+  bool findFirstChildTag(std::int32_t tagIndex, bool allowUndefined, bool enforceRequired);
+  bool findNextSiblingTag(std::int32_t tagIndex, bool allowUndefined, bool enforceRequired);
   bool findFirstChildTagName(const unsigned short* name, const KelStringBase& namespaceURI,
                              Passing passing, bool allowUndefined, bool enforceRequired);
   bool findNextSiblingTagName(const unsigned short* name, const KelStringBase& namespaceURI,

@@ -65,13 +65,11 @@ bool StdDictionaryIterator::searchBestPosition(const SearchDef& search, const Pa
   return operation.returns(engine.findBestPosition(replaceCurrent));
 }
 
-bool StdDictionaryIterator::findFirstChildTagId(std::int32_t tagId, bool allowUndefined,
-                                                bool enforceRequired) {
-  if (dictionaryInfo == nullptr) return moveToFirstChild();  // which refuses it
-  const std::int32_t row = dictionaryInfo->getTagDefIndex(tagId);
-  const Passing passing = passingForTag(row);
-  if (passing.members != nullptr && goToChild(passing, row)) return true;
-  SearchDef search(STTagId, row);
+bool StdDictionaryIterator::findFirstChildTag(std::int32_t tagIndex, bool allowUndefined,
+                                              bool enforceRequired) {
+  const Passing passing = passingForTag(tagIndex);
+  if (passing.members != nullptr && goToChild(passing, tagIndex)) return true;
+  SearchDef search(STTagId, tagIndex);
   return moveToChild(search, KelStringBase(), passing, allowUndefined, enforceRequired);
 }
 
@@ -84,13 +82,11 @@ bool StdDictionaryIterator::findFirstChildTagName(const unsigned short* name,
   return moveToChild(search, namespaceURI, passing, allowUndefined, enforceRequired);
 }
 
-bool StdDictionaryIterator::findNextSiblingTagId(std::int32_t tagId, bool allowUndefined,
-                                                 bool enforceRequired) {
-  if (dictionaryInfo == nullptr) return moveToNextSibling();  // which refuses it
-  const std::int32_t row = dictionaryInfo->getTagDefIndex(tagId);
-  const Passing passing = passingForTag(row);
-  if (passing.members != nullptr && goToPeer(passing, row)) return true;
-  SearchDef search(STTagId, row);
+bool StdDictionaryIterator::findNextSiblingTag(std::int32_t tagIndex, bool allowUndefined,
+                                               bool enforceRequired) {
+  const Passing passing = passingForTag(tagIndex);
+  if (passing.members != nullptr && goToPeer(passing, tagIndex)) return true;
+  SearchDef search(STTagId, tagIndex);
   return moveToPeer(search, KelStringBase(), passing, allowUndefined, enforceRequired);
 }
 

@@ -337,20 +337,20 @@ bool StdDictionaryIterator::moveToNextSiblingMemberId(std::int32_t memberId, boo
 
 bool StdDictionaryIterator::moveToFirstChildTagId(std::int32_t tagId, bool allowUndefined,
                                                   bool enforceRequired) {
-  if (const MemberIndex* const members = passing().members; members != nullptr) {
-    const std::int32_t row = dictionaryInfo->getTagDefIndex(tagId);
-    if (row >= 0 && goToNearChild(*members, SoughtTag{row})) return true;
-  }
-  return findFirstChildTagId(tagId, allowUndefined, enforceRequired);
+  if (dictionaryInfo == nullptr) return moveToFirstChild();  // which refuses it
+  const std::int32_t row = dictionaryInfo->getTagDefIndex(tagId);
+  const MemberIndex* const members = passing().members;
+  if (members != nullptr && row >= 0 && goToNearChild(*members, SoughtTag{row})) return true;
+  return findFirstChildTag(row, allowUndefined, enforceRequired);
 }
 
 bool StdDictionaryIterator::moveToNextSiblingTagId(std::int32_t tagId, bool allowUndefined,
                                                    bool enforceRequired) {
-  if (const MemberIndex* const members = passing().members; members != nullptr) {
-    const std::int32_t row = dictionaryInfo->getTagDefIndex(tagId);
-    if (row >= 0 && goToNearPeer(*members, SoughtTag{row})) return true;
-  }
-  return findNextSiblingTagId(tagId, allowUndefined, enforceRequired);
+  if (dictionaryInfo == nullptr) return moveToNextSibling();  // which refuses it
+  const std::int32_t row = dictionaryInfo->getTagDefIndex(tagId);
+  const MemberIndex* const members = passing().members;
+  if (members != nullptr && row >= 0 && goToNearPeer(*members, SoughtTag{row})) return true;
+  return findNextSiblingTag(row, allowUndefined, enforceRequired);
 }
 
 bool StdDictionaryIterator::moveToFirstChildTagName(const unsigned short* name,
